@@ -1,0 +1,27 @@
+// Greets every client by the name in its request.
+#include <iostream>
+
+#include "kt/udp/KtUDPDaemon.h"
+
+struct Greeter {
+  kt::Dictionary replyForRequest(const kt::Dictionary &request) const {
+    const kt::PropertyList *name = request.find("Name");
+    return {{"Greeting", "Hello, " + (name ? name->description() : "stranger") + '.'}};
+  }
+};
+
+int main() {
+  Greeter greeter;
+  KtUDPDaemon daemon;
+  daemon.setSignature("Greetings");
+  daemon.setDelegate(&greeter);
+  if (!daemon.registerPort()) return 1;  // every port of the list is taken
+  std::cout << "serving on port " << daemon.port() << std::endl;
+  for (;;) {
+    try {
+      daemon.processQueries();  // serves until a request whose data packet is no dictionary
+    } catch (const std::exception &error) {
+      std::cerr << error.what() << '\n';
+    }
+  }
+}

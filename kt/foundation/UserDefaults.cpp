@@ -1,0 +1,120 @@
+#include "kt/foundation/UserDefaults.h"
+
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "kt/foundation/PropertyList.h"
+
+namespace kt {
+
+namespace {
+
+// Far more than anybody writes by hand; a file beyond it is something else put there by mistake.
+constexpr std::size_t fileSizeLimit = 1 << 20;
+
+// Owns one descriptor opened for reading, or none (-1).
+class InputFile {
+ public:
+  explicit InputFile(const std::string &path)
+      // Non-blocking, for opening a FIFO would wait for a writer.
+      : descriptor_(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)) {}
+  InputFile(const InputFile &) = delete;
+  InputFile &operator=(const InputFile &) = delete;
+  ~InputFile() {
+    if (descriptor_ >= 0) close(descriptor_);
+  }
+
+  [[nodiscard]] bool isRegular() const {
+    struct stat status {};
+    return fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
+  }
+
+  // Everything up to the end; nothing when reading fails or there is more than the limit.
+  [[nodiscard]] std::optional<std::string> contents() const {
+    std::string text;
+    std::array<char, 4096> chunk;
+    while (text.size() <= fileSizeLimit) {
+      const ssize_t count = read(descriptor_, chunk.data(), chunk.size());
+      if (count == 0) return text;
+      if (count > 0) text.append(chunk.data(), static_cast<std::size_t>(count));
+      if (count < 0 && errno != EINTR) return std::nullopt;
+    }
+    return std::nullopt;
+  }
+
+ private:
+  int descriptor_;
+};
+
+// The variable's value; null when it is not set or empty.
+const char *nonEmptyVariable(const char *name) {
+  const char *value = std::getenv(name);
+  return value && *value ? value : nullptr;
+}
+
+std::string homeFromUserDatabase() {
+  passwd entry{};
+  passwd *found = nullptr;
+  std::vector<char> strings(1024);
+  while (getpwuid_r(getuid(), &entry, strings.data(), strings.size(), &found) == ERANGE) {
+    strings.resize(strings.size() * 2);
+  }
+  return found && found->pw_dir ? found->pw_dir : "";
+}
+
+std::string defaultsPath() {
+  std::string folder;
+  if (const char *configuration = nonEmptyVariable("XDG_CONFIG_HOME")) {
+    folder = configuration;
+  } else {
+    const char *home = nonEmptyVariable("HOME");
+    folder = (home ? home : homeFromUserDatabase()) + "/.config";
+  }
+  return folder + "/kt/defaults.plist";
+}
+
+bool isYes(const PropertyList &value) {
+  if (value.intValue() != 0) return true;
+  const std::string *text = value.asString();
+  if (!text) return false;
+  const auto equals = [text](std::string_view word) {
+    return std::ranges::equal(*text, word, {}, [](char character) {
+      const bool isLower = character >= 'a' && character <= 'z';
+      return static_cast<char>(isLower ? character - 'a' + 'A' : character);
+    });
+  };
+  return equals("YES") || equals("TRUE") || equals("Y") || equals("T");
+}
+
+bool isYesInText(const std::string &text, const std::string &key) {
+  try {
+    const PropertyList defaults = PropertyList::parse(text);
+    const Dictionary *dictionary = defaults.asDictionary();
+    const PropertyList *value = dictionary ? dictionary->find(key) : nullptr;
+    return value && isYes(*value);
+  } catch (const PropertyListError &) {
+    return false;  // a file that cannot be read says nothing, and nothing means no
+  }
+}
+
+}  // namespace
+
+bool boolUserDefault(const std::string &key) {
+  if (const char *value = std::getenv(key.c_str())) return isYes(value);
+  const InputFile file(defaultsPath());
+  if (!file.isRegular()) return false;
+  const std::optional<std::string> text = file.contents();
+  return text && isYesInText(*text, key);
+}
+
+}  // namespace kt

@@ -1,0 +1,16 @@
+// The whole toolkit in one include: property lists and formatting, the debug log, and messaging
+// over UDP. Each part can be included alone.
+#ifndef KT_KT_H
+#define KT_KT_H
+
+#include "kt/diagnostics/KtDebug.h"
+#include "kt/foundation/Format.h"
+#include "kt/foundation/HostName.h"
+#include "kt/foundation/LogLine.h"
+#include "kt/foundation/PropertyList.h"
+#include "kt/foundation/UserDefaults.h"
+#include "kt/udp/KtMessage.h"
+#include "kt/udp/KtUDPClient.h"
+#include "kt/udp/KtUDPDaemon.h"
+
+#endif

@@ -1,0 +1,208 @@
+#include "kt/udp/KtUDPClient.h"
+
+#include <algorithm>
+#include <chrono>
+#include <limits>
+#include <string_view>
+#include <utility>
+
+#include "kt/diagnostics/KtDebug.h"
+#include "kt/udp/KtMessage.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::int32_t discoveryWaitMs = 50;
+constexpr int discoveryPasses = 2;
+
+// Twice the wait, or the longest there is.
+std::int32_t doubled(std::int32_t waitMs) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  return static_cast<std::int32_t>(
+      std::clamp<std::int64_t>(std::int64_t{waitMs} * 2, Limits::min(), Limits::max()));
+}
+
+}  // namespace
+
+// Set-up
+
+KtUDPClient::KtUDPClient()
+    : ports_(kt::defaultPorts.begin(), kt::defaultPorts.end()),
+      signature_(kt::defaultSignature),
+      timeout_(100),
+      retries_(3),
+      sockIn_(kt::Socket::open()),
+      inet_(htonl(INADDR_LOOPBACK)),
+      port_(-1),
+      buffer_(kt::bufferSize) {
+  (void)sockIn_.allowBroadcast();  // a refusal shows as a discovery that nobody answers
+}
+
+KtUDPClient::~KtUDPClient() = default;
+
+void KtUDPClient::setPorts(std::vector<std::int32_t> ports) {
+  ports_ = std::move(ports);
+}
+
+void KtUDPClient::setBaseReplyTimeout(std::int32_t milliseconds) {
+  timeout_ = milliseconds;
+}
+
+void KtUDPClient::setSignature(std::string signature) {
+  signature_ = std::move(signature);
+}
+
+void KtUDPClient::setNumberOfRetries(std::int32_t retries) {
+  if (retries >= 0) retries_ = retries;
+}
+
+std::string KtUDPClient::hello() const {
+  return kt::discoveryPacket().description();
+}
+
+// Addresses
+
+void KtUDPClient::broadcastIP() {
+  const kt::HostAddress host = kt::lookUpHost("broadcasthost");
+  inet_ = host.kind == kt::HostAddress::Kind::ipv4 ? host.address : INADDR_BROADCAST;
+}
+
+bool KtUDPClient::serverIPFromHostname(const std::string &name) {
+  const kt::HostAddress host = kt::lookUpHost(name);
+  switch (host.kind) {
+    case kt::HostAddress::Kind::none:
+      KtDebug("Could not resolve host %@ -- fallback broadcast", name);
+      inet_ = INADDR_BROADCAST;
+      return true;
+    case kt::HostAddress::Kind::other:
+      return false;
+    case kt::HostAddress::Kind::ipv4:
+      break;
+  }
+  inet_ = host.address;
+  KtDebug("Server IP found to be %x on host %@", inet_, name);
+  return true;
+}
+
+void KtUDPClient::setRcvTimeout(std::int32_t milliseconds) {
+  timeValue_.tv_sec = milliseconds / 1000;
+  timeValue_.tv_usec = milliseconds % 1000 * 1000;
+  if (timeValue_.tv_sec == 0 && timeValue_.tv_usec == 0) timeValue_.tv_usec = 100'000;
+}
+
+// Acceptance
+
+bool KtUDPClient::isServerIdReply(const kt::Dictionary *packet) {
+  if (packet == nullptr) return false;
+  const std::optional<kt::ServerId> server = kt::serverIdOf(*packet);
+  if (!server || !serverIPFromHostname(server->name)) return false;
+  port_ = server->port;
+  return true;
+}
+
+bool KtUDPClient::isValidReplyForMessage(const kt::Dictionary &reply,
+                                         const kt::Dictionary &message) const {
+  return kt::isReplyTo(message, reply, signature_);
+}
+
+// Sending and listening
+
+void KtUDPClient::sendMessage(const kt::Dictionary &message) {
+  const std::string text = message.description();
+  const std::span<const char> datagram = kt::datagramBytes(text);
+  // The recorded address and port, on purpose: after discovery they can differ from sin_.
+  KtDebug("sending %@ len %d to %x port %d", text, datagram.size(), inet_, port_);
+  // A datagram that was refused and one that got lost are the same to the caller: the retry covers
+  // both.
+  (void)sockIn_.send(datagram, sin_);
+}
+
+// One datagram behind a wait that said there is one: the reply to `message` in it, or nothing.
+std::optional<kt::Dictionary> KtUDPClient::receiveReply(const kt::Dictionary &message) {
+  const std::ptrdiff_t count = sockIn_.receive(std::span(buffer_).first(kt::receiveLimit), sinrep_);
+  if (count <= 0) {
+    KtDebug("Request timed out");
+    return std::nullopt;
+  }
+  const std::string_view received(buffer_.data(), static_cast<std::size_t>(count));
+  buffer_[received.size()] = '\0';
+  KtDebug("Received reply %s", buffer_.data());
+  std::optional<kt::Dictionary> reply = kt::parseMessage(received);
+  if (reply && isValidReplyForMessage(*reply, message)) return reply;
+  KtDebug("Tossing invalid reply");
+  return std::nullopt;
+}
+
+std::optional<kt::Dictionary> KtUDPClient::validateReplyForMessage(const kt::Dictionary &message) {
+  // Made once per call on purpose: a wait that ends without data empties the set, so that later
+  // waits of this call only let their time pass.
+  kt::ReadSet readSet(sockIn_);
+  const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeout_);
+  do {
+    if (readSet.wait(&timeValue_) <= 0) {
+      KtDebug("Bad select");  // said of a time-out as well as of an error
+    } else if (std::optional<kt::Dictionary> reply = receiveReply(message)) {
+      return reply;
+    }
+  } while (Clock::now() < deadline);
+  return std::nullopt;
+}
+
+std::optional<kt::Dictionary> KtUDPClient::replyForMessage(const kt::Dictionary &message) {
+  std::int32_t waitMs = timeout_;
+  for (std::int64_t attempt = 0; attempt <= retries_; ++attempt) {
+    setRcvTimeout(waitMs);
+    sendMessage(message);
+    if (std::optional<kt::Dictionary> reply = validateReplyForMessage(message)) return reply;
+    waitMs = doubled(waitMs);
+  }
+  return std::nullopt;
+}
+
+// Discovery and requests
+
+void KtUDPClient::sendToPorts(const std::vector<std::int32_t> &ports,
+                              const kt::Dictionary &envelope) {
+  for (const std::int32_t port : ports) {
+    port_ = port;
+    sin_.sin_port = htons(static_cast<std::uint16_t>(port));
+    sendMessage(envelope);
+  }
+}
+
+bool KtUDPClient::connectToServer() {
+  const std::vector<std::int32_t> ports = ports_;  // an override may change them on the way
+  broadcastIP();
+  const kt::Dictionary discovery = kt::discoveryPacket();
+  const kt::Dictionary envelope = kt::requestEnvelope(signature_, kt::freshHandshake(), discovery);
+  sin_ = sockaddr_in{};
+  sin_.sin_family = AF_INET;
+  sin_.sin_addr.s_addr = inet_;
+  for (int pass = 0; pass < discoveryPasses; ++pass) {
+    sendToPorts(ports, envelope);
+    KtDebug("Done sending requests; now listening for reply");
+    setRcvTimeout(discoveryWaitMs);
+    const std::optional<kt::Dictionary> reply = validateReplyForMessage(envelope);
+    if (!isServerIdReply(reply ? kt::dataPacketOf(*reply) : nullptr)) continue;
+    sin_ = sinrep_;
+    KtDebug("Server listening on port %d", port_);
+    if (!replyForRequest(discovery)) {
+      KtDebug("Invalid reply resolution, broadcast fallback");
+      broadcastIP();  // changes the recorded address only; requests go on to sin_
+    }
+    return true;
+  }
+  KtDebug("No server could be found");
+  port_ = -1;
+  return false;
+}
+
+std::optional<kt::Dictionary> KtUDPClient::replyForRequest(
+    const std::optional<kt::Dictionary> &packet) {
+  if (port_ < 0) return std::nullopt;
+  std::optional<kt::Dictionary> reply =
+      replyForMessage(kt::requestEnvelope(signature_, kt::freshHandshake(), packet));
+  if (!reply) return std::nullopt;
+  return kt::takeDataPacket(std::move(*reply));
+}

@@ -1,0 +1,299 @@
+#include "kt/foundation/PropertyList.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "tests/foundation/PropertyListSupport.h"
+
+namespace {
+
+using kt::Array;
+using kt::Data;
+using kt::Dictionary;
+using kt::PropertyList;
+
+constexpr std::int32_t smallest = std::numeric_limits<std::int32_t>::min();
+constexpr std::int32_t largest = std::numeric_limits<std::int32_t>::max();
+
+std::vector<std::string> keysOf(const Dictionary &dictionary) {
+  std::vector<std::string> keys;
+  for (const auto &[key, value] : dictionary)
+    keys.push_back(key);
+  return keys;
+}
+
+// Kinds
+
+TEST(PropertyList, TheDefaultValueIsTheEmptyString) {
+  EXPECT_EQ(PropertyList(), PropertyList(""));
+  EXPECT_EQ(*PropertyList().asString(), "");
+}
+
+TEST(PropertyList, EachKindAnswersToItsOwnNameOnly) {
+  const PropertyList values[] = {"text", 1, Data(), Array(), Dictionary()};
+  for (std::size_t kind = 0; kind < std::size(values); ++kind) {
+    EXPECT_EQ(values[kind].asString() != nullptr, kind == 0);
+    EXPECT_EQ(values[kind].asData() != nullptr, kind == 2);
+    EXPECT_EQ(values[kind].asArray() != nullptr, kind == 3);
+    EXPECT_EQ(values[kind].asDictionary() != nullptr, kind == 4);
+  }
+}
+
+TEST(PropertyList, ValuesAreWhatTheyWereMadeOf) {
+  EXPECT_EQ(*PropertyList("a").asString(), "a");
+  EXPECT_EQ(*PropertyList(std::string_view("b")).asString(), "b");
+  EXPECT_EQ(*PropertyList(std::string("c\0d", 3)).asString(), std::string("c\0d", 3));
+  EXPECT_EQ(*PropertyList(Data{std::byte{1}}).asData(), Data{std::byte{1}});
+  EXPECT_EQ(*PropertyList(Array{"a", 1}).asArray(), (Array{"a", 1}));
+  EXPECT_EQ(*PropertyList(Dictionary{{"a", 1}}).asDictionary(), (Dictionary{{"a", 1}}));
+}
+
+TEST(PropertyList, AValueIsSmallAndMovesWithoutThrowing) {
+  EXPECT_LE(sizeof(PropertyList), sizeof(std::string) + sizeof(std::uint64_t));
+  EXPECT_TRUE(std::is_nothrow_move_constructible_v<PropertyList>);
+  EXPECT_TRUE(std::is_nothrow_move_assignable_v<PropertyList>);
+  EXPECT_TRUE(std::is_nothrow_move_constructible_v<Dictionary>);
+  EXPECT_TRUE(std::is_nothrow_move_assignable_v<Dictionary>);
+}
+
+// Equality
+
+TEST(PropertyList, ValuesOfDifferentKindsAreNeverEqual) {
+  const PropertyList values[] = {"", 0, Data(), Array(), Dictionary(), "0", "()", "{}"};
+  for (std::size_t left = 0; left < std::size(values); ++left) {
+    for (std::size_t right = 0; right < std::size(values); ++right) {
+      EXPECT_EQ(values[left] == values[right], left == right);
+    }
+  }
+}
+
+TEST(PropertyList, EqualIntegersAreEqualWhateverTypeTheyCameFrom) {
+  EXPECT_EQ(PropertyList(7), PropertyList(std::uint64_t{7}));
+  EXPECT_EQ(PropertyList(-7), PropertyList(std::int64_t{-7}));
+  EXPECT_EQ(PropertyList(true), PropertyList(1));
+  EXPECT_EQ(PropertyList(std::int8_t{-128}), PropertyList(-128));
+  EXPECT_NE(PropertyList(-1), PropertyList(std::numeric_limits<std::uint64_t>::max()));
+  EXPECT_NE(PropertyList(-1), PropertyList(1));
+}
+
+TEST(PropertyList, ArraysAreEqualElementByElement) {
+  EXPECT_EQ(PropertyList(Array{"a", "b"}), PropertyList(Array{"a", "b"}));
+  EXPECT_NE(PropertyList(Array{"a", "b"}), PropertyList(Array{"b", "a"}));
+  EXPECT_NE(PropertyList(Array{"a"}), PropertyList(Array{"a", "a"}));
+  EXPECT_NE(PropertyList(Array{Array{"a", Array{1}}}), PropertyList(Array{Array{"a", Array{2}}}));
+}
+
+TEST(PropertyList, EqualityOfDictionariesIgnoresTheOrderOfEntries) {
+  EXPECT_EQ((Dictionary{{"a", 1}, {"b", 2}}), (Dictionary{{"b", 2}, {"a", 1}}));
+  EXPECT_NE((Dictionary{{"a", 1}}), (Dictionary{{"a", 2}}));
+  EXPECT_NE((Dictionary{{"a", 1}}), (Dictionary{{"b", 1}}));
+  EXPECT_NE((Dictionary{{"a", 1}}), (Dictionary{{"a", 1}, {"b", 2}}));
+  EXPECT_NE(PropertyList(Array{Dictionary{{"a", 1}}}), PropertyList(Array{Dictionary{{"b", 1}}}));
+}
+
+// intValue
+
+TEST(PropertyList, IntValueOfANumberSaturates) {
+  EXPECT_EQ(PropertyList(0).intValue(), 0);
+  EXPECT_EQ(PropertyList(-5).intValue(), -5);
+  EXPECT_EQ(PropertyList(true).intValue(), 1);
+  EXPECT_EQ(PropertyList(largest).intValue(), largest);
+  EXPECT_EQ(PropertyList(smallest).intValue(), smallest);
+  EXPECT_EQ(PropertyList(std::int64_t{largest} + 1).intValue(), largest);
+  EXPECT_EQ(PropertyList(std::int64_t{smallest} - 1).intValue(), smallest);
+  EXPECT_EQ(PropertyList(std::numeric_limits<std::uint64_t>::max()).intValue(), largest);
+  EXPECT_EQ(PropertyList(std::numeric_limits<std::int64_t>::min()).intValue(), smallest);
+}
+
+TEST(PropertyList, IntValueOfAStringIsItsLeadingInteger) {
+  EXPECT_EQ(PropertyList("42").intValue(), 42);
+  EXPECT_EQ(PropertyList("+42").intValue(), 42);
+  EXPECT_EQ(PropertyList("-42").intValue(), -42);
+  EXPECT_EQ(PropertyList("007").intValue(), 7);
+  EXPECT_EQ(PropertyList(" \t\n\v\f\r42").intValue(), 42);
+  EXPECT_EQ(PropertyList("42abc").intValue(), 42);
+  EXPECT_EQ(PropertyList("42 7").intValue(), 42);
+  EXPECT_EQ(PropertyList("1.9").intValue(), 1);
+  EXPECT_EQ(PropertyList("0x1F").intValue(), 0);
+}
+
+TEST(PropertyList, IntValueWithoutDigitsIsZero) {
+  for (const char *text : {"", " ", "-", "+", "abc", "a1", "--1", "+-1", "- 1", ".5", "\u00A01"}) {
+    EXPECT_EQ(PropertyList(text).intValue(), 0) << text;
+  }
+}
+
+TEST(PropertyList, IntValueOfAStringSaturates) {
+  EXPECT_EQ(PropertyList("2147483647").intValue(), largest);
+  EXPECT_EQ(PropertyList("2147483648").intValue(), largest);
+  EXPECT_EQ(PropertyList("-2147483648").intValue(), smallest);
+  EXPECT_EQ(PropertyList("-2147483649").intValue(), smallest);
+  EXPECT_EQ(PropertyList("18446744073709551616").intValue(), largest);
+  EXPECT_EQ(PropertyList("-18446744073709551617").intValue(), smallest);
+  EXPECT_EQ(PropertyList(std::string(10000, '9')).intValue(), largest);
+  EXPECT_EQ(PropertyList(std::string(10000, '0') + '3').intValue(), 3);
+}
+
+TEST(PropertyList, IntValueOfOtherKindsIsZero) {
+  EXPECT_EQ(PropertyList(Data{std::byte{49}}).intValue(), 0);
+  EXPECT_EQ(PropertyList(Array{1}).intValue(), 0);
+  EXPECT_EQ(PropertyList(Dictionary{{"1", 1}}).intValue(), 0);
+}
+
+// Copies and moves
+
+TEST(PropertyList, ACopyIsEqualAndIndependent) {
+  Dictionary original{{"a", Array{1, "text longer than a small string", Data{std::byte{2}}}},
+                      {"b", Dictionary{{"c", "d"}}}};
+  const Dictionary copy = original;
+  EXPECT_EQ(copy, original);
+  original["a"] = 1;
+  original["e"];
+  EXPECT_EQ(copy.description(),
+            "{ a = ( 1, \"text longer than a small string\", <02> ); b = { c = d; }; }");
+}
+
+TEST(PropertyList, AMoveTakesTheValueAlong) {
+  for (const PropertyList &value :
+       {PropertyList("text"), PropertyList(7), PropertyList(Array{1, 2}),
+        PropertyList(Dictionary{{"a", Array{1}}})}) {
+    PropertyList source = value;
+    PropertyList target = std::move(source);
+    EXPECT_EQ(target, value);
+    source = "again";
+    EXPECT_EQ(source, PropertyList("again"));
+    source = std::move(target);
+    EXPECT_EQ(source, value);
+  }
+}
+
+TEST(PropertyList, AnyKindCanBeAssignedToAnyOther) {
+  const PropertyList values[] = {"text", 1, Data{std::byte{1}}, Array{1}, Dictionary{{"a", 1}}};
+  for (const PropertyList &from : values) {
+    for (const PropertyList &to : values) {
+      PropertyList target = to;
+      target = from;
+      EXPECT_EQ(target, from);
+    }
+  }
+}
+
+TEST(PropertyList, AssigningAValueToItselfKeepsIt) {
+  const std::string longText(100, 'x');
+  const std::vector<PropertyList> values{
+      "short", longText, 7, Data{std::byte{1}}, Array{1, Array{"a"}}, Dictionary{{"a", longText}}};
+  for (const PropertyList &original : values) {
+    PropertyList value = original;
+    const PropertyList &itself = value;
+    value = itself;
+    EXPECT_EQ(value, original);
+    value = std::move(const_cast<PropertyList &>(itself));
+    EXPECT_EQ(value, original);
+  }
+}
+
+TEST(PropertyList, AValueMayBeAssignedFromInsideItself) {
+  PropertyList value = Array{1, Array{"a", Array{"b"}}};
+  value = value.asArray()->at(1);
+  EXPECT_EQ(value, PropertyList(Array{"a", Array{"b"}}));
+  value = *value.asArray()->at(1).asArray();
+  EXPECT_EQ(value, PropertyList(Array{"b"}));
+}
+
+TEST(PropertyList, AValueMayBeMovedOutOfItself) {
+  PropertyList value = Array{1, Array{"a", "b"}};
+  value = std::move(const_cast<PropertyList &>(value.asArray()->at(1)));
+  EXPECT_EQ(value, PropertyList(Array{"a", "b"}));
+}
+
+TEST(PropertyList, AValueMayBePutIntoACopyOfItself) {
+  PropertyList value = Array{1};
+  value = Array{value, value};
+  EXPECT_EQ(value.description(), "( ( 1 ), ( 1 ) )");
+}
+
+// Dictionaries
+
+TEST(Dictionary, EntriesAreWalkedInTheOrderOfTheirKeysBytes) {
+  const Dictionary dictionary{{"b", 1}, {"\u00E9", 2}, {"B", 3}, {"", 4}, {"a", 5}, {"ab", 6}};
+  EXPECT_EQ(keysOf(dictionary), (std::vector<std::string>{"", "B", "a", "ab", "b", "\u00E9"}));
+}
+
+TEST(Dictionary, OfEntriesWithTheSameKeyTheLastStays) {
+  const Dictionary dictionary{{"a", 1}, {"b", 1}, {"a", 2}, {"c", 1}, {"b", 2}, {"a", 3}};
+  EXPECT_EQ(dictionary.description(), "{ a = 3; b = 2; c = 1; }");
+}
+
+TEST(Dictionary, FindGivesTheValueOrNull) {
+  const Dictionary dictionary{{"a", 1}, {"c", 3}};
+  ASSERT_TRUE(dictionary.find("c"));
+  EXPECT_EQ(*dictionary.find("c"), PropertyList(3));
+  for (const char *key : {"", "A", "b", "cc", "d"})
+    EXPECT_FALSE(dictionary.find(key)) << key;
+  EXPECT_FALSE(Dictionary().find("a"));
+}
+
+TEST(Dictionary, KeysMayHoldAnyBytes) {
+  Dictionary dictionary;
+  dictionary[std::string_view("a\0b", 3)] = 1;
+  dictionary["a"] = 2;
+  dictionary["\xFF"] = 3;
+  EXPECT_EQ(dictionary.size(), 3u);
+  EXPECT_EQ(dictionary.find(std::string_view("a\0b", 3))->intValue(), 1);
+  EXPECT_EQ(dictionary.find("\xFF")->intValue(), 3);
+}
+
+TEST(Dictionary, SubscriptInsertsAnEmptyStringWhenTheKeyIsAbsent) {
+  Dictionary dictionary;
+  EXPECT_EQ(dictionary["b"], PropertyList(""));
+  dictionary["b"] = 2;
+  dictionary["a"] = 1;
+  dictionary["c"] = 3;
+  EXPECT_EQ(dictionary["b"], PropertyList(2));
+  EXPECT_EQ(dictionary.description(), "{ a = 1; b = 2; c = 3; }");
+}
+
+TEST(Dictionary, ContainsAndSizeFollowTheEntries) {
+  Dictionary dictionary;
+  EXPECT_TRUE(dictionary.empty());
+  dictionary["a"] = 1;
+  EXPECT_FALSE(dictionary.empty());
+  EXPECT_EQ(dictionary.size(), 1u);
+  EXPECT_TRUE(dictionary.contains("a"));
+  EXPECT_FALSE(dictionary.contains("b"));
+}
+
+TEST(Dictionary, EraseSaysWhetherThereWasAnEntry) {
+  Dictionary dictionary{{"a", 1}, {"b", 2}, {"c", 3}};
+  EXPECT_TRUE(dictionary.erase("b"));
+  EXPECT_FALSE(dictionary.erase("b"));
+  EXPECT_EQ(dictionary, (Dictionary{{"a", 1}, {"c", 3}}));
+}
+
+TEST(Dictionary, AMovedFromDictionaryCanBeUsedAgain) {
+  Dictionary source{{"a", 1}};
+  const Dictionary target = std::move(source);
+  source = Dictionary{{"b", 2}};
+  source["c"] = 3;
+  EXPECT_EQ(source, (Dictionary{{"b", 2}, {"c", 3}}));
+  EXPECT_EQ(target, (Dictionary{{"a", 1}}));
+}
+
+TEST(Dictionary, ADictionaryMayBeAssignedFromInsideItself) {
+  Dictionary dictionary{{"a", Dictionary{{"b", Dictionary{{"c", 1}}}}}};
+  dictionary = *dictionary.find("a")->asDictionary();
+  EXPECT_EQ(dictionary, (Dictionary{{"b", Dictionary{{"c", 1}}}}));
+  dictionary = std::move(const_cast<Dictionary &>(*dictionary["b"].asDictionary()));
+  EXPECT_EQ(dictionary, (Dictionary{{"c", 1}}));
+  const Dictionary &itself = dictionary;
+  dictionary = itself;
+  EXPECT_EQ(dictionary, (Dictionary{{"c", 1}}));
+}
+
+}  // namespace

@@ -1,0 +1,218 @@
+#include "kt/foundation/UserDefaults.h"
+
+#include <gtest/gtest.h>
+#include <pwd.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+
+#include "tests/foundation/Namespaces.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char *key = "KtTestDefault";
+constexpr std::size_t fileSizeLimit = 1 << 20;
+
+// An environment variable with a value, or without one, for the length of a test.
+class Variable {
+ public:
+  Variable(const char *name, const char *value) : name_(name) {
+    if (const char *saved = std::getenv(name)) saved_ = saved;
+    set(value);
+  }
+  Variable(const Variable &) = delete;
+  Variable &operator=(const Variable &) = delete;
+  ~Variable() { set(saved_ ? saved_->c_str() : nullptr); }
+
+  void set(const char *value) {
+    if (value) {
+      setenv(name_, value, 1);
+    } else {
+      unsetenv(name_);
+    }
+  }
+
+ private:
+  const char *name_;
+  std::optional<std::string> saved_;
+};
+
+void writeDefaults(const fs::path &configuration, const std::string &text) {
+  fs::create_directories(configuration / "kt");
+  std::ofstream(configuration / "kt/defaults.plist", std::ios::binary) << text;
+}
+
+// A home and a configuration folder of the test's own, both empty; the variable is not set.
+class UserDefaults : public testing::Test {
+ protected:
+  UserDefaults() : folder_(newFolder()) {
+    home_.set((folder_ / "home").c_str());
+    configuration_.set((folder_ / "configuration").c_str());
+  }
+  ~UserDefaults() override {
+    std::error_code ignored;  // what cannot be removed stays in the temporary folder
+    fs::remove_all(folder_, ignored);
+  }
+
+  // What is read when the file holds `text`.
+  bool defaultWithFile(const std::string &text) {
+    writeDefaults(folder_ / "configuration", text);
+    return kt::boolUserDefault(key);
+  }
+
+  bool defaultWithVariable(const char *value) {
+    variable_.set(value);
+    return kt::boolUserDefault(key);
+  }
+
+  fs::path file() const { return folder_ / "configuration/kt/defaults.plist"; }
+
+  const fs::path folder_;
+  Variable variable_{key, nullptr};
+  Variable home_{"HOME", nullptr};
+  Variable configuration_{"XDG_CONFIG_HOME", nullptr};
+
+ private:
+  static fs::path newFolder() {
+    std::string name = (fs::temp_directory_path() / "kt-defaults-XXXXXX").string();
+    if (!mkdtemp(name.data())) throw std::runtime_error("mkdtemp " + name);
+    return name;
+  }
+};
+
+TEST_F(UserDefaults, AnAbsentDefaultIsNo) {
+  EXPECT_FALSE(kt::boolUserDefault(key));
+}
+
+TEST_F(UserDefaults, WordsForYesCountInAnyCase) {
+  for (const char *text :
+       {"YES", "yes", "Yes", "yEs", "TRUE", "true", "True", "Y", "y", "T", "t"}) {
+    EXPECT_TRUE(defaultWithVariable(text)) << text;
+  }
+}
+
+TEST_F(UserDefaults, NumbersOtherThanZeroMeanYes) {
+  for (const char *text : {"1", "-1", "+7", "  42", "\t\n9", "007", "1 NO", "99999999999999999999",
+                           "4294967296", "-99999999999999999999", "2.5"}) {
+    EXPECT_TRUE(defaultWithVariable(text)) << text;
+  }
+}
+
+TEST_F(UserDefaults, EverythingElseMeansNo) {
+  for (const char *text :
+       {"",        "0",    "00",   "-0", "0.9",  "NO",  "no",    "FALSE", "N",   "F",   "on",
+        "enabled", "YES ", " YES", "YE", "YESS", "TRU", "yes\n", "- 1",   "0x1", "--1", "x1"}) {
+    EXPECT_FALSE(defaultWithVariable(text)) << '"' << text << '"';
+  }
+}
+
+TEST_F(UserDefaults, TheVariableGoesBeforeTheFile) {
+  writeDefaults(folder_ / "configuration", "{ KtTestDefault = YES; }");
+  EXPECT_FALSE(defaultWithVariable("NO"));
+  EXPECT_FALSE(defaultWithVariable(""));
+  writeDefaults(folder_ / "configuration", "{ KtTestDefault = NO; }");
+  EXPECT_TRUE(defaultWithVariable("YES"));
+}
+
+TEST_F(UserDefaults, TheFileIsReadWhereTheVariableIsNotSet) {
+  EXPECT_TRUE(defaultWithFile("{ KtTestDefault = YES; }"));
+  EXPECT_TRUE(defaultWithFile("{ Other = ( a, b ); KtTestDefault = \" 1\"; }"));
+  EXPECT_TRUE(defaultWithFile("// mine\n{\n  KtTestDefault = y\n}\n"));
+  EXPECT_FALSE(defaultWithFile("{ KtTestDefault = NO; }"));
+  EXPECT_FALSE(defaultWithFile("{ KtTestDefault = \"\"; }"));
+  EXPECT_FALSE(defaultWithFile("{ Other = YES; }"));
+}
+
+TEST_F(UserDefaults, TheFileIsReadAtEachCall) {
+  EXPECT_FALSE(defaultWithFile("{ KtTestDefault = NO; }"));
+  EXPECT_TRUE(defaultWithFile("{ KtTestDefault = YES; }"));
+}
+
+TEST_F(UserDefaults, AValueThatIsNoStringMeansNo) {
+  EXPECT_FALSE(defaultWithFile("{ KtTestDefault = ( YES ); }"));
+  EXPECT_FALSE(defaultWithFile("{ KtTestDefault = { YES = YES; }; }"));
+  EXPECT_FALSE(defaultWithFile("{ KtTestDefault = <01>; }"));
+}
+
+TEST_F(UserDefaults, AMalformedFileMeansNo) {
+  for (const char *text : {"", "YES", "( KtTestDefault, YES )", "{ KtTestDefault = YES; ",
+                           "{ KtTestDefault = YES; } left over",
+                           "\x7F"
+                           "ELF"}) {
+    EXPECT_FALSE(defaultWithFile(text)) << text;
+  }
+}
+
+TEST_F(UserDefaults, AFileUpToTheLimitIsRead) {
+  std::string text = "{ KtTestDefault = YES; }";
+  text.resize(fileSizeLimit, ' ');
+  EXPECT_TRUE(defaultWithFile(text));
+  EXPECT_FALSE(defaultWithFile(text + ' '));
+}
+
+TEST_F(UserDefaults, AnUnreadableFileMeansNo) {
+  writeDefaults(folder_ / "configuration", "{ KtTestDefault = YES; }");
+  ASSERT_EQ(chmod(file().c_str(), 0), 0);
+  ASSERT_EQ(chmod(folder_.c_str(), 0755), 0);
+  constexpr uid_t nobody = 65534;  // nothing is unreadable for root
+  const uid_t user = geteuid();
+  if (user == 0 && seteuid(nobody) != 0) GTEST_SKIP() << "there is no user but root";
+  const bool answer = kt::boolUserDefault(key);
+  ASSERT_EQ(seteuid(user), 0);
+  EXPECT_FALSE(answer);
+}
+
+TEST_F(UserDefaults, WhatIsNoRegularFileMeansNoAndIsNotWaitedFor) {
+  fs::create_directories(file());  // a folder
+  EXPECT_FALSE(kt::boolUserDefault(key));
+  fs::remove(file());
+  ASSERT_EQ(mkfifo(file().c_str(), 0600), 0);
+  EXPECT_FALSE(kt::boolUserDefault(key));
+  fs::remove(file());
+  fs::create_symlink("/dev/zero", file());
+  EXPECT_FALSE(kt::boolUserDefault(key));
+}
+
+TEST_F(UserDefaults, ALinkToAFileIsFollowed) {
+  fs::create_directories(file().parent_path());
+  std::ofstream(folder_ / "elsewhere") << "{ KtTestDefault = YES; }";
+  fs::create_symlink(folder_ / "elsewhere", file());
+  EXPECT_TRUE(kt::boolUserDefault(key));
+}
+
+TEST_F(UserDefaults, TheConfigurationFolderIsInTheHomeWhereNoneIsNamed) {
+  writeDefaults(folder_ / "home/.config", "{ KtTestDefault = YES; }");
+  EXPECT_FALSE(kt::boolUserDefault(key));
+  configuration_.set(nullptr);
+  EXPECT_TRUE(kt::boolUserDefault(key));
+  configuration_.set("");
+  EXPECT_TRUE(kt::boolUserDefault(key));
+}
+
+TEST_F(UserDefaults, TheHomeIsTheUserDatabasesWhereTheVariableIsNotSetOrEmpty) {
+  configuration_.set(nullptr);
+  const passwd *user = getpwuid(getuid());
+  if (!user || !fs::is_directory(user->pw_dir)) GTEST_SKIP() << "the user has no home";
+  const auto isRead = kt::test::inNamespaces(CLONE_NEWNS, [&] {
+    // Mounted over the home, for this process only, so that nothing of the user's is touched.
+    if (mount("none", user->pw_dir, "tmpfs", 0, nullptr) != 0) return false;
+    writeDefaults(fs::path(user->pw_dir) / ".config", "{ KtTestDefault = YES; }");
+    home_.set(nullptr);
+    const bool whenNotSet = kt::boolUserDefault(key);
+    home_.set("");
+    return whenNotSet && kt::boolUserDefault(key);
+  });
+  if (!isRead) GTEST_SKIP() << "the system gives no namespaces";
+  EXPECT_TRUE(*isRead);
+}
+
+}  // namespace

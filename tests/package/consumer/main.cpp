@@ -1,0 +1,28 @@
+// A program of somebody else's, with one call into each library; prints what came of it.
+#include <kt/kt.h>
+
+#include <iostream>
+#include <optional>
+
+namespace {
+
+struct Answers {
+  kt::Dictionary replyForRequest(const kt::Dictionary &packet) { return packet; }
+};
+
+}  // namespace
+
+int main() {
+  KtAutoSetDebug();
+  KtDebug("This appears where the user default says so: %d", 1);
+
+  Answers answers;
+  KtUDPDaemon daemon;
+  daemon.setDelegate(&answers);
+  const kt::Dictionary packet{{kt::keywordKey.data(), "Echo"}, {"name", "value"}};
+  const auto request = kt::requestEnvelope(daemon.signature(), 7, packet);
+  const std::optional<kt::Dictionary> reply = daemon.replyFor(request);
+  if (!reply || !kt::isReplyTo(request, *reply, daemon.signature())) return 1;
+  std::cout << kt::format("%@", *reply) << '\n';
+  return 0;
+}

@@ -1,0 +1,141 @@
+// Stands between clients and a server of this host and does to their datagrams what a bad network
+// does, by a plan that a seed draws: of a hundred datagrams, either way, ten are lost, ten come
+// twice, ten come up to --delay milliseconds late and ten behind the one that follows. Prints
+// "relaying" when it is ready, and, when its standard input ends, how often it did what.
+//
+// --seed NUMBER, --port N (where clients ask), --server N (where the server is), --delay MS.
+#include <arpa/inet.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <optional>
+#include <random>
+#include <string>
+#include <utility>
+
+#include "kt/udp/Socket.h"
+#include "tests/system/Options.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+sockaddr_in loopback(int port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<std::uint16_t>(port));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  return address;
+}
+
+// One datagram on its way out.
+struct Parcel {
+  kt::Socket *from;
+  sockaddr_in to;
+  std::string bytes;
+
+  void send() const { (void)from->send(bytes, to); }
+};
+
+struct Counts {
+  int passed = 0, lost = 0, doubled = 0, delayed = 0, reordered = 0;
+};
+
+class BadNetwork {
+ public:
+  BadNetwork(unsigned seed, int delayMs)
+      : random_(seed), delayMs_(static_cast<unsigned>(delayMs)) {}
+
+  void carry(Parcel parcel) {
+    const auto draw = random_() % 100;
+    if (draw < 10) {
+      ++counts_.lost;
+    } else if (draw < 20) {
+      ++counts_.doubled;
+      parcel.send();
+      pass(std::move(parcel));
+    } else if (draw < 30) {
+      ++counts_.delayed;
+      const auto delay = std::chrono::milliseconds(1 + random_() % delayMs_);
+      late_.emplace(Clock::now() + delay, std::move(parcel));
+    } else if (draw < 40 && !held_) {
+      ++counts_.reordered;
+      held_ = std::move(parcel);
+    } else {
+      ++counts_.passed;
+      pass(std::move(parcel));
+    }
+  }
+
+  // Sends what is due. The milliseconds until more will be; -1 when nothing waits.
+  int deliver() {
+    while (!late_.empty() && late_.begin()->first <= Clock::now()) {
+      late_.begin()->second.send();
+      late_.erase(late_.begin());
+    }
+    if (late_.empty()) return -1;
+    const auto rest = late_.begin()->first - Clock::now();
+    return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(rest).count());
+  }
+
+  [[nodiscard]] const Counts &counts() const { return counts_; }
+
+ private:
+  void pass(Parcel parcel) {
+    parcel.send();
+    if (const auto held = std::exchange(held_, std::nullopt)) held->send();
+  }
+
+  std::mt19937 random_;
+  unsigned delayMs_;
+  std::multimap<Clock::time_point, Parcel> late_;
+  std::optional<Parcel> held_;  // until the next one has passed
+  Counts counts_;
+};
+
+// Takes one datagram from `socket`, whose source is stored; nothing when there is none.
+std::optional<std::string> take(kt::Socket &socket, sockaddr_in &source) {
+  static std::array<char, 65536> buffer;
+  const std::ptrdiff_t count = socket.receive(buffer, source);
+  if (count < 0) return std::nullopt;
+  return std::string(buffer.data(), static_cast<std::size_t>(count));
+}
+
+void relay(kt::Socket &front, kt::Socket &back, const sockaddr_in &server, BadNetwork &network) {
+  sockaddr_in client{};
+  for (;;) {
+    std::array<pollfd, 3> waiting{{{front.descriptor(), POLLIN, 0},
+                                   {back.descriptor(), POLLIN, 0},
+                                   {STDIN_FILENO, POLLIN, 0}}};
+    (void)::poll(waiting.data(), waiting.size(), network.deliver());
+    if (waiting[2].revents != 0) return;
+    while (auto bytes = take(front, client))
+      network.carry({&back, server, std::move(*bytes)});
+    sockaddr_in source{};
+    while (auto bytes = take(back, source))
+      network.carry({&front, client, std::move(*bytes)});
+  }
+}
+
+}  // namespace
+
+int main(int count, char **arguments) {
+  const test::Options options(count, arguments);
+  BadNetwork network(static_cast<unsigned>(options.number("--seed", 1)),
+                     options.number("--delay", 15));
+  kt::Socket front = kt::Socket::open();
+  kt::Socket back = kt::Socket::open();
+  test::require(front.bind(static_cast<std::uint16_t>(options.number("--port", 4798))), "bind");
+  std::puts("relaying");
+  std::fflush(stdout);
+  relay(front, back, loopback(options.number("--server", 9000)), network);
+  const Counts &counts = network.counts();
+  std::printf("passed %d\nlost %d\ndoubled %d\ndelayed %d\nreordered %d\n", counts.passed,
+              counts.lost, counts.doubled, counts.delayed, counts.reordered);
+  return 0;
+}

@@ -1,0 +1,102 @@
+#include "tools/ktd/Answers.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "kt/udp/KtMessage.h"
+#include "tools/common/CommandLine.h"
+
+namespace kt::tools {
+namespace {
+
+class KtdAnswers : public testing::Test {
+ protected:
+  [[nodiscard]] Dictionary answerTo(const Dictionary &request) const {
+    return answers_.replyForRequest(request);
+  }
+
+  static std::string errorOf(const Dictionary &answer) {
+    const PropertyList *error = answer.find("Error");
+    return error != nullptr && answer.size() == 1 ? *error->asString() : answer.description();
+  }
+
+  KtUDPDaemon daemon_;
+  Answers answers_{daemon_};
+};
+
+const char *const unknownKind = "This server has no such kind of request. It knows: Echo, Status.";
+
+TEST_F(KtdAnswers, EchoGivesTheOtherKeysBack) {
+  const PropertyList list = Array{"1", Data{std::byte{7}}};
+  EXPECT_EQ(answerTo({{"KtUDPKeyword", "Echo"}, {"a", "b"}, {"list", list}}),
+            (Dictionary{{"a", "b"}, {"list", list}}));
+}
+
+TEST_F(KtdAnswers, EchoOfNothingIsEmpty) {
+  EXPECT_EQ(answerTo({{"KtUDPKeyword", "Echo"}}), Dictionary());
+}
+
+TEST_F(KtdAnswers, StatusTellsOfTheServer) {
+  daemon_.setSignature("Hut");
+  const Dictionary answer = answerTo({{"KtUDPKeyword", "Status"}});
+  EXPECT_EQ(answer.size(), 6U) << answer.description();
+  EXPECT_EQ(*answer.find("Version"), PropertyList(version));
+  EXPECT_EQ(*answer.find("Signature"), PropertyList("Hut"));
+  EXPECT_EQ(*answer.find("Port"), PropertyList(0));
+  EXPECT_GE(answer.find("Uptime")->intValue(), 0);
+  EXPECT_EQ(*answer.find("Served"), PropertyList(0));
+  EXPECT_TRUE(answer.contains("Refused"));
+}
+
+TEST_F(KtdAnswers, AnUnknownKindIsAnsweredWithTheKindsThatThereAre) {
+  EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", "Fetch"}})), unknownKind);
+  EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", ""}})), unknownKind);
+  EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", "echo"}})), unknownKind);
+}
+
+TEST_F(KtdAnswers, AKeywordThatIsNoStringNamesNoKind) {
+  EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", Array{"Echo"}}})), unknownKind);
+  EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", Dictionary()}})), unknownKind);
+}
+
+TEST_F(KtdAnswers, TheServersOwnIdentificationPacketIsAnUnknownKind) {
+  EXPECT_EQ(errorOf(answerTo(serverIdPacket("hut", 4798))), unknownKind);
+}
+
+TEST_F(KtdAnswers, NoAnswerHasAKeyword) {
+  for (const Kind &kind : allKinds()) {
+    const Dictionary answer = answerTo({{"KtUDPKeyword", kind.name}, {"other", "x"}});
+    EXPECT_FALSE(answer.contains("KtUDPKeyword")) << kind.name;
+  }
+  EXPECT_FALSE(answerTo({{"KtUDPKeyword", "Fetch"}}).contains("KtUDPKeyword"));
+}
+
+// An echo whose reply, with the longest handshake, is a datagram of `byteCount` bytes.
+Dictionary echoOfSize(std::size_t byteCount) {
+  Dictionary request{{"KtUDPKeyword", "Echo"}, {"a", "x"}};
+  const Dictionary smallest{{"a", "x"}};
+  const std::string reply = replyEnvelope("KtUDP", 2147483647, smallest).description();
+  request["a"] = std::string(byteCount - reply.size(), 'x');
+  return request;
+}
+
+TEST_F(KtdAnswers, AnAnswerThatJustFitsADatagramIsGiven) {
+  EXPECT_TRUE(answerTo(echoOfSize(65507)).contains("a"));
+}
+
+TEST_F(KtdAnswers, AnAnswerTooLargeForADatagramIsAnError) {
+  EXPECT_EQ(errorOf(answerTo(echoOfSize(65508))),
+            "The answer is too large for a datagram, which carries 65507 bytes.");
+}
+
+TEST_F(KtdAnswers, TextThatGrowsWhenItIsWrittenCountsAsItIsWritten) {
+  std::string umlauts;
+  for (int count = 0; count < 20'000; ++count)
+    umlauts += "\u00fc";
+  EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", "Echo"}, {"a", umlauts}})),
+            "The answer is too large for a datagram, which carries 65507 bytes.");
+}
+
+}  // namespace
+}  // namespace kt::tools

@@ -1,0 +1,216 @@
+"""ktd: its options, how it starts and ends, and what it answers."""
+
+import os
+import re
+import signal
+import subprocess
+import unittest
+
+from programs import (DEFAULT_PORTS, PATIENCE, PATIENT, Daemon, ProgramTest, envelope, kt, ktd,
+                      remove_broadcast_route, start_ktd, udp_socket)
+
+
+def status(*arguments):
+    """What kt send Status prints, as a dictionary."""
+    return dict(re.findall(r"(\w+) = ([^;]+);", kt("send", "Status", *arguments).stdout))
+
+
+class Start(ProgramTest):
+    def test_says_what_it_serves_and_where(self):
+        self.assertEqual(Daemon(self).ready_line, 'ktd: serving "KtUDP" on port 4798\n')
+
+    def test_says_nothing_else(self):
+        self.assertEqual(Daemon(self).end(), (0, "", ""))
+
+    def test_escapes_its_signature(self):
+        daemon = Daemon(self, "--signature", 'a "b"\x1b')
+        self.assertEqual(daemon.ready_line, 'ktd: serving "a \\"b\\"\\033" on port 4798\n')
+
+    def test_takes_the_first_port_that_is_free(self):
+        udp_socket(self, 4798)
+        udp_socket(self, 4711)
+        self.assertEqual(Daemon(self).port, 5600)
+        self.assertIn(":5600, ", kt("hello").stdout)
+
+    def test_takes_ports_in_the_order_given(self):
+        self.assertEqual(Daemon(self, "--ports", "9001,9000").port, 9001)
+        self.assertEqual(Daemon(self, "--ports", "9001,9000").port, 9000)
+
+    def test_fails_when_every_port_is_taken(self):
+        for port in DEFAULT_PORTS:
+            udp_socket(self, port)
+        taken = ", ".join(f"{port} (Address already in use)" for port in DEFAULT_PORTS)
+        self.assert_result(ktd(), 1, "",
+                           f"ktd: every port of the list is taken: {taken}\n"
+                           "Stop what holds them, or give other ports with --ports.\n")
+
+    def test_fails_when_it_cannot_say_that_it_is_ready(self):
+        with open("/dev/full", "w") as full:
+            result = ktd(stdout=full)
+        self.assertEqual((result.returncode, result.stderr),
+                         (1, "ktd: can't write to standard output: No space left on device\n"))
+
+
+def refused_ktd(*arguments):
+    """What a ktd that refuses to start says. The time in which it looks for other servers is short
+    and fixed, so that on a busy machine it may miss them: then it is asked again."""
+    for _ in range(20):
+        process = start_ktd(*arguments)
+        if process.stdout.readline() == "":  # it says nothing when it does not serve
+            break
+        process.terminate()
+        process.communicate()
+    output, errors = process.communicate()
+    return subprocess.CompletedProcess(arguments, process.returncode, output, errors)
+
+
+class Unique(ProgramTest):
+    taken = ('ktd: another server of signature "KtUDP" answers at 127.0.0.1:4798\n'
+             "Stop it, or start without --unique or with another --signature.\n")
+
+    def test_starts_when_no_other_server_answers(self):
+        self.assertEqual(Daemon(self, "--unique").port, 4798)
+
+    def test_refuses_while_another_server_answers(self):
+        Daemon(self)
+        self.assert_result(refused_ktd("--unique"), 1, "", self.taken)
+
+    def test_refuses_on_another_port_too(self):
+        Daemon(self)
+        self.assert_result(refused_ktd("--unique", "--ports", "9000,4798"), 1, "", self.taken)
+
+    def test_does_not_mind_servers_of_other_signatures(self):
+        Daemon(self, "--signature", "Other")
+        self.assertEqual(Daemon(self, "--unique").port, 4711)
+
+    def test_without_it_a_second_server_takes_the_next_port(self):
+        Daemon(self)
+        self.assertEqual(Daemon(self).port, 4711)
+
+    def test_looks_where_it_is_told(self):
+        Daemon(self)
+        remove_broadcast_route(self)
+        self.assertEqual(Daemon(self, "--unique", "--ports", "4798,9000").port, 9000)
+        self.assert_result(refused_ktd("--unique", "--broadcast", "127.0.0.1"), 1, "", self.taken)
+
+    def test_sends_nothing_unless_asked_to_be_unique(self):
+        listener = udp_socket(self, 4711)
+        Daemon(self, "--ports", "4798,4711")
+        listener.setblocking(False)
+        self.assertRaises(BlockingIOError, listener.recv, 1)
+
+
+class End(ProgramTest):
+    def test_comes_with_sigterm_and_sigint(self):
+        for by in (signal.SIGTERM, signal.SIGINT):
+            self.assertEqual(Daemon(self).end(by), (0, "", ""))
+
+    def test_comes_while_it_looks_for_other_servers(self):
+        listener = udp_socket(self, 4711)
+        process = subprocess.Popen([os.environ["KTD"], "--unique"], stdout=subprocess.PIPE)
+        listener.recv(65536)
+        process.send_signal(signal.SIGTERM)
+        self.assertEqual(process.communicate(timeout=PATIENCE)[0], b"")
+        self.assertEqual(process.returncode, 0)
+
+    def test_comes_in_the_middle_of_work(self):
+        daemon = Daemon(self)
+        pings = [subprocess.Popen([os.environ["KT"], "ping", "-i", "0", "--timeout", PATIENT],
+                                  stdout=subprocess.PIPE) for _ in range(3)]
+        for ping in pings:
+            ping.stdout.readline()
+        self.assertEqual(daemon.end(), (0, "", ""))
+        for ping in pings:
+            ping.kill()
+            ping.communicate()
+
+    def test_frees_the_port(self):
+        Daemon(self).end()
+        self.assertEqual(Daemon(self).port, 4798)
+
+
+class Debug(ProgramTest):
+    def test_logs_on_standard_error(self):
+        daemon = Daemon(self, "--debug")
+        kt("send", "Echo", "a=b")
+        errors = daemon.end()[2]
+        for line in ["Bound to port 4798", "Registered and waiting.", "Received request\n{ ",
+                     "Sending reply { "]:
+            self.assertRegex(errors, r"\d ktd\[\d+\] " + re.escape(line))
+
+    def test_is_on_by_the_user_default(self):
+        daemon = Daemon(self, environment={"KtDebugEnabled": "YES"})
+        self.assertIn("Bound to port 4798\n", daemon.end()[2])
+
+    def test_the_option_wins_over_the_user_default(self):
+        daemon = Daemon(self, "--debug", environment={"KtDebugEnabled": "NO"})
+        self.assertIn("Bound to port 4798\n", daemon.end()[2])
+
+    def test_shows_the_uniqueness_probe(self):
+        self.assertIn("Daemon is unique: 1\n", Daemon(self, "--unique", "--debug").end()[2])
+
+
+class Answers(ProgramTest):
+    def test_echo_gives_back_the_other_keys(self):
+        Daemon(self)
+        self.assert_result(kt("send", "Echo", "a=b", "c=(1)"), 0, "{ a = b; c = ( 1 ); }\n")
+
+    def test_status_tells_of_the_server(self):
+        Daemon(self, "--signature", "Hut", "--ports", "9000")
+        answer = status("--signature", "Hut", "--ports", "9000")
+        self.assertEqual(sorted(answer), ["Port", "Refused", "Served", "Signature", "Uptime",
+                                          "Version"])
+        self.assertEqual([answer["Port"], answer["Signature"]], ["9000", "Hut"])
+        self.assertRegex(answer["Version"], r"^\d+\.\d+\.\d+$")
+
+    def test_status_counts_what_was_served_and_refused_before(self):
+        Daemon(self)
+        client = udp_socket(self)
+        for datagram in [b"", b"{", b"(a)", b"{ a = b; }", envelope("{}", 1, "Other")]:
+            client.sendto(datagram, ("127.0.0.1", 4798))
+        for keyword in ["Echo", "Fetch", "HelloKtUDP", "Status"]:
+            client.sendto(envelope(f"{{ KtUDPKeyword = {keyword}; }}", 1), ("127.0.0.1", 4798))
+            answer = client.recv(65536)
+        self.assertIn(b"; Refused = 5; Served = 3; ", answer)
+
+    def test_an_unknown_kind_is_an_error_that_names_the_kinds(self):
+        Daemon(self)
+        self.assert_result(
+            kt("send", "Fetch", "a=b"), 0,
+            '{ Error = "This server has no such kind of request. It knows: Echo, Status."; }\n')
+
+    def test_an_answer_that_would_be_too_large_is_an_error(self):
+        Daemon(self)
+        sender = udp_socket(self)
+        text = "\u00fc" * 20000  # takes two bytes each in this request, six in the answer
+        packet = f'{{ KtUDPKeyword = Echo; a = "{text}"; }}'
+        sender.sendto(envelope(packet, 1), ("127.0.0.1", 4798))
+        self.assertIn(b'_DataPacket = { Error = "The answer is too large for a datagram, '
+                      b'which carries 65507 bytes."; }', sender.recv(65536))
+
+
+class Misuse(ProgramTest):
+    def test_help_names_every_option(self):
+        result = ktd("--help")
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        for option in ["--signature TEXT", "--ports N,N,...", "--unique", "--broadcast ADDRESS",
+                       "--debug", "--version", "--help"]:
+            self.assertIn(option, result.stdout)
+
+    def test_version(self):
+        result = ktd("--version")
+        self.assertRegex(result.stdout, r"^ktd \d+\.\d+\.\d+\n$")
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+
+    def test_wrong_options_are_refused(self):
+        self.assert_misuse(ktd("--ports", "0"), "ktd", '--ports: "0" is not a list of ports from '
+                                                       "1 to 65535 with commas between them")
+        self.assert_misuse(ktd("--broadcast", "x"), "ktd",
+                           '--broadcast: "x" is not an IPv4 address such as 192.168.1.255')
+        self.assert_misuse(ktd("--frob"), "ktd",
+                           "The following argument was not expected: --frob")
+        self.assert_misuse(ktd("serve"), "ktd", "The following argument was not expected: serve")
+
+
+if __name__ == "__main__":
+    unittest.main()

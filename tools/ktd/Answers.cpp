@@ -1,0 +1,61 @@
+#include "tools/ktd/Answers.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+
+#include "kt/foundation/Format.h"
+#include "kt/udp/KtMessage.h"
+
+namespace kt::tools {
+
+namespace {
+
+// The kind that the request's keyword names, or null. A keyword that is no string names none.
+const Kind *kindOf(const Dictionary &request) {
+  const PropertyList *keyword = request.find(keywordKey);
+  const std::string *name = keyword != nullptr ? keyword->asString() : nullptr;
+  if (name == nullptr) return nullptr;
+  const auto kind = std::ranges::find(allKinds(), *name, &Kind::name);
+  return kind != allKinds().end() ? &*kind : nullptr;
+}
+
+// "Echo, Status"
+std::string kindNames() {
+  std::string names;
+  for (const Kind &kind : allKinds()) {
+    if (!names.empty()) names += ", ";
+    names += kind.name;
+  }
+  return names;
+}
+
+Dictionary errorAnswer(const std::string &sentence) {
+  return {{"Error", sentence}};
+}
+
+}  // namespace
+
+Answers::Answers(const KtUDPDaemon &daemon) : server_{daemon, std::chrono::steady_clock::now()} {}
+
+Dictionary Answers::replyForRequest(const Dictionary &request) const {
+  const Kind *kind = kindOf(request);
+  // The keyword itself is not repeated: it may be of any length and hold anything.
+  if (kind == nullptr) {
+    return errorAnswer("This server has no such kind of request. It knows: " + kindNames() + '.');
+  }
+  Dictionary answer = kind->answer(request, server_);
+  answer.erase(keywordKey);
+  if (fitsDatagram(answer)) return answer;
+  return errorAnswer(kt::format("The answer is too large for a datagram, which carries %d bytes.",
+                                largestDatagram));
+}
+
+bool Answers::fitsDatagram(const Dictionary &answer) const {
+  // The handshake whose answer, the smallest integer, has the longest text.
+  constexpr std::int32_t handshake = std::numeric_limits<std::int32_t>::max();
+  const Dictionary envelope = replyEnvelope(server_.daemon.signature(), handshake, answer);
+  return datagramBytes(envelope.description()).size() <= largestDatagram;
+}
+
+}  // namespace kt::tools

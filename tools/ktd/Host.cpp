@@ -1,0 +1,86 @@
+#include "tools/ktd/Host.h"
+
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <optional>
+#include <string>
+
+#include "kt/foundation/Format.h"
+#include "kt/udp/KtUDPDaemon.h"
+#include "tools/common/DirectedClient.h"
+#include "tools/common/Failure.h"
+#include "tools/common/Numbers.h"
+#include "tools/common/Output.h"
+#include "tools/ktd/Answers.h"
+
+namespace kt::tools {
+
+namespace {
+
+// Looks for another server where the options say, and remembers where it was. What it knows and
+// learns is static, because the server makes the object itself and keeps only its answer.
+class UniquenessProbe : public DirectedClient {
+ public:
+  UniquenessProbe() : DirectedClient(broadcast) {}
+
+  bool isServerIdReply(const Dictionary *packet) override {
+    const bool isServer = DirectedClient::isServerIdReply(packet);
+    if (isServer) otherServer = sinrep();
+    return isServer;
+  }
+
+  static inline std::optional<std::string> broadcast;    // where to look
+  static inline std::optional<sockaddr_in> otherServer;  // the server that answered
+};
+
+// Why `port` cannot be bound: "4798 (Address already in use)"
+std::string portAndReason(std::int32_t port) {
+  Socket socket = Socket::open();
+  const bool bound = socket.descriptor() >= 0 && socket.bind(static_cast<std::uint16_t>(port));
+  const std::string reason = bound ? "free by now" : std::strerror(errno);
+  return std::to_string(port) + " (" + reason + ')';
+}
+
+Failure registrationFailure(const HostOptions &options) {
+  if (UniquenessProbe::otherServer) {
+    return Failure(
+        kt::format("another server of signature %s answers at %s\n"
+                   "Stop it, or start without --unique or with another --signature.",
+                   inQuotes(options.signature), endpoint(*UniquenessProbe::otherServer)));
+  }
+  std::string reasons;
+  for (const std::int32_t port : options.ports) {
+    reasons += (reasons.empty() ? "" : ", ") + portAndReason(port);
+  }
+  return Failure("every port of the list is taken: " + reasons +
+                 "\nStop what holds them, or give other ports with --ports.");
+}
+
+void registerServer(KtUDPDaemon &daemon, const HostOptions &options) {
+  UniquenessProbe::broadcast = options.broadcast;
+  daemon.setCounterpartClass<UniquenessProbe>();
+  daemon.setMustBeUnique(options.unique);
+  daemon.setSignature(options.signature);
+  daemon.setPorts(options.ports);
+  if (!daemon.registerPort()) throw registrationFailure(options);
+}
+
+}  // namespace
+
+void serve(const HostOptions &options, Complaints &complaints) {
+  KtUDPDaemon daemon;
+  Answers answers(daemon);
+  daemon.setDelegate(&answers);
+  registerServer(daemon, options);
+  printLine(kt::format("ktd: serving %s on port %d", inQuotes(daemon.signature()), daemon.port()));
+  for (;;) {
+    try {
+      daemon.processQueries();
+    } catch (const std::exception &error) {
+      complaints.say(std::string("a request failed: ") + error.what());
+    }
+  }
+}
+
+}  // namespace kt::tools

@@ -1,0 +1,22 @@
+#include <array>
+
+#include "tools/ktd/kinds/Kind.h"
+
+namespace kt::tools {
+
+Answer answerEcho, answerStatus;
+
+namespace {
+
+constexpr std::array kinds{
+    Kind{"Echo", answerEcho},
+    Kind{"Status", answerStatus},
+};
+
+}  // namespace
+
+std::span<const Kind> allKinds() {
+  return kinds;
+}
+
+}  // namespace kt::tools
