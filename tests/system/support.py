@@ -46,12 +46,12 @@ class Program:
                 with contextlib.suppress(BrokenPipeError):
                     stream.close()
 
-    def line(self, stream=None):
+    def line(self, stream=None, silence=LONGEST_WAIT):
         """The next line of standard output, or of `stream`; None at its end."""
         stream = stream or self.process.stdout
         pending = self._pending.get(stream, b"")
         while b"\n" not in pending:
-            if not select.select([stream], [], [], LONGEST_WAIT)[0]:
+            if not select.select([stream], [], [], silence)[0]:
                 raise TimeoutError(f"no line from {self.process.args}")
             part = os.read(stream.fileno(), 65536)
             if not part:
@@ -73,10 +73,11 @@ class Program:
         self.process.stdin.write(b"go\n")
         self.process.stdin.close()
 
-    def results(self):
-        """The lines `name value` to the end of standard output; a set of values for each name."""
+    def results(self, silence=LONGEST_WAIT):
+        """The lines `name value` to the end of standard output, none more than `silence` seconds
+        behind the one before; a set of values for each name."""
         found = {}
-        while (line := self.line()) is not None:
+        while (line := self.line(silence=silence)) is not None:
             name, _, value = line.partition(" ")
             found.setdefault(name, set()).add(value)
         self.process.wait(LONGEST_WAIT)
