@@ -47,7 +47,8 @@ void subtract(Word *difference, Words larger, Words smaller) {
 
 int compare(Words a, Words b) {
   std::size_t i = a.size();
-  while (i > 0 && a[i - 1] == b[i - 1]) --i;
+  while (i > 0 && a[i - 1] == b[i - 1])
+    --i;
   if (i == 0) return 0;
   return a[i - 1] < b[i - 1] ? -1 : 1;
 }
@@ -114,7 +115,9 @@ void multiply(Limb *product, Limbs a, Limbs b) {
     product[i + a.size()] = addProduct(product + i, a, b[i]);
 }
 
-void square(Limb *product, Limbs a) { multiply(product, a, a); }
+void square(Limb *product, Limbs a) {
+  multiply(product, a, a);
+}
 
 Limb multiplyAdd(std::span<Limb> limbs, Limb factor, Limb addend) {
   for (Limb &limb : limbs) {
@@ -177,7 +180,8 @@ void divide(Limb *quotient, std::span<Limb> dividend, Limbs divisor) {
     window[n] -= subtractProduct(window, d, q);
     while (window[n] != 0) {  // the estimate was too large
       Limb carry = 0;
-      for (std::size_t i = 0; i < n; ++i) window[i] = addWithCarry(window[i], d[i], carry);
+      for (std::size_t i = 0; i < n; ++i)
+        window[i] = addWithCarry(window[i], d[i], carry);
       window[n] += carry;
       --q;
     }

@@ -11,8 +11,12 @@
 
 namespace kt::bigint {
 
-inline Words words(const _KtInt &i) { return {i.digits, i.length}; }
-inline std::span<Word> mutableWords(_KtInt &i) { return {i.digits, i.length}; }
+inline Words words(const _KtInt &i) {
+  return {i.digits, i.length};
+}
+inline std::span<Word> mutableWords(_KtInt &i) {
+  return {i.digits, i.length};
+}
 
 // Sees to a capacity of `wordCount`, of which the last word is a spare one: a value of 255 words
 // does without it.

@@ -22,7 +22,9 @@ constexpr const char *aNotNull = "a != NULL";
 constexpr const char *bothNotNull = "a != NULL && b != NULL";
 constexpr const char *allNotNull = "a != NULL && b != NULL && c != NULL";
 
-Words wordsOf(const _KtInt *i) { return kt::bigint::words(*i); }
+Words wordsOf(const _KtInt *i) {
+  return kt::bigint::words(*i);
+}
 
 // ---- Sums ---------------------------------------------------------------------------------------
 

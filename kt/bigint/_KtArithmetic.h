@@ -6,8 +6,8 @@
 //
 // Results are in normal form but for the one zero that _KtIntDiv names. They grow as they need to,
 // up to 255 words; beyond them see _KtInt.h.
-#ifndef KT_BIGINT_KTARITHMETIC_H
-#define KT_BIGINT_KTARITHMETIC_H
+#ifndef KT_BIGINT__KTARITHMETIC_H
+#define KT_BIGINT__KTARITHMETIC_H
 
 #include "kt/bigint/_KtInt.h"
 

@@ -2,8 +2,8 @@
 // arguments to normal form first, so that a record may come back shorter, and a zero without its
 // sign; those that take `const` only read. Nothing is allocated. A null argument fails an
 // assertion. One record serves one thread at a time.
-#ifndef KT_BIGINT_KTCOMPARISON_H
-#define KT_BIGINT_KTCOMPARISON_H
+#ifndef KT_BIGINT__KTCOMPARISON_H
+#define KT_BIGINT__KTCOMPARISON_H
 
 #include "kt/bigint/_KtInt.h"
 

@@ -16,8 +16,8 @@
 // A result of more than 255 words keeps the low 8 bits of its number of words, and of its words
 // those that these bits count; where they are 0 it is a zero in normal form. No call on records
 // made here reads or writes outside their blocks, whatever the lengths.
-#ifndef KT_BIGINT_KTINT_H
-#define KT_BIGINT_KTINT_H
+#ifndef KT_BIGINT__KTINT_H
+#define KT_BIGINT__KTINT_H
 
 #include <stdint.h>
 

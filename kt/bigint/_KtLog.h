@@ -1,7 +1,7 @@
 // The highest bit of the integers of kt/bigint/_KtInt.h: where it is, making a value of it alone,
 // and clearing it. A null record fails an assertion. One record serves one thread at a time.
-#ifndef KT_BIGINT_KTLOG_H
-#define KT_BIGINT_KTLOG_H
+#ifndef KT_BIGINT__KTLOG_H
+#define KT_BIGINT__KTLOG_H
 
 #include "kt/bigint/_KtInt.h"
 
