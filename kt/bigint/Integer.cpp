@@ -43,15 +43,16 @@ Integer::Record Integer::makeRecord() {
 
 Integer::Integer(Record record) noexcept : record_(std::move(record)) {}
 
-Integer::Integer(bool negative, std::uint64_t magnitude) {
-  if (magnitude == 0) return;
-  record_ = makeRecord();  // has room for five words
+Integer::Record Integer::recordOf(bool negative, std::uint64_t magnitude) {
+  if (magnitude == 0) return nullptr;
+  Record record = makeRecord();  // has room for five words
   for (int word = 0; word < wordsPer64Bits; ++word) {
-    record_->digits[word] = static_cast<std::uint16_t>(magnitude >> (word * bitsPerWord));
+    record->digits[word] = static_cast<std::uint16_t>(magnitude >> (word * bitsPerWord));
   }
-  record_->length = wordsPer64Bits;
-  record_->negative = static_cast<std::uint8_t>(negative);
-  _KtIntShorten(record_.get());
+  record->length = wordsPer64Bits;
+  record->negative = static_cast<std::uint8_t>(negative);
+  _KtIntShorten(record.get());
+  return record;
 }
 
 Integer::Integer(const Integer &other) {

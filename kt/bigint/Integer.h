@@ -40,7 +40,7 @@ class Integer {
   // The value of any built-in integer of up to 64 bits, a bool or a character too.
   template <std::integral Number>
   requires(sizeof(Number) <= sizeof(std::uint64_t)) Integer(Number value)
-      : Integer(isNegative(value), magnitudeOf(value)) {}
+      : record_(recordOf(isNegative(value), magnitudeOf(value))) {}
 
   // The number that `text` is in `base`, 2 to 36: an optional sign, + or -, and one digit or more.
   // The digits are 0-9 and then letters, in either case: Integer("-fF", 16) is -255. Nothing else
@@ -143,9 +143,9 @@ class Integer {
     return isNegative(value) ? std::uint64_t{0} - bits : bits;
   }
 
-  Integer(bool negative, std::uint64_t magnitude);
   explicit Integer(Record record) noexcept;
   static Record makeRecord();
+  static Record recordOf(bool negative, std::uint64_t magnitude);
   static Integer read(std::string_view text, std::string_view alphabet);
 
   [[nodiscard]] std::uint64_t magnitudeUpTo(std::uint64_t most) const;
