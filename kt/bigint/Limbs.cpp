@@ -171,7 +171,7 @@ void divide(Limb *quotient, std::span<Limb> dividend, Limbs divisor) {
   std::copy(divisor.begin(), divisor.end(), normalized.begin());
   const std::span<Limb> d = std::span(normalized).first(n);
   shiftLimbsLeft(d, bits);
-  std::array<Limb, maxLimbs + 1> rest;
+  std::array<Limb, 2 * maxLimbs + 1> rest;
   std::copy(dividend.begin(), dividend.end(), rest.begin());
   rest[dividend.size()] = shiftLimbsLeft(std::span(rest).first(dividend.size()), bits);
   for (std::size_t j = dividend.size() - n + 1; j-- > 0;) {
