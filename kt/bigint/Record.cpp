@@ -34,9 +34,9 @@ void Magnitude::cut(Limbs value) {
 }
 
 void Magnitude::store(_KtInt &i) const {
-  if (isZero()) return setZero(i);
-  const std::size_t count = wordCount(limbs());
+  const std::size_t count = std::max<std::size_t>(wordCount(limbs()), 1);
   reserve(i, count);
+  if (isZero()) return setZero(i);
   std::memcpy(i.digits, limbs_.data(), count * sizeof(Word));
   i.length = static_cast<std::uint8_t>(count);
   i.negative = 0;
