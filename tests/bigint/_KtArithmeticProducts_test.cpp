@@ -323,4 +323,14 @@ TEST(KtArithmeticProducts, PowSOfTenInDecimal) {
   EXPECT_EQ(decimal(record(power(number(10), 1200).words)), '1' + std::string(1200, '0'));
 }
 
+TEST(KtArithmeticProducts, AResultHasACapacityOfAtLeastItsLength) {
+  const Record c = number(0);
+  for (const std::int32_t value : {0, 7}) {
+    _KtIntSetMinLength(c.get(), 256);
+    ASSERT_EQ(c->capacity, 0);
+    _KtIntMul(number(value).get(), number(1).get(), c.get());
+    EXPECT_GE(c->capacity, c->length);
+  }
+}
+
 }  // namespace

@@ -1,7 +1,6 @@
 // Shifts by words and by bits, and what is done with the highest bit.
 #include <array>
 #include <cstddef>
-#include <limits>
 
 #include "tests/bigint/model/Steps.h"
 
@@ -12,7 +11,6 @@ namespace {
 constexpr const char *unit = "_KtArithmetic";
 constexpr const char *logUnit = "_KtLog";
 constexpr const char *one = "a != NULL";
-constexpr std::int32_t smallestCount = std::numeric_limits<std::int32_t>::min();  // has no negation
 
 std::array<std::int8_t, 256> makeMsbTable() {
   std::array<std::int8_t, 256> table{};
@@ -30,18 +28,13 @@ void moveUp(Int *a, std::int64_t n) {
     a->digits[static_cast<std::size_t>(k)] = 0;
 }
 
-}  // namespace
+// The shifts themselves, whose counts have 64 bits so that each has a negation.
+void blocksRight(Int *a, std::int64_t n);
+void bitsRight(Int *a, std::int64_t n);
 
-std::int32_t highestBit(Word word) {
-  static const std::array<std::int8_t, 256> msbTable = makeMsbTable();
-  return word <= 255 ? msbTable[word] : msbTable[static_cast<std::size_t>(word >> 8)] + 8;
-}
-
-void blockShiftLeft(Int *a, std::int32_t n) {
-  require(a, unit, 276, one);
+void blocksLeft(Int *a, std::int64_t n) {
   if (n == 0) return;
-  if (n == smallestCount) return setToZero(a);
-  if (n < 0) return blockShiftRight(a, -n);
+  if (n < 0) return blocksRight(a, -n);
   const std::int64_t words = a->length + n;
   setMinLength(a, words);
   if (a->unlimited || words <= maxLength) {
@@ -53,11 +46,9 @@ void blockShiftLeft(Int *a, std::int32_t n) {
   shorten(a);
 }
 
-void blockShiftRight(Int *a, std::int32_t n) {
-  require(a, unit, 296, one);
+void blocksRight(Int *a, std::int64_t n) {
   if (n == 0) return;
-  if (n == smallestCount) return setToZero(a);
-  if (n < 0) return blockShiftLeft(a, -n);
+  if (n < 0) return blocksLeft(a, -n);
   shorten(a);
   if (a->length <= n) return setToZero(a);
   a->length -= n;
@@ -65,12 +56,10 @@ void blockShiftRight(Int *a, std::int32_t n) {
     a->digits[static_cast<std::size_t>(k)] = a->digits[static_cast<std::size_t>(k + n)];
 }
 
-void shiftLeft(Int *a, std::int32_t n) {
-  require(a, unit, 324, one);
-  if (n == smallestCount) return setToZero(a);
-  if (n < 0) return shiftRight(a, -n);
-  blockShiftLeft(a, n / 16);
-  const std::int32_t r = n % 16;
+void bitsLeft(Int *a, std::int64_t n) {
+  if (n < 0) return bitsRight(a, -n);
+  blocksLeft(a, n / 16);
+  const auto r = static_cast<unsigned>(n % 16);
   if (r == 0) return;
   setMinLengthToSpare(a, a->length + 1);
   std::uint32_t carry = 0;
@@ -85,12 +74,10 @@ void shiftLeft(Int *a, std::int32_t n) {
   shorten(a);
 }
 
-void shiftRight(Int *a, std::int32_t n) {
-  require(a, unit, 354, one);
-  if (n == smallestCount) return setToZero(a);
-  if (n < 0) return shiftLeft(a, -n);
-  blockShiftRight(a, n / 16);
-  const std::int32_t r = n % 16;
+void bitsRight(Int *a, std::int64_t n) {
+  if (n < 0) return bitsLeft(a, -n);
+  blocksRight(a, n / 16);
+  const auto r = static_cast<unsigned>(n % 16);
   if (r == 0) return;
   std::uint32_t window = 0;  // two words, the upper one of which has been written
   for (std::int64_t i = a->length - 1; i >= 0; --i) {
@@ -99,6 +86,33 @@ void shiftRight(Int *a, std::int32_t n) {
     word = static_cast<Word>(window >> r);
   }
   shorten(a);
+}
+
+}  // namespace
+
+std::int32_t highestBit(Word word) {
+  static const std::array<std::int8_t, 256> msbTable = makeMsbTable();
+  return word <= 255 ? msbTable[word] : msbTable[static_cast<std::size_t>(word >> 8)] + 8;
+}
+
+void blockShiftLeft(Int *a, std::int32_t n) {
+  require(a, unit, 276, one);
+  blocksLeft(a, n);
+}
+
+void blockShiftRight(Int *a, std::int32_t n) {
+  require(a, unit, 296, one);
+  blocksRight(a, n);
+}
+
+void shiftLeft(Int *a, std::int32_t n) {
+  require(a, unit, 324, one);
+  bitsLeft(a, n);
+}
+
+void shiftRight(Int *a, std::int32_t n) {
+  require(a, unit, 354, one);
+  bitsRight(a, n);
 }
 
 std::int32_t log2(Int *a) {
