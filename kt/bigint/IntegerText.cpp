@@ -135,7 +135,10 @@ std::ostream &operator<<(std::ostream &stream, const Integer &value) {
   std::string front;
   if (value.sign() < 0) front = "-";
   if (value.sign() >= 0 && (format & std::ios_base::showpos) != 0) front = "+";
-  if (value && (format & std::ios_base::showbase) != 0) front += isHex ? "0x" : isOct ? "0" : "";
+  if (value && (format & std::ios_base::showbase) != 0) {
+    if (isHex) front += "0x";
+    if (isOct) digits.insert(0, "0");  // to the language it is a digit: internal fills before it
+  }
   if ((format & std::ios_base::uppercase) != 0) {
     front = upperCase(front);
     digits = upperCase(digits);
