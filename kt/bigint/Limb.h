@@ -11,6 +11,16 @@
 
 namespace kt::bigint {
 
+// What the sanitizers are to watch must not be assembler; x32 has short pointers.
+#if defined(__x86_64__) && defined(__LP64__) && !defined(__SANITIZE_ADDRESS__)
+#define KT_BIGINT_X86_64
+#endif
+#ifdef __has_feature
+#if __has_feature(address_sanitizer)
+#undef KT_BIGINT_X86_64
+#endif
+#endif
+
 using Word = std::uint16_t;
 #ifdef __SIZEOF_INT128__
 using Limb = std::uint64_t;
@@ -35,11 +45,19 @@ inline Limb loadLimb(const Word *words) {
   return limb;
 }
 
-inline void storeLimb(Word *words, Limb limb) { std::memcpy(words, &limb, sizeof limb); }
+inline void storeLimb(Word *words, Limb limb) {
+  std::memcpy(words, &limb, sizeof limb);
+}
 
-constexpr Limb low(DoubleLimb value) { return static_cast<Limb>(value); }
-constexpr Limb high(DoubleLimb value) { return static_cast<Limb>(value >> limbBits); }
-constexpr DoubleLimb join(Limb high, Limb low) { return DoubleLimb{high} << limbBits | low; }
+constexpr Limb low(DoubleLimb value) {
+  return static_cast<Limb>(value);
+}
+constexpr Limb high(DoubleLimb value) {
+  return static_cast<Limb>(value >> limbBits);
+}
+constexpr DoubleLimb join(Limb high, Limb low) {
+  return DoubleLimb{high} << limbBits | low;
+}
 
 // a + b + carry and a - b - borrow; carry and borrow are 0 or 1 and set for the next limb.
 inline Limb addWithCarry(Limb a, Limb b, Limb &carry) {

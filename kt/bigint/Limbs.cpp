@@ -9,44 +9,44 @@ namespace kt::bigint {
 // ---- Words --------------------------------------------------------------------------------------
 
 Word add(Word *sum, Words longer, Words shorter) {
-  Limb carry = 0;
-  std::size_t i = 0;
-  for (; i + wordsPerLimb <= shorter.size(); i += wordsPerLimb)
-    storeLimb(sum + i, addWithCarry(loadLimb(&longer[i]), loadLimb(&shorter[i]), carry));
-  std::uint32_t rest = static_cast<std::uint32_t>(carry);
-  for (; i < shorter.size(); ++i, rest >>= wordBits) {
-    rest += std::uint32_t{longer[i]} + shorter[i];  // at most 2 * 65535 + 1
-    sum[i] = static_cast<Word>(rest);
+  const std::size_t limbCount = shorter.size() / wordsPerLimb;
+  auto carry = static_cast<std::uint32_t>(addChain(sum, longer.data(), shorter.data(), limbCount));
+  std::size_t i = limbCount * wordsPerLimb;
+  for (; i < shorter.size(); ++i, carry >>= wordBits) {
+    carry += std::uint32_t{longer[i]} + shorter[i];  // at most 2 * 65535 + 1
+    sum[i] = static_cast<Word>(carry);
   }
-  for (; i < longer.size() && rest != 0; ++i, rest >>= wordBits) {
-    rest += longer[i];
-    sum[i] = static_cast<Word>(rest);
+  for (; i < longer.size() && carry != 0; ++i, carry >>= wordBits) {
+    carry += longer[i];
+    sum[i] = static_cast<Word>(carry);
   }
-  if (sum != longer.data())
+  if (i < longer.size() && sum != longer.data())
     std::memcpy(sum + i, longer.data() + i, (longer.size() - i) * sizeof(Word));
-  return static_cast<Word>(rest);
+  return static_cast<Word>(carry);
 }
 
 void subtract(Word *difference, Words larger, Words smaller) {
-  Limb borrow = 0;
-  std::size_t i = 0;
-  for (; i + wordsPerLimb <= smaller.size(); i += wordsPerLimb) {
-    storeLimb(difference + i,
-              subtractWithBorrow(loadLimb(&larger[i]), loadLimb(&smaller[i]), borrow));
-  }
-  std::uint32_t rest = static_cast<std::uint32_t>(borrow);
-  for (; i < larger.size() && (i < smaller.size() || rest != 0); ++i) {
-    const std::uint32_t subtrahend = (i < smaller.size() ? smaller[i] : 0U) + rest;
-    rest = larger[i] < subtrahend;
+  const std::size_t limbCount = smaller.size() / wordsPerLimb;
+  auto borrow = static_cast<std::uint32_t>(
+      subtractChain(difference, larger.data(), smaller.data(), limbCount));
+  std::size_t i = limbCount * wordsPerLimb;
+  for (; i < larger.size() && (i < smaller.size() || borrow != 0); ++i) {
+    const std::uint32_t subtrahend = (i < smaller.size() ? smaller[i] : 0U) + borrow;
+    borrow = larger[i] < subtrahend;
     difference[i] = static_cast<Word>(larger[i] - subtrahend);
   }
-  assert(rest == 0);
-  if (difference != larger.data())
+  assert(borrow == 0);
+  if (i < larger.size() && difference != larger.data())
     std::memcpy(difference + i, larger.data() + i, (larger.size() - i) * sizeof(Word));
 }
 
 int compare(Words a, Words b) {
   std::size_t i = a.size();
+  for (; i >= wordsPerLimb; i -= wordsPerLimb) {
+    const Limb ofA = loadLimb(&a[i - wordsPerLimb]);
+    const Limb ofB = loadLimb(&b[i - wordsPerLimb]);
+    if (ofA != ofB) return ofA < ofB ? -1 : 1;
+  }
   while (i > 0 && a[i - 1] == b[i - 1])
     --i;
   if (i == 0) return 0;
@@ -54,60 +54,50 @@ int compare(Words a, Words b) {
 }
 
 Word multiply(std::span<Word> words, Word factor) {
-  std::uint32_t carry = 0;
-  for (Word &word : words) {
-    carry += std::uint32_t{word} * factor;  // at most 65535 * 65535 + 65535
-    word = static_cast<Word>(carry);
-    carry >>= wordBits;
+  Limb carry = 0;
+  std::size_t i = 0;
+  for (; i + wordsPerLimb <= words.size(); i += wordsPerLimb) {
+    const DoubleLimb product = DoubleLimb{loadLimb(&words[i])} * factor + carry;
+    storeLimb(&words[i], low(product));
+    carry = high(product);
+  }
+  for (; i < words.size(); ++i, carry >>= wordBits) {
+    carry += std::uint32_t{words[i]} * factor;  // at most 65535 * 65535 + 65535
+    words[i] = static_cast<Word>(carry);
   }
   return static_cast<Word>(carry);
 }
 
 Word shiftLeft(std::span<Word> words, unsigned bits) {
-  std::uint32_t carry = 0;
-  for (Word &word : words) {
-    carry |= std::uint32_t{word} << bits;
-    word = static_cast<Word>(carry);
-    carry >>= wordBits;
+  Limb carry = 0;
+  std::size_t i = 0;
+  for (; i + wordsPerLimb <= words.size(); i += wordsPerLimb) {
+    const Limb limb = loadLimb(&words[i]);
+    storeLimb(&words[i], limb << bits | carry);
+    carry = limb >> (limbBits - bits);
+  }
+  for (; i < words.size(); ++i, carry >>= wordBits) {
+    carry |= std::uint32_t{words[i]} << bits;
+    words[i] = static_cast<Word>(carry);
   }
   return static_cast<Word>(carry);
 }
 
 void shiftRight(std::span<Word> words, unsigned bits) {
-  std::uint32_t above = 0;
-  for (std::size_t i = words.size(); i-- > 0;) {
-    above = above << wordBits | words[i];
-    words[i] = static_cast<Word>(above >> bits);
+  Limb above = 0;
+  std::size_t i = words.size();
+  for (; i >= wordsPerLimb; i -= wordsPerLimb) {
+    const Limb limb = loadLimb(&words[i - wordsPerLimb]);
+    storeLimb(&words[i - wordsPerLimb], above << (limbBits - bits) | limb >> bits);
+    above = limb;
+  }
+  for (; i > 0; --i) {
+    above = above << wordBits | words[i - 1];
+    words[i - 1] = static_cast<Word>(above >> bits);
   }
 }
 
-// ---- Limbs --------------------------------------------------------------------------------------
-
-namespace {
-
-// limbs = limbs + a * factor; the limb that goes out at the top.
-Limb addProduct(Limb *limbs, Limbs a, Limb factor) {
-  Limb carry = 0;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    const DoubleLimb sum = DoubleLimb{a[i]} * factor + limbs[i] + carry;
-    limbs[i] = low(sum);
-    carry = high(sum);
-  }
-  return carry;
-}
-
-// limbs = limbs - a * factor; the limb that is missing at the top.
-Limb subtractProduct(Limb *limbs, Limbs a, Limb factor) {
-  Limb carry = 0;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    const DoubleLimb product = DoubleLimb{a[i]} * factor + carry;
-    carry = high(product) + (limbs[i] < low(product));
-    limbs[i] -= low(product);
-  }
-  return carry;
-}
-
-}  // namespace
+// ---- Products -----------------------------------------------------------------------------------
 
 void multiply(Limb *product, Limbs a, Limbs b) {
   std::fill_n(product, a.size(), Limb{0});
@@ -115,81 +105,148 @@ void multiply(Limb *product, Limbs a, Limbs b) {
     product[i + a.size()] = addProduct(product + i, a, b[i]);
 }
 
+// Each product of two different limbs once, then all of them doubled and the squares added: two
+// thirds of the time of a product of 30 by 30 limbs.
 void square(Limb *product, Limbs a) {
-  multiply(product, a, a);
+  const std::size_t n = a.size();
+  std::fill_n(product, n, Limb{0});
+  for (std::size_t i = 0; i + 1 < n; ++i)
+    product[i + n] = addProduct(product + 2 * i + 1, a.subspan(i + 1), a[i]);
+  product[2 * n - 1] = 0;
+  Limb carry = 0, bit = 0;
+  for (std::size_t i = 0; i < n; ++i) {
+    const Limb lower = product[2 * i], upper = product[2 * i + 1];
+    const DoubleLimb own = DoubleLimb{a[i]} * a[i];
+    product[2 * i] = addWithCarry(lower << 1 | bit, low(own), carry);
+    product[2 * i + 1] = addWithCarry(upper << 1 | lower >> (limbBits - 1), high(own), carry);
+    bit = upper >> (limbBits - 1);
+  }
 }
 
-Limb multiplyAdd(std::span<Limb> limbs, Limb factor, Limb addend) {
-  for (Limb &limb : limbs) {
-    const DoubleLimb sum = DoubleLimb{limb} * factor + addend;
-    limb = low(sum);
-    addend = high(sum);
-  }
-  return addend;
-}
-
-Limb divide(Limb *quotient, Limbs dividend, Limb divisor) {
-  Limb remainder = 0;
-  for (std::size_t i = dividend.size(); i-- > 0;) {
-    const DoubleLimb current = join(remainder, dividend[i]);
-    quotient[i] = low(current / divisor);
-    remainder = low(current % divisor);
-  }
-  return remainder;
-}
+// ---- Quotients ----------------------------------------------------------------------------------
 
 namespace {
 
-Limb shiftLimbsLeft(std::span<Limb> limbs, unsigned bits) {
-  Limb carry = 0;
-  for (Limb &limb : limbs) {
-    const DoubleLimb shifted = DoubleLimb{limb} << bits | carry;
-    limb = low(shifted);
-    carry = high(shifted);
+// target = source shifted up by `bits`, fewer than a limb has; what goes out at the top.
+Limb shiftUp(Limb *target, Limbs source, unsigned bits) {
+  Limb below = 0;
+  for (std::size_t i = 0; i < source.size(); ++i) {
+    const Limb limb = source[i];
+    target[i] = high(join(limb, below) << bits);
+    below = limb;
   }
-  return carry;
+  return high(DoubleLimb{below} << bits);
 }
 
-void shiftLimbsRight(std::span<Limb> limbs, unsigned bits) {
-  for (std::size_t i = 0; i < limbs.size(); ++i)
-    limbs[i] = low(join(i + 1 < limbs.size() ? limbs[i + 1] : 0, limbs[i]) >> bits);
+// The quotient of two limbs, the upper one smaller than the divisor, by one whose top bit is set.
+// The remainder takes the place of the upper one.
+Limb divideTwoByOne(Limb &upper, Limb lower, Limb divisor, Limb reciprocal) {
+  const DoubleLimb candidate = DoubleLimb{reciprocal} * upper + join(upper, lower);
+  Limb quotient = high(candidate) + 1;
+  Limb remainder = lower - quotient * divisor;
+  if (remainder > low(candidate)) {
+    --quotient;
+    remainder += divisor;
+  }
+  if (remainder >= divisor) [[unlikely]] {
+    ++quotient;
+    remainder -= divisor;
+  }
+  upper = remainder;
+  return quotient;
 }
 
-// One limb of quotient, from the top two limbs and one: at most 2 too large for a divisor whose top
-// bit is set.
-Limb estimate(Limb top, Limb below, Limb divisorTop) {
-  if (top >= divisorTop) return ~Limb{0};
-  return low(join(top, below) / divisorTop);
+// The reciprocal for three limbs by two: floor((B^3 - 1) / (upper, lower)) - B.
+Limb reciprocalOfTwo(Limb upper, Limb lower) {
+  Limb reciprocal = LimbDivisor::reciprocalOf(upper);
+  Limb rest = upper * reciprocal + lower;
+  if (rest < lower) {
+    --reciprocal;
+    if (rest >= upper) {
+      --reciprocal;
+      rest -= upper;
+    }
+    rest -= upper;
+  }
+  const DoubleLimb product = DoubleLimb{reciprocal} * lower;
+  rest += high(product);
+  if (rest < high(product)) {
+    --reciprocal;
+    if (join(rest, low(product)) >= join(upper, lower)) --reciprocal;
+  }
+  return reciprocal;
 }
 
 }  // namespace
 
-void divide(Limb *quotient, std::span<Limb> dividend, Limbs divisor) {
-  const std::size_t n = divisor.size();
-  const unsigned bits = static_cast<unsigned>(std::countl_zero(divisor.back()));
-  std::array<Limb, maxLimbs> normalized;
-  std::copy(divisor.begin(), divisor.end(), normalized.begin());
-  const std::span<Limb> d = std::span(normalized).first(n);
-  shiftLimbsLeft(d, bits);
-  std::array<Limb, 2 * maxLimbs + 1> rest;
-  std::copy(dividend.begin(), dividend.end(), rest.begin());
-  rest[dividend.size()] = shiftLimbsLeft(std::span(rest).first(dividend.size()), bits);
-  for (std::size_t j = dividend.size() - n + 1; j-- > 0;) {
-    Limb *const window = &rest[j];
-    Limb q = estimate(window[n], window[n - 1], d[n - 1]);
-    window[n] -= subtractProduct(window, d, q);
-    while (window[n] != 0) {  // the estimate was too large
-      Limb carry = 0;
-      for (std::size_t i = 0; i < n; ++i)
-        window[i] = addWithCarry(window[i], d[i], carry);
-      window[n] += carry;
-      --q;
-    }
-    quotient[j] = q;
+Limb LimbDivisor::divide(std::span<Limb> dividend) const {
+  if (dividend.empty()) return 0;
+  Limb remainder = high(DoubleLimb{dividend.back()} << bits_);
+  for (std::size_t i = dividend.size(); i-- > 0;) {
+    const Limb below = i > 0 ? dividend[i - 1] : 0;
+    const Limb lower = high(join(dividend[i], below) << bits_);
+    dividend[i] = divideTwoByOne(remainder, lower, divisor_, reciprocal_);
   }
-  shiftLimbsRight(std::span(rest).first(n + 1), bits);
-  std::fill(dividend.begin(), dividend.end(), Limb{0});
-  std::copy_n(rest.begin(), n, dividend.begin());
+  return remainder >> bits_;
+}
+
+Divisor::Divisor(Limbs divisor)
+    : count_(divisor.size()), bits_(static_cast<unsigned>(std::countl_zero(divisor.back()))) {
+  shiftUp(limbs_.data(), divisor, bits_);
+  reciprocal_ = count_ == 1 ? LimbDivisor::reciprocalOf(limbs_[0])
+                            : reciprocalOfTwo(limbs_[count_ - 1], limbs_[count_ - 2]);
+}
+
+// One limb of the quotient, from the top three limbs of what is divided: exact or, very rarely, 1
+// too large.
+Limb Divisor::estimate(Limb top, Limb middle, Limb bottom) const {
+  const DoubleLimb divisor = join(limbs_[count_ - 1], limbs_[count_ - 2]);
+  if (join(top, middle) >= divisor) [[unlikely]]
+    return ~Limb{0};
+  const DoubleLimb candidate = DoubleLimb{reciprocal_} * top + join(top, middle);
+  Limb quotient = high(candidate) + 1;
+  const Limb upper = middle - high(candidate) * high(divisor);
+  DoubleLimb remainder = join(upper, bottom) - DoubleLimb{high(candidate)} * low(divisor) - divisor;
+  if (high(remainder) >= low(candidate)) {
+    --quotient;
+    remainder += divisor;
+  }
+  if (remainder >= divisor) [[unlikely]]
+    ++quotient;
+  return quotient;
+}
+
+// The dividend is kept as its complement, to which multiples of the divisor are added: so the loop
+// of products serves here too. (~x + y is ~(x - y); a carry out of it says that y was larger.)
+void Divisor::divide(Limb *quotient, std::span<Limb> dividend) const {
+  std::array<Limb, 2 * maxLimbs + 1> rest;
+  rest[dividend.size()] = shiftUp(rest.data(), dividend, bits_);
+  if (count_ == 1) {
+    Limb remainder = rest[dividend.size()];
+    for (std::size_t i = dividend.size(); i-- > 0;)
+      quotient[i] = divideTwoByOne(remainder, rest[i], limbs_[0], reciprocal_);
+    std::fill(dividend.begin(), dividend.end(), Limb{0});
+    dividend[0] = remainder >> bits_;
+    return;
+  }
+  const Limbs divisor(limbs_.data(), count_);
+  for (std::size_t i = 0; i <= dividend.size(); ++i)
+    rest[i] = ~rest[i];
+  for (std::size_t j = dividend.size() - count_ + 1; j-- > 0;) {
+    Limb *const window = &rest[j];
+    Limb &top = window[count_];
+    quotient[j] = estimate(~top, ~window[count_ - 1], ~window[count_ - 2]);
+    top += addProduct(window, divisor, quotient[j]);
+    if (top != ~Limb{0}) [[unlikely]] {
+      --quotient[j];
+      Limb borrow = 0;
+      for (std::size_t i = 0; i < count_; ++i)
+        window[i] = subtractWithBorrow(window[i], divisor[i], borrow);
+    }
+  }
+  std::fill(dividend.begin() + static_cast<std::ptrdiff_t>(count_), dividend.end(), Limb{0});
+  for (std::size_t i = 0; i < count_; ++i)
+    dividend[i] = low(join(i + 1 < count_ ? ~rest[i + 1] : 0, ~rest[i]) >> bits_);
 }
 
 }  // namespace kt::bigint

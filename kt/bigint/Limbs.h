@@ -4,14 +4,15 @@
 #ifndef KT_BIGINT_LIMBS_H
 #define KT_BIGINT_LIMBS_H
 
+#include <array>
 #include <span>
 
 #include "kt/bigint/Limb.h"
+#include "kt/bigint/LimbChains.h"
 
 namespace kt::bigint {
 
 using Words = std::span<const Word>;
-using Limbs = std::span<const Limb>;
 
 // ---- Words, in a record's block -----------------------------------------------------------------
 
@@ -33,18 +34,15 @@ Word multiply(std::span<Word> words, Word factor);
 Word shiftLeft(std::span<Word> words, unsigned bits);
 void shiftRight(std::span<Word> words, unsigned bits);
 
-// The words without zeros at the top: none for 0.
-inline Words significant(Words words) {
-  while (!words.empty() && words.back() == 0) words = words.first(words.size() - 1);
-  return words;
-}
-
 // ---- Limbs, on the stack ------------------------------------------------------------------------
 
-// The limbs without zeros at the top: none for 0.
-inline Limbs significant(Limbs limbs) {
-  while (!limbs.empty() && limbs.back() == 0) limbs = limbs.first(limbs.size() - 1);
-  return limbs;
+// The words or limbs without zeros at the top: none for 0.
+template <class Digits>
+Digits significant(Digits digits) {
+  std::size_t count = digits.size();
+  while (count > 0 && digits[count - 1] == 0)
+    --count;
+  return digits.first(count);
 }
 
 // product = a * b, a.size() + b.size() limbs. `product` overlaps neither. Requires: neither is
@@ -54,16 +52,50 @@ void multiply(Limb *product, Limbs a, Limbs b);
 // product = a * a, 2 * a.size() limbs. `product` does not overlap it. Requires: it is not empty.
 void square(Limb *product, Limbs a);
 
-// limbs = limbs * factor + addend; the limb that goes out at the top.
-Limb multiplyAdd(std::span<Limb> limbs, Limb factor, Limb addend);
+// Divides by one limb, with the method of Moeller and Granlund ("Improved division by invariant
+// integers", 2011): two products take the place of the processor's division.
+class LimbDivisor {
+ public:
+  // Requires: `divisor` is not 0.
+  constexpr explicit LimbDivisor(Limb divisor)
+      : bits_(static_cast<unsigned>(std::countl_zero(divisor))),
+        divisor_(divisor << bits_),
+        reciprocal_(reciprocalOf(divisor_)) {}
 
-// Divides in place: `quotient` gets dividend.size() - divisor.size() + 1 limbs, the dividend
-// becomes the remainder. Requires: the divisor's top limb is not 0; it is not the longer one.
-void divide(Limb *quotient, std::span<Limb> dividend, Limbs divisor);
+  // Divides in place: `dividend` becomes the quotient. The remainder.
+  [[nodiscard]] Limb divide(std::span<Limb> dividend) const;
 
-// The same with one limb: as many limbs of quotient as `dividend` has, which may be in its place.
-// The remainder.
-Limb divide(Limb *quotient, Limbs dividend, Limb divisor);
+  // floor((B * B - 1) / divisor) - B. Requires: the divisor's top bit is set.
+  static constexpr Limb reciprocalOf(Limb divisor) {
+    return low(join(~divisor, ~Limb{0}) / divisor);
+  }
+
+ private:
+  unsigned bits_;    // by which the divisor is shifted up
+  Limb divisor_;     // its top bit is set
+  Limb reciprocal_;  // of divisor_
+};
+
+// Divides by any number of limbs, with the same authors' method for each limb of the quotient.
+class Divisor {
+ public:
+  // Requires: the top limb of `divisor` is not 0; it has at most maxLimbs.
+  explicit Divisor(Limbs divisor);
+
+  [[nodiscard]] std::size_t size() const { return count_; }
+
+  // Divides in place: `quotient` gets dividend.size() - size() + 1 limbs, `dividend` becomes the
+  // remainder. Requires: it has size() limbs or more, and at most 2 * maxLimbs.
+  void divide(Limb *quotient, std::span<Limb> dividend) const;
+
+ private:
+  [[nodiscard]] Limb estimate(Limb top, Limb middle, Limb bottom) const;
+
+  std::array<Limb, maxLimbs> limbs_;  // shifted up, so that the top bit is set
+  std::size_t count_;                 // limbs of the divisor
+  unsigned bits_;                     // by which it is shifted
+  Limb reciprocal_;                   // of the top two limbs, or of the only one
+};
 
 }  // namespace kt::bigint
 

@@ -18,7 +18,7 @@ class Residues {
  public:
   using Residue = std::array<Limb, bigint::maxLimbs>;
 
-  explicit Residues(const _KtInt &modulus) : modulus_(modulus) {}
+  explicit Residues(const _KtInt &modulus) : modulus_(bigint::Magnitude(modulus).limbs()) {}
 
   // Requires: 0 <= value < m.
   [[nodiscard]] static Residue residueOf(const _KtInt &value) {
@@ -45,16 +45,16 @@ class Residues {
   }
 
  private:
-  [[nodiscard]] std::size_t count() const { return modulus_.limbs().size(); }
+  [[nodiscard]] std::size_t count() const { return modulus_.size(); }
   [[nodiscard]] Limbs limbsOf(const Residue &residue) const { return {residue.data(), count()}; }
 
   void reduceTo(Residue &residue) {
-    bigint::divide(quotient_.data(), {product_.data(), 2 * count()}, modulus_.limbs());
+    modulus_.divide(quotient_.data(), {product_.data(), 2 * count()});
     std::copy_n(product_.begin(), count(), residue.begin());
   }
 
-  const bigint::Magnitude modulus_;
-  bigint::ProductLimbs product_;
+  const bigint::Divisor modulus_;
+  std::array<Limb, 2 * bigint::maxLimbs> product_;
   std::array<Limb, bigint::maxLimbs + 1> quotient_;  // not needed, but division gives it
 };
 

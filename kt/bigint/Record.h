@@ -21,8 +21,15 @@ inline std::span<Word> mutableWords(_KtInt &i) {
 // Sees to a capacity of `wordCount`, of which the last word is a spare one: a value of 255 words
 // does without it.
 inline void reserve(_KtInt &i, std::size_t wordCount) {
-  if (i.capacity < std::min(wordCount, maxWords))
-    _KtIntSetMinLength(&i, static_cast<int>(std::min(wordCount, maxWords)));
+  const std::size_t capacity = std::min(wordCount, maxWords);
+  if (i.capacity < capacity) _KtIntSetMinLength(&i, static_cast<int>(capacity));
+}
+
+// Brings the record to normal form.
+inline void normalize(_KtInt &i) {
+  while (i.length > 1 && i.digits[i.length - 1] == 0)
+    --i.length;
+  if (i.length == 1 && i.digits[0] == 0) i.negative = 0;
 }
 
 // Zero in normal form. The block stays.
@@ -39,31 +46,47 @@ inline void append(_KtInt &i, Word carry) {
   i.digits[i.length++] = carry;
 }
 
-// The magnitude of a product: twice the length of a record.
-using ProductLimbs = std::array<Limb, 2 * maxLimbs>;
-
-// The magnitude of a record, on the stack, without zeros at the top.
+// A magnitude on the stack, without zeros at the top: that of a record, or a product of two.
 class Magnitude {
  public:
-  Magnitude() = default;
-  explicit Magnitude(const _KtInt &i) { load(significant(words(i))); }
-  explicit Magnitude(Limb value) : limbs_{value}, count_(value != 0) {}
+  Magnitude() = default;  // zero
+  explicit Magnitude(const _KtInt &i) { load(words(i)); }
+  explicit Magnitude(Limb value) : count_(value != 0) { limbs_[0] = value; }
+  Magnitude(const Magnitude &other) { *this = other; }
+  Magnitude &operator=(const Magnitude &other);
 
   [[nodiscard]] bool isZero() const { return count_ == 0; }
   [[nodiscard]] Limbs limbs() const { return {limbs_.data(), count_}; }
-  [[nodiscard]] std::span<Limb> limbs() { return {limbs_.data(), count_}; }
 
-  // Takes a value of any length, cut as a record's length cuts it: it keeps as many words as the
-  // low 8 bits of their number say.
+  // The limbs to be changed, after which settle() counts those that are left.
+  [[nodiscard]] std::span<Limb> mutableLimbs() { return {limbs_.data(), count_}; }
+  void settle() { count_ = significant(limbs()).size(); }
+
+  // Puts a limb on top, if it is not 0. Requires: at most maxLimbs so far.
+  void append(Limb top) {
+    if (top != 0) limbs_[count_++] = top;
+  }
+
+  // Takes the product of two others, or the square of another, cut.
+  void setProduct(const Magnitude &a, const Magnitude &b);
+  void setSquare(const Magnitude &a);
+
+  // Cuts a value that is too long for a record as a record's length cuts it: of its words it keeps
+  // as many as the low 8 bits of their number say.
+  void cut() {
+    if (count_ >= maxLimbs) cutWords();
+  }
   void cut(Limbs value);
 
-  // Writes the value to a record, in normal form and not negative.
+  // Writes the value to a record, in normal form and not negative. Requires: it fits, as it does
+  // once it is cut.
   void store(_KtInt &i) const;
 
  private:
   void load(Words value);
+  void cutWords();
 
-  std::array<Limb, maxLimbs> limbs_;  // those behind count_ are not set
+  std::array<Limb, 2 * maxLimbs> limbs_;  // those behind count_ are not set
   std::size_t count_ = 0;
 };
 

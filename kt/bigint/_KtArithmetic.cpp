@@ -37,7 +37,7 @@ void sumOfMagnitudes(const _KtInt *x, const _KtInt *y, _KtInt *c, bool negative)
   c->length = length;
   if (carry != 0 && length == maxWords) return kt::bigint::setZero(*c);
   kt::bigint::append(*c, carry);
-  _KtIntShorten(c);
+  kt::bigint::normalize(*c);
   c->negative = negative;
 }
 
@@ -47,14 +47,14 @@ void differenceOfMagnitudes(const _KtInt *larger, const _KtInt *smaller, _KtInt 
   kt::bigint::reserve(*c, length);
   kt::bigint::subtract(c->digits, wordsOf(larger), wordsOf(smaller));
   c->length = length;
-  _KtIntShorten(c);
+  kt::bigint::normalize(*c);
   c->negative = negative;
 }
 
 // c = |minuend| - |subtrahend|, once both are in normal form.
 void subtractMagnitudes(_KtInt *minuend, _KtInt *subtrahend, _KtInt *c) {
-  _KtIntShorten(minuend);
-  _KtIntShorten(subtrahend);
+  kt::bigint::normalize(*minuend);
+  kt::bigint::normalize(*subtrahend);
   const int order = minuend->length != subtrahend->length
                         ? minuend->length - subtrahend->length
                         : kt::bigint::compare(wordsOf(minuend), wordsOf(subtrahend));
@@ -73,7 +73,7 @@ void addToMagnitude(_KtInt *a, Word s) {
     a->digits[i] = static_cast<Word>(carry);
   }
   kt::bigint::append(*a, static_cast<Word>(carry));
-  _KtIntShorten(a);
+  kt::bigint::normalize(*a);
 }
 
 // |a| = |a| - s, which is not negative.
@@ -84,7 +84,7 @@ void subtractFromMagnitude(_KtInt *a, Word s) {
     a->digits[i] = static_cast<Word>(word - borrow);
     borrow = word < borrow;
   }
-  _KtIntShorten(a);
+  kt::bigint::normalize(*a);
 }
 
 // The sign changes: |a| = s - |a|, where a has one word that is not larger than s.
@@ -98,7 +98,7 @@ void subtractMagnitudeFrom(Word s, _KtInt *a, bool negative) {
 void _KtIntAddS(_KtInt *a, uint16_t s) {
   require(a != nullptr, {unit, 149, aNotNull});
   if (!a->negative) return addToMagnitude(a, s);
-  _KtIntShorten(a);
+  kt::bigint::normalize(*a);
   if (a->length <= 1 && a->digits[0] <= s) return subtractMagnitudeFrom(s, a, false);
   subtractFromMagnitude(a, s);
 }
@@ -106,7 +106,7 @@ void _KtIntAddS(_KtInt *a, uint16_t s) {
 void _KtIntSubS(_KtInt *a, uint16_t s) {
   require(a != nullptr, {unit, 170, aNotNull});
   if (a->negative) return addToMagnitude(a, s);
-  _KtIntShorten(a);
+  kt::bigint::normalize(*a);
   // Equal values go the other way: a zero from here would be negative.
   if (a->length <= 1 && a->digits[0] < s) return subtractMagnitudeFrom(s, a, true);
   subtractFromMagnitude(a, s);
@@ -162,12 +162,12 @@ void moveUp(_KtInt *a, std::int64_t n) {
   std::memmove(a->digits + n, a->digits, a->length * sizeof(Word));
   std::memset(a->digits, 0, static_cast<std::size_t>(n) * sizeof(Word));
   a->length = kept;
-  _KtIntShorten(a);
+  kt::bigint::normalize(*a);
 }
 
 // |a| = |a| / 65536^n, n > 0.
 void moveDown(_KtInt *a, std::int64_t n) {
-  _KtIntShorten(a);
+  kt::bigint::normalize(*a);
   if (a->length <= n) return kt::bigint::setZero(*a);
   a->length = static_cast<std::uint8_t>(a->length - n);
   std::memmove(a->digits, a->digits + n, a->length * sizeof(Word));
@@ -185,7 +185,7 @@ void shiftUp(_KtInt *a, std::int64_t n) {
   if (bits == 0) return;
   kt::bigint::reserve(*a, a->length + 1U);
   kt::bigint::append(*a, kt::bigint::shiftLeft(kt::bigint::mutableWords(*a), bits));
-  _KtIntShorten(a);
+  kt::bigint::normalize(*a);
 }
 
 void shiftDown(_KtInt *a, std::int64_t n) {
@@ -193,7 +193,7 @@ void shiftDown(_KtInt *a, std::int64_t n) {
   const auto bits = static_cast<unsigned>(n % wordBits);
   if (bits == 0) return;
   kt::bigint::shiftRight(kt::bigint::mutableWords(*a), bits);
-  _KtIntShorten(a);
+  kt::bigint::normalize(*a);
 }
 
 // By bits; negative counts go down.
@@ -231,32 +231,21 @@ void _KtIntShiftRight(_KtInt *a, int32_t n) {
 
 namespace {
 
-// a * b, cut to the words that a record keeps.
-Magnitude product(const Magnitude &a, const Magnitude &b) {
-  Magnitude result;
-  if (a.isZero() || b.isZero()) return result;
-  kt::bigint::ProductLimbs limbs;
-  kt::bigint::multiply(limbs.data(), a.limbs(), b.limbs());
-  result.cut(Limbs(limbs).first(a.limbs().size() + b.limbs().size()));
-  return result;
-}
-
-Magnitude squareOf(const Magnitude &a) {
-  Magnitude result;
-  if (a.isZero()) return result;
-  kt::bigint::ProductLimbs limbs;
-  kt::bigint::square(limbs.data(), a.limbs());
-  result.cut(Limbs(limbs).first(2 * a.limbs().size()));
-  return result;
-}
-
-// The power of which each product is cut: so the exponent's bits are taken from the lowest.
+// The power of which each product is cut as a record's length cuts it: so the exponent's bits are
+// taken from the lowest.
 Magnitude power(Magnitude base, unsigned exponent) {
-  Magnitude result(Limb{1});
-  while (exponent != 0) {
-    if (exponent % 2 != 0) result = product(result, base);
-    exponent /= 2;
-    if (exponent != 0) base = squareOf(base);
+  Magnitude result(Limb{1}), product;
+  for (; exponent > 1; exponent /= 2) {
+    if (exponent % 2 != 0) {
+      product.setProduct(result, base);
+      result = product;
+    }
+    product.setSquare(base);
+    base = product;
+  }
+  if (exponent == 1) {
+    product.setProduct(result, base);
+    return product;
   }
   return result;
 }
@@ -267,7 +256,7 @@ void _KtIntMulS(_KtInt *a, uint16_t s) {
   require(a != nullptr, {unit, 193, aNotNull});
   kt::bigint::reserve(*a, a->length + 1U);
   kt::bigint::append(*a, kt::bigint::multiply(kt::bigint::mutableWords(*a), s));
-  _KtIntShorten(a);
+  kt::bigint::normalize(*a);
 }
 
 void _KtIntPowS(_KtInt *a, uint16_t e) {
@@ -275,34 +264,32 @@ void _KtIntPowS(_KtInt *a, uint16_t e) {
   const bool negative = a->negative && e % 2 != 0;
   power(Magnitude(*a), e).store(*a);
   a->negative = negative;
-  _KtIntShorten(a);
+  kt::bigint::normalize(*a);
 }
 
 void _KtIntMul(const _KtInt *a, const _KtInt *b, _KtInt *c) {
   require(a != nullptr && b != nullptr && c != nullptr, {unit, 450, allNotNull});
-  product(Magnitude(*a), Magnitude(*b)).store(*c);
+  Magnitude product;
+  product.setProduct(Magnitude(*a), Magnitude(*b));
+  product.store(*c);
   // The signs are read now: an operand that is also the result has lost its own. Kept.
   c->negative = (a->negative != 0) != (b->negative != 0);
-  _KtIntShorten(c);
+  kt::bigint::normalize(*c);
 }
 
 // ---- Quotients ----------------------------------------------------------------------------------
 
 namespace {
 
-struct Division {
-  Magnitude quotient, remainder;
-};
-
-Division divide(const Magnitude &dividend, const Magnitude &divisor) {
-  Division result{{}, dividend};
-  if (dividend.limbs().size() < divisor.limbs().size()) return result;
-  std::array<Limb, kt::bigint::maxLimbs> quotient;
-  const std::size_t count = dividend.limbs().size() - divisor.limbs().size() + 1;
-  kt::bigint::divide(quotient.data(), result.remainder.limbs(), divisor.limbs());
-  result.quotient.cut(Limbs(quotient).first(count));
-  result.remainder.cut(std::as_const(result.remainder).limbs());
-  return result;
+// Divides: `dividend` becomes the remainder.
+void divide(Magnitude &dividend, const Magnitude &divisor, Magnitude &quotient) {
+  const std::size_t size = dividend.limbs().size();
+  if (size < divisor.limbs().size()) return;
+  std::array<Limb, kt::bigint::maxLimbs> limbs;
+  const kt::bigint::Divisor prepared(divisor.limbs());
+  prepared.divide(limbs.data(), dividend.mutableLimbs());
+  dividend.settle();
+  quotient.cut(Limbs(limbs).first(size - prepared.size() + 1));
 }
 
 }  // namespace
@@ -310,7 +297,9 @@ Division divide(const Magnitude &dividend, const Magnitude &divisor) {
 void _KtIntMod(const _KtInt *a, _KtInt *b, _KtInt *c) {
   require(a != nullptr && b != nullptr && c != nullptr, {unit, 483, allNotNull});
   require(!_KtIntZero(b), {unit, 484, "!_KtIntZero(b)"});
-  divide(Magnitude(*a), Magnitude(*b)).remainder.store(*c);
+  Magnitude rest(*a), quotient;
+  divide(rest, Magnitude(*b), quotient);
+  rest.store(*c);
 }
 
 void _KtIntDiv(const _KtInt *dividend, _KtInt *divisor, _KtInt *quotient, _KtInt *remainder) {
@@ -320,9 +309,10 @@ void _KtIntDiv(const _KtInt *dividend, _KtInt *divisor, _KtInt *quotient, _KtInt
           {unit, 498, "quotient != NULL && remainder != NULL"});
   require(quotient != remainder, {unit, 499, "quotient != remainder"});
   require(!_KtIntZero(divisor), {unit, 500, "!_KtIntZero(divisor)"});
-  const Division result = divide(Magnitude(*dividend), Magnitude(*divisor));
-  result.remainder.store(*remainder);
-  result.quotient.store(*quotient);
+  Magnitude rest(*dividend), magnitude;
+  divide(rest, Magnitude(*divisor), magnitude);
+  rest.store(*remainder);
+  magnitude.store(*quotient);
   // As after a product, an operand that is also a result has lost its sign. Kept.
   if ((dividend->negative != 0) == (divisor->negative != 0)) return;
   quotient->negative = 1;  // a zero stays so: kept

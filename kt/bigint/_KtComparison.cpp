@@ -39,7 +39,7 @@ int _KtIntEQ(_KtInt *a, _KtInt *b) {
 
 int _KtIntZero(_KtInt *a) {
   require(a != nullptr, {unit, 42, "a != NULL"});
-  _KtIntShorten(a);
+  kt::bigint::normalize(*a);
   return a->length == 1 && a->digits[0] == 0;
 }
 
@@ -73,8 +73,8 @@ int _KtIntOdd(const _KtInt *a) {
 
 int _KtIntCmp(_KtInt *a, _KtInt *b) {
   require(a != nullptr && b != nullptr, {unit, 94, bothNotNull});
-  _KtIntShorten(a);
-  _KtIntShorten(b);
+  kt::bigint::normalize(*a);
+  kt::bigint::normalize(*b);
   if (a->negative && !b->negative) return -1;
   if (!a->negative && b->negative) return 1;
   const int sign = a->negative ? -1 : 1;

@@ -78,7 +78,9 @@ void _KtIntCopy(const _KtInt *src, _KtInt *dst) {
   std::memmove(dst->digits, src->digits, src->length * sizeof *src->digits);
 }
 
-void _KtIntSwap(_KtInt *a, _KtInt *b) { std::swap(*a, *b); }
+void _KtIntSwap(_KtInt *a, _KtInt *b) {
+  std::swap(*a, *b);
+}
 
 void _KtIntSetValue(_KtInt *i, int32_t value) {
   require(i != nullptr, {unit, 80, "i != NULL"});
@@ -101,7 +103,8 @@ int32_t _KtIntValue(const _KtInt *i) {
 
 void _KtIntShorten(_KtInt *i) {
   require(i != nullptr, {unit, 109, "i != NULL"});
-  while (i->length > 1 && i->digits[i->length - 1] == 0) --i->length;
+  while (i->length > 1 && i->digits[i->length - 1] == 0)
+    --i->length;
   if (i->length == 1 && i->digits[0] == 0) i->negative = 0;
 }
 
