@@ -8,7 +8,7 @@
 #include <gmp.h>
 
 #include <cstdint>
-#include <span>
+#include <cstring>
 
 #include "kt/bigint.h"
 
@@ -32,13 +32,9 @@ class Gmp {
   [[nodiscard]] bool isNormal(const _KtInt &i) const {
     const std::size_t bits = mpz_sgn(number_) == 0 ? 1 : mpz_sizeinbase(number_, 2);
     if (i.length != (bits + 15) / 16 || (i.negative != 0) != (mpz_sgn(number_) < 0)) return false;
-    const auto limbs = std::span(mpz_limbs_read(number_), mpz_size(number_));
-    for (std::size_t k = 0; k < i.length; ++k) {
-      const std::size_t limb = k / (GMP_NUMB_BITS / 16);
-      const mp_limb_t bitsOfLimb = limb < limbs.size() ? limbs[limb] : 0;
-      if (i.digits[k] != ((bitsOfLimb >> (k % (GMP_NUMB_BITS / 16) * 16)) & 0xFFFF)) return false;
-    }
-    return true;
+    if (mpz_sgn(number_) == 0) return i.digits[0] == 0;
+    // Limbs and words are little-endian both.
+    return std::memcmp(mpz_limbs_read(number_), i.digits, 2 * std::size_t{i.length}) == 0;
   }
 
   // Whether a record has room for it.
