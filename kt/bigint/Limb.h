@@ -49,6 +49,12 @@ inline void storeLimb(Word *words, Limb limb) {
   std::memcpy(words, &limb, sizeof limb);
 }
 
+// The limb itself, as a value of which the compiler knows nothing: so it takes limbs one by one.
+inline Limb opaque(Limb limb) {
+  asm("" : "+r"(limb));
+  return limb;
+}
+
 constexpr Limb low(DoubleLimb value) {
   return static_cast<Limb>(value);
 }

@@ -99,9 +99,24 @@ void shiftRight(std::span<Word> words, unsigned bits) {
 
 // ---- Products -----------------------------------------------------------------------------------
 
+namespace {
+
+// product = a * factor, one limb more than a has.
+void multiplyByLimb(Limb *product, Limbs a, Limb factor) {
+  Limb carry = 0;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    const DoubleLimb sum = DoubleLimb{a[i]} * factor + carry;
+    product[i] = low(sum);
+    carry = high(sum);
+  }
+  product[a.size()] = carry;
+}
+
+}  // namespace
+
 void multiply(Limb *product, Limbs a, Limbs b) {
-  std::fill_n(product, a.size(), Limb{0});
-  for (std::size_t i = 0; i < b.size(); ++i)
+  multiplyByLimb(product, a, b[0]);
+  for (std::size_t i = 1; i < b.size(); ++i)
     product[i + a.size()] = addProduct(product + i, a, b[i]);
 }
 
@@ -109,8 +124,9 @@ void multiply(Limb *product, Limbs a, Limbs b) {
 // thirds of the time of a product of 30 by 30 limbs.
 void square(Limb *product, Limbs a) {
   const std::size_t n = a.size();
-  std::fill_n(product, n, Limb{0});
-  for (std::size_t i = 0; i + 1 < n; ++i)
+  product[0] = 0;
+  multiplyByLimb(product + 1, a.subspan(1), a[0]);
+  for (std::size_t i = 1; i + 1 < n; ++i)
     product[i + n] = addProduct(product + 2 * i + 1, a.subspan(i + 1), a[i]);
   product[2 * n - 1] = 0;
   Limb carry = 0, bit = 0;

@@ -20,10 +20,14 @@ Magnitude &Magnitude::operator=(const Magnitude &other) {
 }
 
 void Magnitude::load(Words value) {
-  count_ = (value.size() + wordsPerLimb - 1) / wordsPerLimb;
-  if (count_ == 0) return;
-  limbs_[count_ - 1] = 0;
-  std::memcpy(limbs_.data(), value.data(), value.size_bytes());
+  const std::size_t whole = value.size() / wordsPerLimb;
+  for (std::size_t i = 0; i < whole; ++i)
+    limbs_[i] = loadLimb(&value[i * wordsPerLimb]);
+  count_ = whole;
+  Limb top = 0;
+  for (std::size_t i = value.size(); i-- > whole * wordsPerLimb;)
+    top = top << wordBits | value[i];
+  append(top);
   settle();
 }
 
@@ -66,9 +70,20 @@ void Magnitude::store(_KtInt &i) const {
   if (isZero()) return setZero(i);
   const std::size_t count = wordCount(limbs());
   reserve(i, count);
-  std::memcpy(i.digits, limbs_.data(), count * sizeof(Word));
+  storeWords(i.digits, count);
   i.length = static_cast<std::uint8_t>(count);
   i.negative = 0;
+}
+
+// Limb by limb: a wider copy would have to wait for limbs that were written one by one a moment
+// ago, which costs as much as a product of 4 by 4 limbs.
+void Magnitude::storeWords(Word *target, std::size_t count) const {
+  std::size_t i = 0;
+  for (; (i + 1) * wordsPerLimb <= count; ++i)
+    storeLimb(target + i * wordsPerLimb, opaque(limbs_[i]));
+  Limb top = limbs_[i];
+  for (i *= wordsPerLimb; i < count; ++i, top >>= wordBits)
+    target[i] = static_cast<Word>(top);
 }
 
 }  // namespace kt::bigint

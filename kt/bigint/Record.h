@@ -85,6 +85,7 @@ class Magnitude {
  private:
   void load(Words value);
   void cutWords();
+  void storeWords(Word *target, std::size_t count) const;
 
   std::array<Limb, 2 * maxLimbs> limbs_;  // those behind count_ are not set
   std::size_t count_ = 0;

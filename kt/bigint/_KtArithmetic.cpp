@@ -231,23 +231,21 @@ void _KtIntShiftRight(_KtInt *a, int32_t n) {
 
 namespace {
 
-// The power of which each product is cut as a record's length cuts it: so the exponent's bits are
+// |a| = |a|^exponent, of which each product is cut as a record's length cuts it: so the exponent's bits are
 // taken from the lowest.
-Magnitude power(Magnitude base, unsigned exponent) {
-  Magnitude result(Limb{1}), product;
-  for (; exponent > 1; exponent /= 2) {
+void power(_KtInt &a, unsigned exponent) {
+  std::array<Magnitude, 3> magnitudes{Magnitude(Limb{1}), Magnitude(a)};
+  Magnitude *result = &magnitudes[0], *base = &magnitudes[1], *next = &magnitudes[2];
+  for (; exponent != 0; exponent /= 2) {
     if (exponent % 2 != 0) {
-      product.setProduct(result, base);
-      result = product;
+      next->setProduct(*result, *base);
+      std::swap(next, result);
     }
-    product.setSquare(base);
-    base = product;
+    if (exponent == 1) break;
+    next->setSquare(*base);
+    std::swap(next, base);
   }
-  if (exponent == 1) {
-    product.setProduct(result, base);
-    return product;
-  }
-  return result;
+  result->store(a);
 }
 
 }  // namespace
@@ -262,7 +260,7 @@ void _KtIntMulS(_KtInt *a, uint16_t s) {
 void _KtIntPowS(_KtInt *a, uint16_t e) {
   require(a != nullptr, {unit, 215, aNotNull});
   const bool negative = a->negative && e % 2 != 0;
-  power(Magnitude(*a), e).store(*a);
+  power(*a, e);
   a->negative = negative;
   kt::bigint::normalize(*a);
 }
