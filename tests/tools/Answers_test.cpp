@@ -45,9 +45,8 @@ TEST_F(KtdAnswers, EvaluateGivesTheValueOfAnExpression) {
 
 TEST_F(KtdAnswers, EvaluateAnswersInTheBaseThatIsAskedFor) {
   for (const PropertyList &base : {PropertyList("16"), PropertyList(16)}) {
-    EXPECT_EQ(
-        answerTo({{"KtUDPKeyword", "Evaluate"}, {"Expression", "2^64 - 1"}, {"Base", base}}),
-        (Dictionary{{"Value", "ffffffffffffffff"}}));
+    EXPECT_EQ(answerTo({{"KtUDPKeyword", "Evaluate"}, {"Expression", "2^64 - 1"}, {"Base", base}}),
+              (Dictionary{{"Value", "ffffffffffffffff"}}));
   }
 }
 

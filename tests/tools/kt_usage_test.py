@@ -45,7 +45,8 @@ class Version(ProgramTest):
 
 class Misuse(ProgramTest):
     def test_no_command(self):
-        self.assert_misuse(run("KT"), "kt", "a command is needed: hello, send, ping, parse, calc, eval")
+        self.assert_misuse(run("KT"), "kt",
+                           "a command is needed: hello, send, ping, parse, calc, eval")
 
     def test_an_unknown_command(self):
         self.assert_misuse(kt("fetch"), "kt", "The following argument was not expected: fetch")
