@@ -95,7 +95,7 @@ Integer::Integer(std::string_view text, std::string_view alphabet) {
   *this = read(text, alphabet);
 }
 
-namespace literals {
+inline namespace literals {
 
 Integer operator""_kt(const char *text) {
   std::string digits = lowerCase(text);
