@@ -79,6 +79,10 @@ class LimbDivisor {
 // Divides by any number of limbs, with the same authors' method for each limb of the quotient.
 class Divisor {
  public:
+  // One to be assigned to: nothing of it is set, for there are many at a time of which few are
+  // used.
+  Divisor() = default;
+
   // Requires: the top limb of `divisor` is not 0; it has at most maxLimbs.
   explicit Divisor(Limbs divisor);
 

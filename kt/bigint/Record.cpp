@@ -27,7 +27,7 @@ void Magnitude::load(Words value) {
   Limb top = 0;
   for (std::size_t i = value.size(); i-- > whole * wordsPerLimb;)
     top = top << wordBits | value[i];
-  append(top);
+  push(top);
   settle();
 }
 
@@ -49,6 +49,18 @@ void Magnitude::setSquare(const Magnitude &a) {
   cut();
 }
 
+void Magnitude::setMultiple(const Magnitude &a, Limb factor, Limb addend) {
+  std::fill_n(limbs_.data(), a.count_, Limb{0});
+  limbs_[0] = addend;
+  limbs_[a.count_] = a.isZero() ? addend : addProduct(limbs_.data(), a.limbs(), factor);
+  count_ = a.count_ + 1;
+  settle();
+}
+
+bool Magnitude::isTooLong() const {
+  return count_ >= maxLimbs && wordCount(limbs()) > maxWords;
+}
+
 void Magnitude::cut(Limbs value) {
   count_ = value.size();
   std::memcpy(limbs_.data(), value.data(), value.size_bytes());
@@ -67,9 +79,9 @@ void Magnitude::cutWords() {
 }
 
 void Magnitude::store(_KtInt &i) const {
-  if (isZero()) return setZero(i);
-  const std::size_t count = wordCount(limbs());
+  const std::size_t count = std::max<std::size_t>(wordCount(limbs()), 1);
   reserve(i, count);
+  if (isZero()) return setZero(i);
   storeWords(i.digits, count);
   i.length = static_cast<std::uint8_t>(count);
   i.negative = 0;

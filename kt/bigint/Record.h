@@ -62,14 +62,17 @@ class Magnitude {
   [[nodiscard]] std::span<Limb> mutableLimbs() { return {limbs_.data(), count_}; }
   void settle() { count_ = significant(limbs()).size(); }
 
-  // Puts a limb on top, if it is not 0. Requires: at most maxLimbs so far.
-  void append(Limb top) {
-    if (top != 0) limbs_[count_++] = top;
-  }
+  // Puts a limb on top. Requires: it is not 0, or settle() follows; at most maxLimbs so far.
+  void push(Limb top) { limbs_[count_++] = top; }
 
   // Takes the product of two others, or the square of another, cut.
   void setProduct(const Magnitude &a, const Magnitude &b);
   void setSquare(const Magnitude &a);
+
+  // Takes a * factor + addend, which may be too long for a record.
+  void setMultiple(const Magnitude &a, Limb factor, Limb addend);
+
+  [[nodiscard]] bool isTooLong() const;
 
   // Cuts a value that is too long for a record as a record's length cuts it: of its words it keeps
   // as many as the low 8 bits of their number say.

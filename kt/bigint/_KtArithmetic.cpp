@@ -231,11 +231,11 @@ void _KtIntShiftRight(_KtInt *a, int32_t n) {
 
 namespace {
 
-// |a| = |a|^exponent, of which each product is cut as a record's length cuts it: so the exponent's bits are
-// taken from the lowest.
+// |a| = |a|^exponent, of which each product is cut as a record's length cuts it: so the exponent's
+// bits are taken from the lowest.
 void power(_KtInt &a, unsigned exponent) {
-  std::array<Magnitude, 3> magnitudes{Magnitude(Limb{1}), Magnitude(a)};
-  Magnitude *result = &magnitudes[0], *base = &magnitudes[1], *next = &magnitudes[2];
+  Magnitude one(Limb{1}), ofA(a), spare;
+  Magnitude *result = &one, *base = &ofA, *next = &spare;
   for (; exponent != 0; exponent /= 2) {
     if (exponent % 2 != 0) {
       next->setProduct(*result, *base);

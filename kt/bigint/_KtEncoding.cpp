@@ -1,7 +1,5 @@
 #include "kt/bigint/_KtEncoding.h"
 
-#include <string_view>
-
 #include "kt/bigint/Assertion.h"
 #include "kt/bigint/Radix.h"
 #include "kt/bigint/Record.h"
@@ -25,10 +23,7 @@ void _KtIntEncode(const _KtInt *v, char *output, const char *alphabet) {
     // A zero with the sign set gets no digit: kept.
     if (!v->negative) *output++ = alphabet[0];
   } else {
-    const std::string_view digits(alphabet);
-    // What a division by the base says.
-    require(!digits.empty(), {"_KtArithmetic", 500, "!_KtIntZero(divisor)"});
-    output = kt::bigint::writeDigits(magnitude, output, digits);
+    output = kt::bigint::writeDigits(magnitude, output, alphabet);
   }
   *output = '\0';
 }
