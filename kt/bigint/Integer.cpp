@@ -208,13 +208,11 @@ Integer &Integer::operator>>=(std::int64_t count) {
   requireNotNegative(count < 0, "count", "operator>>");
   if (!*this) return *this;
   const bool roundsDown = sign() < 0;  // the record's own shift cuts off towards zero
-  if (roundsDown) ++*this;
-  if (*this) {
-    const std::int64_t enough = std::min<std::int64_t>(count, maximumBits);
-    _KtIntShiftRight(record_.get(), static_cast<std::int32_t>(enough));
-    dropIfZero();
-  }
-  if (roundsDown) --*this;
+  if (roundsDown) _KtIntAddS(record_.get(), 1);
+  const std::int64_t enough = std::min<std::int64_t>(count, maximumBits);
+  _KtIntShiftRight(record_.get(), static_cast<std::int32_t>(enough));
+  if (roundsDown) _KtIntSubS(record_.get(), 1);
+  dropIfZero();
   return *this;
 }
 
