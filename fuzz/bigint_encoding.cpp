@@ -63,7 +63,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
   const std::string input(bytes + 1, bytes + size);
   const std::size_t alphabetSize = std::min<std::size_t>(bytes[0], input.size());
   const std::string alphabet = alphabetOf(input.substr(0, alphabetSize));
-  const std::string text = input.substr(alphabetSize).c_str();  // up to a NUL
+  const std::string behind = input.substr(alphabetSize);
+  const std::string text = behind.substr(0, behind.find('\0'));
 
   const Record value = number(-1);
   _KtIntDecode(text.c_str(), value.get(), alphabet.c_str());

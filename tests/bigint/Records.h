@@ -71,7 +71,7 @@ inline void PrintTo(const Value &value, std::ostream *stream) {
 inline std::string encoded(const _KtInt *value, const std::string &alphabet) {
   std::string text(std::size_t{16} * value->length + 2, '?');
   _KtIntEncode(value, text.data(), alphabet.c_str());
-  return text.c_str();  // up to the NUL
+  return text.substr(0, text.find('\0'));
 }
 
 inline std::string decimal(const Record &record) {

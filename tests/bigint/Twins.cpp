@@ -148,7 +148,7 @@ std::string Twins::encode(std::size_t index, const std::string &alphabet) {
 }
 
 std::string Twins::decode(std::size_t index, const std::string &text, const std::string &alphabet) {
-  model::decode(text.c_str(), &twins_[index].plain, alphabet);  // up to a NUL, as the library
+  model::decode(text.substr(0, text.find('\0')), &twins_[index].plain, alphabet);
   _KtIntDecode(text.c_str(), twins_[index].library.get(), alphabet.c_str());
   return difference(index, true);
 }
