@@ -213,56 +213,79 @@ Divisor::Divisor(Limbs divisor)
                             : reciprocalOfTwo(limbs_[count_ - 1], limbs_[count_ - 2]);
 }
 
-// One limb of the quotient, from the top three limbs of what is divided: exact or, very rarely, 1
-// too large.
-Limb Divisor::estimate(Limb top, Limb middle, Limb bottom) const {
+// Three limbs by the top two of the divisor: the quotient is one limb, exact for these and, very
+// rarely, 1 too large for all of the divisor. The remainder takes the place of the upper two.
+// Requires: the upper two are less than the top two of the divisor.
+Limb Divisor::divideThreeByTwo(DoubleLimb &upper, Limb lower) const {
   const DoubleLimb divisor = join(limbs_[count_ - 1], limbs_[count_ - 2]);
-  if (join(top, middle) >= divisor) [[unlikely]]
-    return ~Limb{0};
-  const DoubleLimb candidate = DoubleLimb{reciprocal_} * top + join(top, middle);
+  const DoubleLimb candidate = DoubleLimb{reciprocal_} * high(upper) + upper;
   Limb quotient = high(candidate) + 1;
-  const Limb upper = middle - high(candidate) * high(divisor);
-  DoubleLimb remainder = join(upper, bottom) - DoubleLimb{high(candidate)} * low(divisor) - divisor;
+  const Limb top = low(upper) - high(candidate) * high(divisor);
+  DoubleLimb remainder = join(top, lower) - DoubleLimb{high(candidate)} * low(divisor) - divisor;
   if (high(remainder) >= low(candidate)) {
     --quotient;
     remainder += divisor;
   }
-  if (remainder >= divisor) [[unlikely]]
+  if (remainder >= divisor) [[unlikely]] {
     ++quotient;
+    remainder -= divisor;
+  }
+  upper = remainder;
   return quotient;
 }
 
-// The dividend is kept as its complement, to which multiples of the divisor are added: so the loop
-// of products serves here too. (~x + y is ~(x - y); a carry out of it says that y was larger.)
+// One limb of the quotient. `upper` are the top two limbs of what is left; those below stand in
+// `window` as their complement, to which multiples of the divisor are added, so that the loop of
+// products serves here too: ~x + y is ~(x - y), and a carry out of it is a borrow.
+Limb Divisor::divideStep(DoubleLimb &upper, Limb *window) const {
+  const DoubleLimb top = join(limbs_[count_ - 1], limbs_[count_ - 2]);
+  if (upper >= top) [[unlikely]] {
+    const Limb quotient = ~Limb{0};
+    window[count_ - 1] = ~low(upper);
+    addProduct(window, limbs(), quotient);
+    upper = ~join(window[count_ - 1], window[count_ - 2]);
+    return quotient;
+  }
+  Limb quotient = divideThreeByTwo(upper, ~window[count_ - 2]);
+  const Limbs below = limbs().first(count_ - 2);
+  const Limb borrow = addProduct(window, below, quotient);
+  const bool isTooLarge = upper < borrow;
+  upper -= borrow;
+  if (!isTooLarge) [[likely]]
+    return quotient;
+  Limb carry = 0;
+  for (std::size_t i = 0; i < below.size(); ++i)
+    window[i] = subtractWithBorrow(window[i], below[i], carry);
+  upper += top + carry;
+  return quotient - 1;
+}
+
+void Divisor::divideByLimb(Limb *quotient, Limbs dividend, Limb &remainder) const {
+  for (std::size_t i = dividend.size(); i-- > 0;)
+    quotient[i] = divideTwoByOne(remainder, dividend[i], limbs_[0], reciprocal_);
+}
+
 void Divisor::divide(Limb *quotient, std::span<Limb> dividend) const {
-  std::array<Limb, 2 * maxLimbs + 1> rest;
-  rest[dividend.size()] = shiftUp(rest.data(), dividend, bits_);
+  std::array<Limb, 2 * maxLimbs> rest;
+  const std::size_t size = dividend.size();
+  Limb top = shiftUp(rest.data(), dividend, bits_);
+  std::fill(dividend.begin(), dividend.end(), Limb{0});
   if (count_ == 1) {
-    Limb remainder = rest[dividend.size()];
-    for (std::size_t i = dividend.size(); i-- > 0;)
-      quotient[i] = divideTwoByOne(remainder, rest[i], limbs_[0], reciprocal_);
-    std::fill(dividend.begin(), dividend.end(), Limb{0});
-    dividend[0] = remainder >> bits_;
+    divideByLimb(quotient, Limbs(rest).first(size), top);
+    dividend[0] = top >> bits_;
     return;
   }
-  const Limbs divisor(limbs_.data(), count_);
-  for (std::size_t i = 0; i <= dividend.size(); ++i)
+  DoubleLimb upper = join(top, rest[size - 1]);
+  for (std::size_t i = 0; i + 1 < size; ++i)
     rest[i] = ~rest[i];
-  for (std::size_t j = dividend.size() - count_ + 1; j-- > 0;) {
-    Limb *const window = &rest[j];
-    Limb &top = window[count_];
-    quotient[j] = estimate(~top, ~window[count_ - 1], ~window[count_ - 2]);
-    top += addProduct(window, divisor, quotient[j]);
-    if (top != ~Limb{0}) [[unlikely]] {
-      --quotient[j];
-      Limb borrow = 0;
-      for (std::size_t i = 0; i < count_; ++i)
-        window[i] = subtractWithBorrow(window[i], divisor[i], borrow);
-    }
-  }
-  std::fill(dividend.begin() + static_cast<std::ptrdiff_t>(count_), dividend.end(), Limb{0});
+  for (std::size_t i = size - count_ + 1; i-- > 0;)
+    quotient[i] = divideStep(upper, &rest[i]);
+  for (std::size_t i = 0; i + 2 < count_; ++i)
+    rest[i] = ~rest[i];
+  rest[count_ - 2] = low(upper);
+  rest[count_ - 1] = high(upper);
   for (std::size_t i = 0; i < count_; ++i)
-    dividend[i] = low(join(i + 1 < count_ ? ~rest[i + 1] : 0, ~rest[i]) >> bits_);
+    dividend[i] = low(join(i + 1 < count_ ? rest[i + 1] : 0, rest[i]) >> bits_);
 }
 
 }  // namespace kt::bigint

@@ -93,7 +93,10 @@ class Divisor {
   void divide(Limb *quotient, std::span<Limb> dividend) const;
 
  private:
-  [[nodiscard]] Limb estimate(Limb top, Limb middle, Limb bottom) const;
+  [[nodiscard]] Limbs limbs() const { return {limbs_.data(), count_}; }
+  Limb divideThreeByTwo(DoubleLimb &upper, Limb lower) const;
+  Limb divideStep(DoubleLimb &upper, Limb *window) const;
+  void divideByLimb(Limb *quotient, Limbs dividend, Limb &remainder) const;
 
   std::array<Limb, maxLimbs> limbs_;  // shifted up, so that the top bit is set
   std::size_t count_;                 // limbs of the divisor

