@@ -3,9 +3,9 @@
 // is asked, so that the same numbers are refused everywhere. One object for one expression, on one
 // thread.
 //
-// The unit is a step: what it takes to multiply two limbs of 64 bits and add the result, about a
-// nanosecond. Results of more than 4,080 bits are std::overflow_error as kt::Integer throws it;
-// what else has no result is CalculationError.
+// The unit is a step, which takes about as long as a product of two 64-bit words, a nanosecond or
+// less on a fast host. Results of more than 4,080 bits are std::overflow_error as kt::Integer
+// throws it; what else has no result is CalculationError.
 #ifndef KT_TOOLS_COMMON_CALCULATION_H
 #define KT_TOOLS_COMMON_CALCULATION_H
 

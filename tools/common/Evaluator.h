@@ -41,9 +41,10 @@ class EvaluationError : public std::runtime_error {
 };
 
 // What an expression may cost, in steps (Calculation.h): as much as it likes, or what a server
-// gives to a stranger, which is a few milliseconds.
+// gives to a stranger, which is about 5 milliseconds on a fast host and
+// enough for a power modulo a number of 2,048 bits.
 inline constexpr std::uint64_t unlimitedSteps = std::numeric_limits<std::uint64_t>::max();
-inline constexpr std::uint64_t servedSteps = 4'000'000;
+inline constexpr std::uint64_t servedSteps = 5'000'000;
 
 // The value of `expression`. Throws EvaluationError for what is no expression, has no result, has a
 // number of more than 4,080 bits on the way, costs more than `steps`, or holds more than 64
