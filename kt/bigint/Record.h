@@ -125,9 +125,9 @@ inline void Magnitude::storeWords(Word *target, std::size_t count) const {
 }
 
 inline void Magnitude::store(_KtInt &i) const {
+  const std::size_t count = isZero() ? 1 : wordCount(limbs());
+  reserve(i, count);  // of a zero too: a request may have cut the capacity to 0
   if (isZero()) return setZero(i);
-  const std::size_t count = wordCount(limbs());
-  reserve(i, count);
   storeWords(i.digits, count);
   i.length = static_cast<std::uint8_t>(count);
   i.negative = 0;
