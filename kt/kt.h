@@ -4,6 +4,7 @@
 #define KT_KT_H
 
 #include "kt/bigint.h"
+#include "kt/bigint/Integer.h"
 #include "kt/diagnostics/KtDebug.h"
 #include "kt/foundation/Format.h"
 #include "kt/foundation/HostName.h"

@@ -1,6 +1,7 @@
 // kt::Integer as text: reading, writing, streams and literals.
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstring>
 #include <ostream>
 #include <stdexcept>
@@ -43,9 +44,11 @@ std::size_t leastBits(std::string_view alphabet) {
   return static_cast<std::size_t>(std::bit_width(alphabet.size())) - 1;
 }
 
-// Bits that no digit exceeds.
-std::size_t mostBits(std::string_view alphabet) {
-  return static_cast<std::size_t>(std::bit_width(alphabet.size() - 1));
+// Whether all numbers of so many digits fit, as far as floating-point numbers can tell.
+bool surelyFits(std::size_t digitCount, std::string_view alphabet) {
+  constexpr double margin = 0.001;  // bits; far more than the error of the product
+  const double bits = static_cast<double>(digitCount) * std::log2(alphabet.size());
+  return bits + margin < Integer::maximumBits;
 }
 
 std::string withCase(std::string_view text, char first, char last, int shift) {
@@ -81,8 +84,7 @@ Integer Integer::read(std::string_view text, std::string_view alphabet) {
   _KtIntDecode(std::string(text).c_str(), number.record_.get(), std::string(alphabet).c_str());
   number.dropIfZero();
   // A number that did not fit has lost words by now, so that its text is another.
-  const bool surelyFits = text.size() * mostBits(alphabet) <= maximumBits;
-  if (!surelyFits && number.write(alphabet) != text) throw tooLarge();
+  if (!surelyFits(text.size(), alphabet) && number.write(alphabet) != text) throw tooLarge();
   number.record_->negative = static_cast<std::uint8_t>(negative);
   return number;
 }
