@@ -174,7 +174,7 @@ TEST(KtInt, SetMinLengthCutsARequestAndKeepsTheWordsOfALongerValue) {
 }
 
 TEST(KtInt, SetMinLengthOf256MakesTheCapacityZeroOfAnyRecord) {
-  for (const std::size_t length : {1, 5, 254, 255}) {
+  for (const std::size_t length : {1U, 5U, 254U, 255U}) {
     const Record i = record(allOnes(length));
     _KtIntSetMinLength(i.get(), 256);
     EXPECT_EQ(i->capacity, 0);
