@@ -42,7 +42,7 @@ void checkAgainstModel(const Record &value, const std::string &text, const std::
 
 // What is written, in a block that is as long as it has to be.
 std::string written(const Record &value, const std::string &alphabet) {
-  const std::string text = encoded(value.get(), alphabet);
+  std::string text = encoded(value.get(), alphabet);
   std::string exact(text.size() + 9, '\x7E');
   _KtIntEncode(value.get(), exact.data(), alphabet.c_str());
   require(exact == text + '\0' + std::string(8, '\x7E'));
