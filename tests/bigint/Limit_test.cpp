@@ -4,10 +4,12 @@
 // block.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <string>
 
+#include "tests/bigint/RandomValues.h"
 #include "tests/bigint/Records.h"
 #include "tests/bigint/Twins.h"
 
@@ -270,6 +272,29 @@ TEST(Limit, EncodeWritesEveryDigitOf255Words) {
   EXPECT_EQ(encoded(record(shiftedUp(254, 0x1000)).get(), _KTINT_HEX_VECTOR),
             '1' + std::string(1019, '0'));
   EXPECT_EQ(decimal(ones(255)).size(), 1229U);
+}
+
+// How many digits of a base make 4,080 bits, about.
+std::size_t digitsAtLimit(std::size_t base) {
+  return static_cast<std::size_t>(4080 / std::log2(static_cast<double>(base)));
+}
+
+TEST(Limit, LongTextsInRandomAlphabetsAreReadAsTheModelReadsThem) {
+  RandomValues random(seed());
+  SCOPED_TRACE("KT_SEED=" + std::to_string(seed()));
+  Twins pool(1);
+  for (int round = 0; round < KT_BIGINT_STEPS / 2000; ++round) {
+    const std::size_t base = 2 + random.below(random.oneIn(2) ? 15 : 253);
+    const std::string alphabet = random.alphabet(base);
+    const std::size_t size = digitsAtLimit(base) * (random.oneIn(5) ? 2 : 1) + random.below(80);
+    std::string text = random.text(alphabet, size);
+    if (random.oneIn(3)) text.insert(0, random.below(300), alphabet[0]);
+    ASSERT_EQ(pool.decode(0, text, alphabet), "") << "in base " << base << ": " << text.size();
+    const std::string digits = alphabet.substr(1);  // no zero on top, nothing to pass over
+    text.assign(size - random.below(60),
+                digits[random.below(static_cast<std::uint32_t>(base - 1))]);
+    ASSERT_EQ(pool.decode(0, text, alphabet), "") << "in base " << base << ": " << text.size();
+  }
 }
 
 // Every function, on records of about 255 words in every form and aliasing, with numbers on both
