@@ -121,9 +121,10 @@ void multiply(Limb *product, Limbs a, Limbs b) {
 }
 
 // Each product of two different limbs once, then all of them doubled and the squares added: two
-// thirds of the time of a product of 30 by 30 limbs.
+// thirds of the time of a product of 30 by 30 limbs, and no gain below 8.
 void square(Limb *product, Limbs a) {
   const std::size_t n = a.size();
+  if (n < 8) return multiply(product, a, a);
   product[0] = 0;
   multiplyByLimb(product + 1, a.subspan(1), a[0]);
   for (std::size_t i = 1; i + 1 < n; ++i)

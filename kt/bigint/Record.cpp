@@ -9,24 +9,6 @@ Magnitude &Magnitude::operator=(const Magnitude &other) {
   return *this;
 }
 
-void Magnitude::setProduct(const Magnitude &a, const Magnitude &b) {
-  count_ = 0;
-  if (a.isZero() || b.isZero()) return;
-  multiply(limbs_.data(), a.limbs(), b.limbs());
-  count_ = a.count_ + b.count_;
-  settle();
-  cut();
-}
-
-void Magnitude::setSquare(const Magnitude &a) {
-  count_ = 0;
-  if (a.isZero()) return;
-  square(limbs_.data(), a.limbs());
-  count_ = 2 * a.count_;
-  settle();
-  cut();
-}
-
 void Magnitude::setMultiple(const Magnitude &a, Limb factor, Limb addend) {
   std::fill_n(limbs_.data(), a.count_, Limb{0});
   limbs_[0] = addend;

@@ -133,6 +133,24 @@ inline void Magnitude::store(_KtInt &i) const {
   i.negative = 0;
 }
 
+inline void Magnitude::setProduct(const Magnitude &a, const Magnitude &b) {
+  count_ = 0;
+  if (a.isZero() || b.isZero()) return;
+  multiply(limbs_.data(), a.limbs(), b.limbs());
+  count_ = a.count_ + b.count_;
+  settle();
+  cut();
+}
+
+inline void Magnitude::setSquare(const Magnitude &a) {
+  count_ = 0;
+  if (a.isZero()) return;
+  square(limbs_.data(), a.limbs());
+  count_ = 2 * a.count_;
+  settle();
+  cut();
+}
+
 }  // namespace kt::bigint
 
 #endif
