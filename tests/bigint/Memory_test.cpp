@@ -11,7 +11,8 @@
 namespace {
 
 int callsUntilRefusal = -1;  // negative: none is refused
-int blocksInUse = 0;         // of those obtained while calls are counted
+int blocksInUse = 0;
+std::size_t resizedTo = 0;  // bytes, the last time that a block was resized
 
 bool isRefused() {
   return callsUntilRefusal >= 0 && callsUntilRefusal-- == 0;
@@ -36,6 +37,7 @@ void *__wrap_calloc(std::size_t count, std::size_t size) {
   return __real_calloc(count, size);
 }
 void *__wrap_realloc(void *block, std::size_t size) {
+  resizedTo = size;
   return isRefused() ? nullptr : __real_realloc(block, size);
 }
 void __wrap_free(void *block) {
@@ -75,6 +77,22 @@ TEST(Memory, SwapAndFreeReleaseEachBlockOnce) {
     _KtIntSwap(a.get(), b.get());
   }
   EXPECT_EQ(blocksInUse, before);
+}
+
+TEST(Memory, ARequestOf300WordsResizesTheBlockTo88Bytes) {
+  const Record i = number(7);
+  _KtIntSetMinLength(i.get(), 300);
+  EXPECT_EQ(resizedTo, 88U);
+}
+
+TEST(Memory, ABlockIsNeverSmallerThanItsValueNorEmpty) {
+  const Record i = record(allOnes(100));
+  _KtIntSetMinLength(i.get(), 300);
+  EXPECT_EQ(resizedTo, 200U);
+  const Record empty = number(0);
+  empty->length = 0;
+  _KtIntSetMinLength(empty.get(), 256);
+  EXPECT_EQ(resizedTo, 2U);
 }
 
 TEST(Memory, AResizeThatFailsPrintsOneLineAndAborts) {

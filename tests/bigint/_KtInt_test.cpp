@@ -22,6 +22,11 @@ TEST(KtInt, AllocOfZeroIsOneWordOfZeroWithACapacityOfFive) {
   EXPECT_EQ(zero->capacity, 5);
 }
 
+TEST(KtInt, TheWordsOfANewRecordAreZeros) {
+  const Record i = number(-7);
+  EXPECT_EQ(Words(i->digits, i->digits + 5), (Words{7, 0, 0, 0, 0}));
+}
+
 TEST(KtInt, AllocOfMinusOneIsOneWordWithTheSignSet) {
   const Record minusOne = number(-1);
   EXPECT_EQ(valueOf(minusOne), (Value{{1}, true}));
