@@ -218,7 +218,7 @@ Integer &Integer::operator>>=(std::int64_t count) {
 
 // ---- Powers and the like --------------------------------------------------------------------
 
-Integer abs(Integer a) {
+Integer abs(const Integer &a) {
   return a.sign() < 0 ? -a : a;
 }
 
@@ -250,7 +250,7 @@ Integer gcd(Integer a, Integer b) {
     a %= b;
     std::swap(a, b);
   }
-  return abs(std::move(a));
+  return abs(a);
 }
 
 Integer sqrt(const Integer &a) {

@@ -114,7 +114,9 @@ class Integer {
   friend Integer operator<<(Integer a, std::int64_t count) { return std::move(a <<= count); }
   friend Integer operator>>(Integer a, std::int64_t count) { return std::move(a >>= count); }
 
-  friend bool operator==(const Integer &a, const Integer &b) noexcept { return (a <=> b) == 0; }
+  friend bool operator==(const Integer &a, const Integer &b) noexcept {
+    return std::is_eq(a <=> b);
+  }
   friend std::strong_ordering operator<=>(const Integer &a, const Integer &b) noexcept;
 
   // Prints as the stream prints numbers: hex, oct and dec, showbase, showpos, uppercase, width,
@@ -158,7 +160,7 @@ class Integer {
 };
 
 // |a|
-[[nodiscard]] Integer abs(Integer a);
+[[nodiscard]] Integer abs(const Integer &a);
 
 // base^exponent; 1 for the exponent 0. A negative exponent is std::domain_error.
 [[nodiscard]] Integer pow(const Integer &base, const Integer &exponent);
