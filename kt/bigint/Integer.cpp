@@ -103,6 +103,11 @@ std::size_t Integer::hash() const noexcept {
   return record_->negative != 0 ? ~hashOfWords : hashOfWords;
 }
 
+bool operator==(const Integer &a, const Integer &b) noexcept {
+  if (!a.record_ || !b.record_) return a.sign() == b.sign();
+  return _KtIntEQ(a.record_.get(), b.record_.get()) != 0;
+}
+
 std::strong_ordering operator<=>(const Integer &a, const Integer &b) noexcept {
   if (!a.record_ || !b.record_) return a.sign() <=> b.sign();
   return _KtIntCmp(a.record_.get(), b.record_.get()) <=> 0;

@@ -114,9 +114,7 @@ class Integer {
   friend Integer operator<<(Integer a, std::int64_t count) { return std::move(a <<= count); }
   friend Integer operator>>(Integer a, std::int64_t count) { return std::move(a >>= count); }
 
-  friend bool operator==(const Integer &a, const Integer &b) noexcept {
-    return std::is_eq(a <=> b);
-  }
+  friend bool operator==(const Integer &a, const Integer &b) noexcept;
   friend std::strong_ordering operator<=>(const Integer &a, const Integer &b) noexcept;
 
   // Prints as the stream prints numbers: hex, oct and dec, showbase, showpos, uppercase, width,

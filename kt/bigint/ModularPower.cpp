@@ -73,7 +73,7 @@ Integer powmod(const Integer &base, const Integer &exponent, const Integer &modu
   if (!exponent) return 1 % modulus;
   if (!residue) return residue;
   Residues residues(*modulus.record_);
-  const Residues::Residue factor = residues.residueOf(*residue.record_);
+  const Residues::Residue factor = Residues::residueOf(*residue.record_);
   Residues::Residue power = factor;
   for (int bit = exponent.bitLength() - 1; bit-- > 0;) {
     residues.square(power);

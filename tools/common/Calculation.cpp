@@ -105,9 +105,9 @@ Integer Calculation::power(const Integer &base, const Integer &exponent) {
   return pow(base, exponent);
 }
 
-Integer Calculation::opposite(Integer a) {
+Integer Calculation::opposite(const Integer &a) {
   spend(plainOperation + limbs(a));
-  return -std::move(a);
+  return -a;
 }
 
 Integer Calculation::factorial(const Integer &a) {

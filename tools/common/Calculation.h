@@ -39,7 +39,7 @@ class Calculation {
   Integer shiftedLeft(Integer a, const Integer &count);
   Integer shiftedRight(Integer a, const Integer &count);
   Integer power(const Integer &base, const Integer &exponent);
-  Integer opposite(Integer a);
+  Integer opposite(const Integer &a);
   Integer factorial(const Integer &a);
   Integer greatestCommonDivisor(Integer a, Integer b);
   Integer squareRoot(const Integer &a);

@@ -188,7 +188,7 @@ Integer Evaluation::unary() {
     negative = !negative;
   Integer value = power();
   if (!negative) return value;
-  return computeAt(first, [&] { return calculation_.opposite(std::move(value)); });
+  return computeAt(first, [&] { return calculation_.opposite(value); });
 }
 
 Integer Evaluation::power() {
