@@ -49,7 +49,7 @@ std::optional<std::string> expressionOf(const CLI::App &app, const ExpressionArg
 }
 
 std::string complaint(std::string_view expression, std::size_t column, const std::string &text) {
-  const std::string sentence = "column " + std::to_string(column) + ": " + text;
+  std::string sentence = "column " + std::to_string(column) + ": " + text;
   if (isatty(STDERR_FILENO) == 0) return sentence;
   return sentence + '\n' + excerpt(expression, offsetOfColumn(expression, column));
 }
