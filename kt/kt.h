@@ -1,8 +1,10 @@
-// The whole toolkit in one include: property lists and formatting, the debug log, and messaging
-// over UDP. Each part can be included alone.
+// The whole toolkit in one include: property lists and formatting, the debug log, messaging over
+// UDP, and big integers. Each part can be included alone.
 #ifndef KT_KT_H
 #define KT_KT_H
 
+#include "kt/bigint.h"
+#include "kt/bigint/Integer.h"
 #include "kt/diagnostics/KtDebug.h"
 #include "kt/foundation/Format.h"
 #include "kt/foundation/HostName.h"

@@ -25,7 +25,8 @@ class KtdAnswers : public testing::Test {
   Answers answers_{daemon_};
 };
 
-const char *const unknownKind = "This server has no such kind of request. It knows: Echo, Status.";
+const char *const unknownKind =
+    "This server has no such kind of request. It knows: Echo, Evaluate, Status.";
 
 TEST_F(KtdAnswers, EchoGivesTheOtherKeysBack) {
   const PropertyList list = Array{"1", Data{std::byte{7}}};
@@ -35,6 +36,45 @@ TEST_F(KtdAnswers, EchoGivesTheOtherKeysBack) {
 
 TEST_F(KtdAnswers, EchoOfNothingIsEmpty) {
   EXPECT_EQ(answerTo({{"KtUDPKeyword", "Echo"}}), Dictionary());
+}
+
+TEST_F(KtdAnswers, EvaluateGivesTheValueOfAnExpression) {
+  EXPECT_EQ(answerTo({{"KtUDPKeyword", "Evaluate"}, {"Expression", "2^64 - 1"}}),
+            (Dictionary{{"Value", "18446744073709551615"}}));
+}
+
+TEST_F(KtdAnswers, EvaluateAnswersInTheBaseThatIsAskedFor) {
+  for (const PropertyList &base : {PropertyList("16"), PropertyList(16)}) {
+    EXPECT_EQ(answerTo({{"KtUDPKeyword", "Evaluate"}, {"Expression", "2^64 - 1"}, {"Base", base}}),
+              (Dictionary{{"Value", "ffffffffffffffff"}}));
+  }
+}
+
+TEST_F(KtdAnswers, EvaluateSaysWhatIsWrongAndWhere) {
+  EXPECT_EQ(answerTo({{"KtUDPKeyword", "Evaluate"}, {"Expression", "12 + 1/0"}}),
+            (Dictionary{{"Error", "division by zero"}, {"Column", 7}}));
+}
+
+TEST_F(KtdAnswers, EvaluateNeedsAnExpression) {
+  const char *const missing = "There is no Expression.";
+  EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", "Evaluate"}})), missing);
+  EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", "Evaluate"}, {"Expression", Array{"1"}}})), missing);
+}
+
+TEST_F(KtdAnswers, EvaluateRefusesABaseThatIsNone) {
+  for (const PropertyList &base :
+       {PropertyList("1"), PropertyList("37"), PropertyList(""), PropertyList("-2"),
+        PropertyList("ten"), PropertyList(Array{"10"}), PropertyList(Dictionary())}) {
+    EXPECT_EQ(
+        errorOf(answerTo({{"KtUDPKeyword", "Evaluate"}, {"Expression", "1"}, {"Base", base}})),
+        "The Base is no number from 2 to 36.");
+  }
+}
+
+TEST_F(KtdAnswers, EvaluateRefusesWhatWouldHoldTheServer) {
+  EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", "Evaluate"},
+                              {"Expression", "powmod(3, 2^4079 - 1, 2^4079 - 1)"}})),
+            "{ Column = 1; Error = \"the expression takes more work than is allowed\"; }");
 }
 
 TEST_F(KtdAnswers, StatusTellsOfTheServer) {

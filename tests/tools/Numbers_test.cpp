@@ -20,6 +20,14 @@ TEST(Numbers, CountsBeginAtZero) {
   EXPECT_EQ(readCount("-1"), std::nullopt);
 }
 
+TEST(Numbers, BasesAreFromTwoTo36) {
+  EXPECT_EQ(readBase("2"), 2);
+  EXPECT_EQ(readBase("36"), 36);
+  for (const char *text : {"1", "37", "-2", ""}) {
+    EXPECT_EQ(readBase(text), std::nullopt) << text;
+  }
+}
+
 TEST(Numbers, NothingMayStandAroundANumber) {
   for (const char *text : {"", " 1", "1 ", "+1", "1x", "0x10", "1.0", "x"}) {
     EXPECT_EQ(readPositive(text), std::nullopt) << text;

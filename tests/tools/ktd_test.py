@@ -177,7 +177,8 @@ class Answers(ProgramTest):
         Daemon(self)
         self.assert_result(
             kt("send", "Fetch", "a=b"), 0,
-            '{ Error = "This server has no such kind of request. It knows: Echo, Status."; }\n')
+            '{ Error = "This server has no such kind of request. '
+            'It knows: Echo, Evaluate, Status."; }\n')
 
     def test_an_answer_that_would_be_too_large_is_an_error(self):
         Daemon(self)

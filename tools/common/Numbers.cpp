@@ -33,6 +33,10 @@ std::optional<std::int32_t> readCount(std::string_view text) {
   return readNumber(text, std::int32_t{0}, largestNumber);
 }
 
+std::optional<std::int32_t> readBase(std::string_view text) {
+  return readNumber(text, std::int32_t{2}, std::int32_t{36});
+}
+
 std::optional<std::chrono::duration<double>> readSeconds(std::string_view text) {
   constexpr double secondsOfADay = 86400;
   const std::optional<double> seconds = readNumber(text, 0.0, secondsOfADay);

@@ -20,6 +20,9 @@ namespace kt::tools {
 // 0 or more, in 32 bits: "0"
 [[nodiscard]] std::optional<std::int32_t> readCount(std::string_view text);
 
+// The base of a number's text, from 2 to 36: "16"
+[[nodiscard]] std::optional<std::int32_t> readBase(std::string_view text);
+
 // Decimal seconds from 0 to a day: "0.25"
 [[nodiscard]] std::optional<std::chrono::duration<double>> readSeconds(std::string_view text);
 

@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "kt/foundation/Format.h"
 #include "kt/udp/KtMessage.h"
 #include "tools/common/Failure.h"
 #include "tools/common/Visible.h"
@@ -46,6 +47,13 @@ Dictionary requestOf(const std::string &keyword, const std::vector<std::string> 
 std::size_t datagramSize(const std::string &signature, const Dictionary &packet) {
   constexpr std::int32_t longestHandshake = 32767;
   return datagramBytes(requestEnvelope(signature, longestHandshake, packet).description()).size();
+}
+
+void requireDatagram(const std::string &signature, const Dictionary &packet) {
+  const std::size_t byteCount = datagramSize(signature, packet);
+  if (byteCount <= largestDatagram) return;
+  throw Failure(kt::format("the request takes %d bytes; a datagram carries at most %d", byteCount,
+                           largestDatagram));
 }
 
 }  // namespace kt::tools

@@ -24,6 +24,9 @@ namespace kt::tools {
 // The most bytes that the request `packet` takes as a datagram, whatever its handshake value.
 [[nodiscard]] std::size_t datagramSize(const std::string &signature, const Dictionary &packet);
 
+// Throws Failure when that is more than a datagram carries: it would never be sent.
+void requireDatagram(const std::string &signature, const Dictionary &packet);
+
 }  // namespace kt::tools
 
 #endif

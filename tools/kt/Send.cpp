@@ -1,7 +1,6 @@
 // kt send: one request and its answer.
 #include <memory>
 
-#include "kt/foundation/Format.h"
 #include "kt/udp/KtMessage.h"
 #include "tools/common/DirectedClient.h"
 #include "tools/common/Failure.h"
@@ -22,11 +21,7 @@ struct Arguments {
 
 int send(const Arguments &arguments, const Options &options) {
   const Dictionary request = requestOf(arguments.keyword, arguments.entries);
-  const std::size_t byteCount = datagramSize(options.signature, request);
-  if (byteCount > largestDatagram) {
-    throw Failure(kt::format("the request takes %d bytes; a datagram carries at most %d", byteCount,
-                             largestDatagram));
-  }
+  requireDatagram(options.signature, request);
   DirectedClient client(options.broadcast);
   connect(client, options);
   const Dictionary answer = answerOf(client, request);

@@ -16,6 +16,13 @@ int main() {
   KtAutoSetDebug();
   KtDebug("This appears where the user default says so: %d", 1);
 
+  const kt::Integer large = kt::Integer("18446744073709551615") + 1;
+  if (large.toString() != "18446744073709551616") return 1;
+  _KtInt *record = _KtIntAlloc(-7);
+  const bool isNegative = _KtIntSign(record) < 0;
+  _KtIntFree(record);
+  if (!isNegative) return 1;
+
   Answers answers;
   KtUDPDaemon daemon;
   daemon.setDelegate(&answers);

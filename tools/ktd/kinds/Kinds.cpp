@@ -4,12 +4,13 @@
 
 namespace kt::tools {
 
-Answer answerEcho, answerStatus;
+Answer answerEcho, answerEvaluate, answerStatus;
 
 namespace {
 
 constexpr std::array kinds{
     Kind{"Echo", answerEcho},
+    Kind{"Evaluate", answerEvaluate},
     Kind{"Status", answerStatus},
 };
 

@@ -1,0 +1,299 @@
+// Big integers beside GMP, Boost.Multiprecision, OpenSSL's BIGNUM and libtommath: values of 4, 16,
+// 64 and 120 words of 16 bits. The table of ratios compares with GMP, and from 16 words on with the
+// fastest of the others.
+#include <benchmark/benchmark.h>
+#include <gmp.h>
+#include <openssl/bn.h>
+#include <tommath.h>
+
+#include <array>
+#include <boost/multiprecision/cpp_int.hpp>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "bench/ratios.h"
+#include "kt/bigint.h"
+
+namespace {
+
+constexpr unsigned exponent = 13;  // of the power: three of its four bits are set
+constexpr std::array<std::size_t, 4> sizes = {4, 16, 64, 120};
+constexpr std::size_t textRoom = 4096;  // for the longest text, a quotient's in binary
+
+// A value of exactly so many bits, in hexadecimal, always the same.
+std::string randomHex(std::size_t bits, std::uint64_t seed) {
+  std::mt19937_64 random(seed + bits);
+  std::string digits(1, "1248"[(bits - 1) % 4]);
+  while (digits.size() < (bits + 3) / 4)
+    digits += "0123456789abcdef"[random() % 16];
+  return digits;
+}
+
+// The libraries: each with a number that is made from hexadecimal text, and what is measured. All
+// results go into numbers that are already as large as they need.
+
+struct Kt {
+  static constexpr const char *name = "kt";
+  class Number {
+   public:
+    explicit Number(const std::string &hex) : value_(_KtIntAlloc(0)) {
+      _KtIntDecode(hex.c_str(), value_.get(), _KTINT_HEX_VECTOR);
+    }
+    operator _KtInt *() const { return value_.get(); }
+
+   private:
+    struct Free {
+      void operator()(_KtInt *i) const { _KtIntFree(i); }
+    };
+    std::unique_ptr<_KtInt, Free> value_;
+  };
+
+  static void add(Number &a, Number &b, Number &c) { _KtIntAdd(a, b, c); }
+  static void subtract(Number &a, Number &b, Number &c) { _KtIntSub(a, b, c); }
+  static void multiply(Number &a, Number &b, Number &c) { _KtIntMul(a, b, c); }
+  static void divide(Number &a, Number &b, Number &q, Number &r) { _KtIntDiv(a, b, q, r); }
+  static void power(Number &a, Number &c) {
+    _KtIntCopy(a, c);
+    _KtIntPowS(c, exponent);
+  }
+  static void decimal(Number &a, char *text) { _KtIntEncode(a, text, _KTINT_DEC_VECTOR); }
+  static void hexadecimal(Number &a, char *text) { _KtIntEncode(a, text, _KTINT_HEX_VECTOR); }
+  static void fromDecimal(const char *text, Number &c) { _KtIntDecode(text, c, _KTINT_DEC_VECTOR); }
+  static void fromHexadecimal(const char *text, Number &c) {
+    _KtIntDecode(text, c, _KTINT_HEX_VECTOR);
+  }
+};
+
+struct Gmp {
+  static constexpr const char *name = "GMP";
+  class Number {
+   public:
+    explicit Number(const std::string &hex) { mpz_init_set_str(value_, hex.c_str(), 16); }
+    ~Number() { mpz_clear(value_); }
+    Number(const Number &) = delete;
+    Number &operator=(const Number &) = delete;
+    operator mpz_ptr() { return value_; }
+
+   private:
+    mpz_t value_;
+  };
+
+  static void add(Number &a, Number &b, Number &c) { mpz_add(c, a, b); }
+  static void subtract(Number &a, Number &b, Number &c) { mpz_sub(c, a, b); }
+  static void multiply(Number &a, Number &b, Number &c) { mpz_mul(c, a, b); }
+  static void divide(Number &a, Number &b, Number &q, Number &r) { mpz_tdiv_qr(q, r, a, b); }
+  static void power(Number &a, Number &c) { mpz_pow_ui(c, a, exponent); }
+  static void decimal(Number &a, char *text) { mpz_get_str(text, 10, a); }
+  static void hexadecimal(Number &a, char *text) { mpz_get_str(text, 16, a); }
+  static void fromDecimal(const char *text, Number &c) { mpz_set_str(c, text, 10); }
+  static void fromHexadecimal(const char *text, Number &c) { mpz_set_str(c, text, 16); }
+};
+
+struct Boost {
+  static constexpr const char *name = "Boost";
+  using Integer = boost::multiprecision::cpp_int;
+  struct Number {
+    explicit Number(const std::string &hex) : value("0x" + hex) {}
+    Integer value;
+  };
+
+  static void add(Number &a, Number &b, Number &c) { c.value = a.value + b.value; }
+  static void subtract(Number &a, Number &b, Number &c) { c.value = a.value - b.value; }
+  static void multiply(Number &a, Number &b, Number &c) { c.value = a.value * b.value; }
+  static void divide(Number &a, Number &b, Number &q, Number &r) {
+    boost::multiprecision::divide_qr(a.value, b.value, q.value, r.value);
+  }
+  static void power(Number &a, Number &c) {
+    c.value = boost::multiprecision::pow(a.value, exponent);
+  }
+  static void decimal(Number &a, char *text) { a.value.str().copy(text, textRoom); }
+  static void hexadecimal(Number &a, char *text) {
+    a.value.str(0, std::ios_base::hex).copy(text, textRoom);
+  }
+  static void fromDecimal(const char *text, Number &c) { c.value = Integer(text); }
+  // What tells the base is a part of the text.
+  static void fromHexadecimal(const char *text, Number &c) {
+    c.value = Integer("0x" + std::string(text));
+  }
+};
+
+struct OpenSsl {
+  static constexpr const char *name = "OpenSSL";
+  class Number {
+   public:
+    explicit Number(const std::string &hex) { BN_hex2bn(&value_, hex.c_str()); }
+    ~Number() { BN_free(value_); }
+    Number(const Number &) = delete;
+    Number &operator=(const Number &) = delete;
+    operator BIGNUM *() { return value_; }
+    BIGNUM **address() { return &value_; }
+
+   private:
+    BIGNUM *value_ = nullptr;
+  };
+
+  static BN_CTX *context() {
+    static const std::unique_ptr<BN_CTX, decltype(&BN_CTX_free)> only(BN_CTX_new(), BN_CTX_free);
+    return only.get();
+  }
+  static void keep(char *made, char *text) {
+    text[0] = made[0];
+    OPENSSL_free(made);
+  }
+
+  static void add(Number &a, Number &b, Number &c) { BN_add(c, a, b); }
+  static void subtract(Number &a, Number &b, Number &c) { BN_sub(c, a, b); }
+  static void multiply(Number &a, Number &b, Number &c) { BN_mul(c, a, b, context()); }
+  static void divide(Number &a, Number &b, Number &q, Number &r) { BN_div(q, r, a, b, context()); }
+  static void power(Number &a, Number &c) {
+    static Number exponentNumber("d");
+    static_assert(exponent == 0xd);
+    BN_exp(c, a, exponentNumber, context());
+  }
+  static void decimal(Number &a, char *text) { keep(BN_bn2dec(a), text); }
+  static void hexadecimal(Number &a, char *text) { keep(BN_bn2hex(a), text); }
+  static void fromDecimal(const char *text, Number &c) { BN_dec2bn(c.address(), text); }
+  static void fromHexadecimal(const char *text, Number &c) { BN_hex2bn(c.address(), text); }
+};
+
+struct TomMath {
+  static constexpr const char *name = "libtommath";
+  // The library marks every result as one to be looked at; what can fail here is memory alone.
+  static void check(mp_err error) {
+    if (error != MP_OKAY) throw std::bad_alloc();
+  }
+  class Number {
+   public:
+    explicit Number(const std::string &hex) {
+      check(mp_init(&value_));
+      check(mp_read_radix(&value_, hex.c_str(), 16));
+    }
+    ~Number() { mp_clear(&value_); }
+    Number(const Number &) = delete;
+    Number &operator=(const Number &) = delete;
+    operator mp_int *() { return &value_; }
+
+   private:
+    mp_int value_;
+  };
+
+  static void add(Number &a, Number &b, Number &c) { check(mp_add(a, b, c)); }
+  static void subtract(Number &a, Number &b, Number &c) { check(mp_sub(a, b, c)); }
+  static void multiply(Number &a, Number &b, Number &c) { check(mp_mul(a, b, c)); }
+  static void divide(Number &a, Number &b, Number &q, Number &r) { check(mp_div(a, b, q, r)); }
+  static void power(Number &a, Number &c) { check(mp_expt_u32(a, exponent, c)); }
+  static void decimal(Number &a, char *text) { check(mp_to_radix(a, text, textRoom, nullptr, 10)); }
+  static void hexadecimal(Number &a, char *text) {
+    check(mp_to_radix(a, text, textRoom, nullptr, 16));
+  }
+  static void fromDecimal(const char *text, Number &c) { check(mp_read_radix(c, text, 10)); }
+  static void fromHexadecimal(const char *text, Number &c) { check(mp_read_radix(c, text, 16)); }
+};
+
+// What is measured with a value a of some words, another one b that is as long and smaller, and the
+// text of a.
+template <class Library>
+struct Scene {
+  explicit Scene(std::size_t words)
+      : a(randomHex(16 * words, 1)),
+        b(randomHex(16 * words - 1, 2)),
+        dividend(randomHex(32 * words, 3)),
+        base(randomHex(16 * words / exponent, 4)),
+        c(randomHex(32 * words, 5)),
+        d(randomHex(32 * words, 6)) {
+    Gmp::Number same(randomHex(16 * words, 1));
+    Gmp::decimal(same, decimal.data());
+    Gmp::hexadecimal(same, hexadecimal.data());
+  }
+
+  typename Library::Number a, b, dividend, base, c, d;
+  std::array<char, textRoom> decimal{}, hexadecimal{}, text{};
+};
+
+struct Operation {
+  const char *name;
+  double limit;        // times GMP, from 64 words on
+  double limitAtFour;  // at 4 words
+  double limitAtSixteen;
+};
+
+constexpr std::array<Operation, 9> operations = {{
+    {"add", 1.6, 1.6, 1.6},
+    {"subtract", 1.6, 1.6, 1.6},
+    {"multiply", 2.0, 2.6, 2.6},
+    {"power", 2.0, 2.6, 2.6},
+    {"divide", 1.5, 3.0, 1.5},
+    {"encode-decimal", 1.0, 1.0, 1.0},
+    {"decode-decimal", 1.0, 1.0, 1.0},
+    {"encode-hexadecimal", 0.8, 0.8, 0.8},
+    {"decode-hexadecimal", 0.8, 0.8, 0.8},
+}};
+
+std::string label(const char *operation, std::size_t words, const char *library) {
+  return std::string(operation) + ":" + std::to_string(words) + ":" + library;
+}
+
+template <class Library, class Call>
+void measure(const char *operation, std::size_t words, Call call) {
+  const std::string name = label(operation, words, Library::name);
+  benchmark::RegisterBenchmark(name.c_str(), [words, call](benchmark::State &state) {
+    Scene<Library> scene(words);
+    for (auto _ : state) {
+      call(scene);
+      benchmark::ClobberMemory();
+    }
+  });
+}
+
+template <class Library>
+void measureAll() {
+  using S = Scene<Library>;
+  for (const std::size_t n : sizes) {
+    measure<Library>("add", n, [](S &s) { Library::add(s.a, s.b, s.c); });
+    measure<Library>("subtract", n, [](S &s) { Library::subtract(s.a, s.b, s.c); });
+    measure<Library>("multiply", n, [](S &s) { Library::multiply(s.a, s.b, s.c); });
+    measure<Library>("power", n, [](S &s) { Library::power(s.base, s.c); });
+    measure<Library>("divide", n, [](S &s) { Library::divide(s.dividend, s.b, s.c, s.d); });
+    measure<Library>("encode-decimal", n, [](S &s) { Library::decimal(s.a, s.text.data()); });
+    measure<Library>("decode-decimal", n,
+                     [](S &s) { Library::fromDecimal(s.decimal.data(), s.c); });
+    measure<Library>("encode-hexadecimal", n,
+                     [](S &s) { Library::hexadecimal(s.a, s.text.data()); });
+    measure<Library>("decode-hexadecimal", n,
+                     [](S &s) { Library::fromHexadecimal(s.hexadecimal.data(), s.c); });
+  }
+}
+
+double limitOf(const Operation &operation, std::size_t words) {
+  if (words == 4) return operation.limitAtFour;
+  if (words == 16) return operation.limitAtSixteen;
+  return operation.limit;
+}
+
+std::vector<bench::Ratio> claims() {
+  std::vector<bench::Ratio> ratios;
+  for (const Operation &operation : operations) {
+    for (const std::size_t words : sizes) {
+      const std::string ours = label(operation.name, words, Kt::name);
+      ratios.push_back({ours, label(operation.name, words, Gmp::name), limitOf(operation, words)});
+      for (const char *other : {Boost::name, OpenSsl::name, TomMath::name})
+        if (words >= 16) ratios.push_back({ours, label(operation.name, words, other), 1});
+    }
+  }
+  return ratios;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  measureAll<Kt>();
+  measureAll<Gmp>();
+  measureAll<Boost>();
+  measureAll<OpenSsl>();
+  measureAll<TomMath>();
+  return bench::runWithRatios(argc, argv, claims());
+}

@@ -1,0 +1,19 @@
+# C programs that call the library, for the folder that includes this. They are compiled with the
+# flags of the C++ sources: word size and sanitizers have to be the same.
+set(CMAKE_C_FLAGS "${CMAKE_CXX_FLAGS}")
+enable_language(C)
+
+# kt_c_program(TARGET FILE LIBRARY): the C11 program of FILE, built without a warning.
+function(kt_c_program target file library)
+  add_executable(${target} ${file})
+  set_target_properties(${target} PROPERTIES C_STANDARD 11 C_STANDARD_REQUIRED ON C_EXTENSIONS OFF)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Werror)
+  target_link_libraries(${target} PRIVATE ${library})
+endfunction()
+
+# kt_c_test(NAME FILE LIBRARY): such a program, run as the test NAME.
+function(kt_c_test name file library)
+  string(REPLACE "." "_" target ${name})
+  kt_c_program(${target} ${file} ${library})
+  add_test(NAME ${name} COMMAND ${target})
+endfunction()

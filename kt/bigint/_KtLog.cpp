@@ -1,0 +1,48 @@
+#include "kt/bigint/_KtLog.h"
+
+#include <bit>
+#include <cstring>
+
+#include "kt/bigint/Assertion.h"
+#include "kt/bigint/Record.h"
+
+using kt::bigint::require;
+using kt::bigint::Word;
+using kt::bigint::wordBits;
+
+namespace {
+
+constexpr const char *unit = "_KtLog";
+
+// The index of the highest bit that is set in the top word, 0 for 0.
+int highestBit(const _KtInt &i) {
+  if (i.length == 0) return 0;
+  return std::bit_width(static_cast<Word>(i.digits[i.length - 1] | 1U)) - 1;
+}
+
+}  // namespace
+
+int32_t _KtIntLog2(_KtInt *a) {
+  require(a != nullptr, {unit, 30, "a != NULL"});
+  _KtIntShorten(a);
+  return static_cast<int32_t>(wordBits) * (a->length - 1) + highestBit(*a);
+}
+
+void _KtIntExp2(_KtInt *a, uint32_t n) {
+  require(a != nullptr, {unit, 40, "a != NULL"});
+  const std::uint32_t wordCount = n / wordBits + 1;
+  _KtIntSetMinLength(a, static_cast<int32_t>(wordCount));
+  a->length = static_cast<std::uint8_t>(wordCount);
+  if (a->length == 0) return kt::bigint::setZero(*a);
+  std::memset(a->digits, 0, a->length * sizeof(Word));
+  if (wordCount == a->length) a->digits[a->length - 1] = static_cast<Word>(1U << n % wordBits);
+}
+
+void _KtIntClearHighBit(_KtInt *a) {
+  require(a != nullptr, {unit, 55, "a != NULL"});
+  _KtIntShorten(a);
+  if (a->length == 0) return;
+  Word &top = a->digits[a->length - 1];
+  top = static_cast<Word>(top & ~(1U << highestBit(*a)));
+  _KtIntShorten(a);
+}

@@ -1,0 +1,191 @@
+// kt::Integer as text.
+#include <gtest/gtest.h>
+
+#include <iomanip>
+#include <sstream>
+#include <stdexcept>
+
+#include "kt/bigint/Integer.h"
+#include "tests/bigint/Thrown.h"
+
+namespace kt {
+namespace {
+
+using test::thrownBy;
+
+// ---- Reading --------------------------------------------------------------------------------
+
+TEST(IntegerText, SignsAndLeadingZerosAreRead) {
+  EXPECT_EQ(Integer("0"), 0);
+  EXPECT_EQ(Integer("-0"), 0);
+  EXPECT_EQ(Integer("+007"), 7);
+  EXPECT_EQ(Integer("-65536"), -65536);
+  EXPECT_EQ(Integer(std::string(100'000, '0') + "5"), 5);
+}
+
+TEST(IntegerText, LettersAreDigitsInEitherCase) {
+  EXPECT_EQ(Integer("-fF", 16), -255);
+  EXPECT_EQ(Integer("zZ", 36), 35 * 36 + 35);
+  EXPECT_EQ(Integer("101", 2), 5);
+}
+
+TEST(IntegerText, EveryBaseReadsWhatItWrites) {
+  const Integer number = (Integer(1) << 4079) + 12345;
+  for (int base = 2; base <= 36; ++base) {
+    EXPECT_EQ(Integer(number.toString(base), base), number) << base;
+    EXPECT_EQ(Integer((-number).toString(base), base), -number) << base;
+  }
+}
+
+TEST(IntegerText, AnyBytesButSignsMayBeDigits) {
+  EXPECT_EQ(Integer("-baa", "ab"), -4);
+  EXPECT_EQ(Integer("Aa", "aA"), 2);
+  std::string all;
+  for (int byte = 1; byte < 256; ++byte) {
+    if (byte != '+' && byte != '-') all += static_cast<char>(byte);
+  }
+  const Integer number = kt::pow(7, 1400);
+  EXPECT_EQ(Integer(number.toString(all), all), number);
+}
+
+TEST(IntegerText, WhatIsNoNumberIsRefused) {
+  for (const char *text :
+       {"", "-", "+", "+-1", "--1", " 1", "1 ", "1_000", "0x10", "1.0", "a", "-f"}) {
+    EXPECT_EQ(thrownBy<std::invalid_argument>([&] { (void)Integer(text); }),
+              "kt::Integer: no number of that base in Integer(text)")
+        << text;
+  }
+  EXPECT_THROW((void)Integer(std::string_view("1\0", 2)), std::invalid_argument);
+  EXPECT_THROW((void)Integer("FF", "0123456789abcdef"), std::invalid_argument);
+  EXPECT_THROW((void)Integer("2", 2), std::invalid_argument);
+}
+
+TEST(IntegerText, ABaseThatThereIsNotIsRefused) {
+  for (const int base : {-1, 0, 1, 37}) {
+    EXPECT_EQ(thrownBy<std::invalid_argument>([&] { (void)Integer("1", base); }),
+              "kt::Integer: a base outside 2 to 36 in Integer(text, base)");
+    EXPECT_EQ(thrownBy<std::invalid_argument>([&] { (void)Integer(1).toString(base); }),
+              "kt::Integer: a base outside 2 to 36 in toString(base)");
+  }
+}
+
+TEST(IntegerText, AnAlphabetThatIsNoneIsRefused) {
+  for (const std::string_view alphabet :
+       {std::string_view(), std::string_view("0"), std::string_view("011"), std::string_view("0-"),
+        std::string_view("+1"), std::string_view("0\0", 2)}) {
+    EXPECT_EQ(thrownBy<std::invalid_argument>([&] { (void)Integer("0", alphabet); }),
+              "kt::Integer: no alphabet of digits in Integer(text, alphabet)");
+    EXPECT_EQ(thrownBy<std::invalid_argument>([&] { (void)Integer(1).toString(alphabet); }),
+              "kt::Integer: no alphabet of digits in toString(alphabet)");
+  }
+}
+
+TEST(IntegerText, TheLargestNumberOfEachBaseIsReadAndTheNextIsNot) {
+  const Integer half = Integer(1) << 4079;
+  const Integer largest = half - 1 + half;
+  for (int base = 2; base <= 36; ++base) {
+    const std::string text = largest.toString(base);
+    EXPECT_EQ(Integer(text, base), largest) << base;
+    // The next number: the last digit that is not the highest one up, those behind it 0.
+    std::string next = text;
+    const char highest = Integer(base - 1).toString(base).front();
+    const std::size_t place = next.find_last_not_of(highest);
+    if (place == next.npos) {
+      next = '1' + std::string(text.size(), '0');
+    } else {
+      next.replace(place + 1, next.npos, next.size() - place - 1, '0');
+      next[place] = (Integer(std::string(1, next[place]), base) + 1).toString(base).front();
+    }
+    EXPECT_EQ(thrownBy<std::overflow_error>([&] { (void)Integer(next, base); }),
+              "kt::Integer: more than 4080 bits in Integer(text)")
+        << base;
+  }
+}
+
+TEST(IntegerText, TextThatIsFarTooLongIsRefused) {
+  for (const std::size_t digits : {1'230U, 1'300U, 1'361U, 1'362U, 100'000U}) {
+    EXPECT_THROW((void)Integer(std::string(digits, '9')), std::overflow_error) << digits;
+  }
+}
+
+TEST(IntegerText, LiteralsReadAsThoseOfTheLanguage) {
+  EXPECT_EQ(123456789012345678901234567890_kt, Integer("123456789012345678901234567890"));
+  EXPECT_EQ(-1'000'000'000'000'000'000'000_kt, Integer("-1000000000000000000000"));
+  EXPECT_EQ(0xfFFfFFfFFfFFfFFfFF_kt, (Integer(1) << 72) - 1);
+  EXPECT_EQ(0XA_kt, 10);
+  EXPECT_EQ(0b101_kt, 5);
+  EXPECT_EQ(0B1'1_kt, 3);
+  EXPECT_EQ(0377_kt, 255);
+  EXPECT_EQ(0_kt, 0);
+}
+
+TEST(IntegerText, LiteralsWithAFractionOrAnExponentAreRefused) {
+  EXPECT_THROW((void)1.5_kt, std::invalid_argument);
+  EXPECT_THROW((void)1e5_kt, std::invalid_argument);
+  EXPECT_THROW((void)0x1p5_kt, std::invalid_argument);
+}
+
+// ---- Writing --------------------------------------------------------------------------------
+
+TEST(IntegerText, ZeroIsOneDigit) {
+  EXPECT_EQ(Integer().toString(), "0");
+  EXPECT_EQ(Integer().toString("ab"), "a");
+  EXPECT_EQ((Integer(5) - 5).toString(2), "0");
+}
+
+// As the stream prints a built-in number, and as it prints kt::Integer.
+template <typename... Manipulators>
+void expectSame(long long number, const Manipulators &...manipulators) {
+  std::ostringstream expected;
+  std::ostringstream actual;
+  ((expected << manipulators), ...);
+  ((actual << manipulators), ...);
+  expected << number << '|' << number;  // the width counts once
+  actual << Integer(number) << '|' << Integer(number);
+  EXPECT_EQ(actual.str(), expected.str());
+}
+
+TEST(IntegerText, StreamsPrintWithWidthAndFillAsBuiltInNumbers) {
+  for (const long long number : {0LL, 1LL, -1LL, 123'456LL, -9'223'372'036'854'775'807LL}) {
+    for (const int width : {0, 1, 8, 30}) {
+      for (auto *const side : {std::left, std::right, std::internal}) {
+        expectSame(number, std::setw(width), side);
+        expectSame(number, std::setw(width), side, std::setfill('*'), std::showpos);
+      }
+      expectSame(number, std::setw(width));
+    }
+  }
+}
+
+TEST(IntegerText, StreamsPrintHexAndOctAsBuiltInNumbers) {
+  for (const long long number : {0LL, 1LL, 255LL, 0xabcdefLL}) {
+    for (auto *const base : {std::hex, std::oct, std::dec}) {
+      for (auto *const side : {std::left, std::right, std::internal}) {
+        expectSame(number, base, std::setw(12), side, std::setfill('.'));
+        expectSame(number, base, std::setw(12), side, std::showbase);
+        expectSame(number, base, std::setw(12), side, std::showbase, std::uppercase);
+      }
+    }
+  }
+}
+
+std::string printed(const Integer &number,
+                    const std::vector<std::ios_base &(*)(std::ios_base &)> &how) {
+  std::ostringstream stream;
+  for (auto *const manipulator : how)
+    stream << manipulator;
+  stream << std::setw(9) << std::setfill('_') << number;
+  return stream.str();
+}
+
+TEST(IntegerText, StreamsPrintNegativeHexAndOctWithTheirSign) {
+  using namespace std;
+  EXPECT_EQ(printed(-255, {hex, showbase, uppercase, internal}), "-0X____FF");
+  EXPECT_EQ(printed(-255, {hex}), "______-ff");
+  EXPECT_EQ(printed(-8, {oct, showbase, left}), "-010_____");
+  EXPECT_EQ(printed(255, {hex, showpos, showbase, internal}), "+0x____ff");
+  EXPECT_EQ(printed(0, {hex, showpos, showbase, internal}), "+_______0");
+}
+
+}  // namespace
+}  // namespace kt

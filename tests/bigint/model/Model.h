@@ -1,0 +1,92 @@
+// The plain model of the big integers: every function of the family, one word and one bit at a time
+// and in the plainest order of steps, over a record of its own. It shares nothing with the library,
+// so that a result which both give is worth something, and it is slow: the library is what is fast.
+//
+// Each function leaves every field as the library's function of the same name leaves it. What the
+// library leaves open is the capacity of the composed functions (product, quotient, remainder,
+// power, decode): the model's is the largest that is allowed. An assertion is a thrown
+// FailedAssertion. A record serves one thread at a time.
+#ifndef TESTS_BIGINT_MODEL_MODEL_H
+#define TESTS_BIGINT_MODEL_MODEL_H
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace model {
+
+using Word = std::uint16_t;
+
+struct Int {
+  std::vector<Word> digits;  // lowest word first; what stands behind `length` is no value
+  std::int64_t length = 0;   // words that belong to the value
+  std::int64_t capacity =
+      0;  // words that the library has allocated; the model itself may have more
+  std::uint8_t negative = 0;  // not 0 for a negative value
+  bool unlimited = false;     // a scratch record, whose length may pass 255 words
+};
+
+// What a failed assertion prints, without the line feed.
+class FailedAssertion : public std::logic_error {
+ public:
+  FailedAssertion(const std::string &unit, int line, const std::string &condition)
+      : std::logic_error(unit + ':' + std::to_string(line) + ": failed assertion `" + condition +
+                         '\'') {}
+};
+
+// Storage
+Int alloc(std::int32_t value);
+void copy(const Int *src, Int *dst);
+void swap(Int *a, Int *b);
+void setValue(Int *i, std::int32_t value);
+std::int32_t value(const Int *i);
+void shorten(Int *i);
+void setMinLength(Int *i, std::int64_t n);
+
+// Comparison
+int ge(Int *a, Int *b);
+int le(Int *a, Int *b);
+int gt(Int *a, Int *b);
+int lt(Int *a, Int *b);
+int eq(Int *a, Int *b);
+int zero(Int *a);
+int negative(const Int *a);
+int positive(Int *a);
+int sameSign(Int *a, Int *b);
+int even(const Int *a);
+int odd(const Int *a);
+int cmp(Int *a, Int *b);
+
+// Sums
+void add(Int *a, Int *b, Int *c);
+void sub(Int *a, Int *b, Int *c);
+void addS(Int *a, Word s);
+void subS(Int *a, Word s);
+void neg(const Int *a, Int *b);
+void abs(const Int *a, Int *b);
+std::int32_t sign(Int *a);
+
+// Shifts and powers of two
+void blockShiftLeft(Int *a, std::int32_t n);
+void blockShiftRight(Int *a, std::int32_t n);
+void shiftLeft(Int *a, std::int32_t n);
+void shiftRight(Int *a, std::int32_t n);
+std::int32_t log2(Int *a);
+void exp2(Int *a, std::uint32_t n);
+void clearHighBit(Int *a);
+
+// Products and quotients
+void mulS(Int *a, Word s);
+void mul(const Int *a, const Int *b, Int *c);
+void mod(const Int *a, Int *b, Int *c);
+void div(const Int *dividend, Int *divisor, Int *quotient, Int *remainder);
+void powS(Int *a, Word e);
+
+// Text
+std::string encode(const Int *v, const std::string &alphabet);
+void decode(const std::string &text, Int *result, const std::string &alphabet);
+
+}  // namespace model
+
+#endif
