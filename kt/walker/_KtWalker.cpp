@@ -19,9 +19,12 @@ std::string_view withoutSlashesAtEnd(std::string_view path) {
   return path;
 }
 
-std::string_view pathExtension(std::string_view path) {
+std::string_view lastComponent(std::string_view path) {
   const std::string_view whole = withoutSlashesAtEnd(path);
-  const std::string_view name = whole.substr(whole.rfind('/') + 1);
+  return whole.substr(whole.rfind('/') + 1);
+}
+
+std::string_view extensionOf(std::string_view name) {
   const std::size_t dot = name.rfind('.');
   return dot == std::string_view::npos ? std::string_view() : name.substr(dot + 1);
 }
@@ -123,7 +126,7 @@ class Walk {
 
   // The entry's path is made only where it is needed: it is looked at, or told of.
   void visit(const Entry &entry) {
-    const bool isAcceptable = walker_.isAcceptableFile(entry.name);
+    const bool isAcceptable = walker_.isAcceptableName(entry.name);
     const bool mayBeEntered = walker_.recursive_ && entry.mayBeDirectory;
     if (!isAcceptable && !mayBeEntered) return;
     path_ += entry.name;
@@ -170,7 +173,11 @@ void _KtWalker::setDelegate(std::nullptr_t) {
 }
 
 bool _KtWalker::isAcceptableFile(std::string_view path) const {
-  return std::ranges::find(types_, pathExtension(path)) != types_.end();
+  return isAcceptableName(lastComponent(path));
+}
+
+bool _KtWalker::isAcceptableName(std::string_view name) const {
+  return std::ranges::find(types_, extensionOf(name)) != types_.end();
 }
 
 bool _KtWalker::isDirectoryAtAbsolutePath(const std::string &path) const {

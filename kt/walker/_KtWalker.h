@@ -118,6 +118,7 @@ class _KtWalker {
   using FileFound = bool (*)(void *delegate, const std::string &path);
   using WantsAbort = bool (*)(void *delegate);
 
+  [[nodiscard]] bool isAcceptableName(std::string_view name) const;
   void askForAbort();
 
   bool aborted_ = false;             // whether the walk is to stop
