@@ -58,14 +58,16 @@ TEST(KtWalkerDisk, TheLongestNamesAreWhole) {
 
 // Paths
 
-// The files a.txt and b.txt in a folder below `tree` whose path with "/a.txt" has `size` bytes.
+// Makes the file a.txt, whose path has `size` bytes, at the end of a chain of directories of the
+// name `step`. Gives the folder that it is in.
 std::string addDeep(Tree &tree, std::size_t size, const std::string &step) {
   std::string folder = tree.root();
   const std::size_t folderSize = size - std::string("/a.txt").size();
-  while (folder.size() + step.size() + 2 < folderSize)
-    folder += '/' + step;
-  folder += '/' + std::string(folderSize - folder.size() - 1, 'e');
-  fs::create_directories(folder);
+  while (folder.size() < folderSize) {
+    const std::size_t left = folderSize - folder.size() - 1;
+    folder += '/' + (left < step.size() + 2 ? std::string(left, 'e') : step);
+    mkdir(folder.c_str(), 0755);
+  }
   std::ofstream(folder + "/a.txt");
   return folder;
 }
