@@ -12,7 +12,7 @@
 
 namespace kt::tools {
 
-DeclareCommand declareHello, declareSend, declarePing, declareParse;
+DeclareCommand declareHello, declareSend, declarePing, declareParse, declareWalk, declareFiles;
 
 namespace {
 
@@ -27,6 +27,8 @@ constexpr std::array commands{
     Command{"send", "Send one request and print its answer", declareSend},
     Command{"ping", "Measure round trips to a server", declarePing},
     Command{"parse", "Check property-list text and print it in canonical form", declareParse},
+    Command{"walk", "Find the files of some types on this machine", declareWalk},
+    Command{"files", "Find the files that a server serves", declareFiles},
 };
 
 constexpr const char *footer =
@@ -37,6 +39,8 @@ constexpr const char *footer =
     "  kt send Echo name=value 'list=(1, 2)'\n"
     "  kt ping -c 5 -i 0.2             five round trips, five a second\n"
     "  kt parse settings.plist         is this text well-formed?\n"
+    "  kt walk --type h /usr/include   which headers are there?\n"
+    "  kt files --type h               and on the server?\n"
     "  kt hello --broadcast 127.0.0.1  only on this machine\n"
     "\n"
     "Ends with status 0 when done, 1 when it failed (no server, no reply, bad input), 2 on\n"

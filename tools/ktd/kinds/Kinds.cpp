@@ -4,12 +4,13 @@
 
 namespace kt::tools {
 
-Answer answerEcho, answerStatus;
+Answer answerEcho, answerFiles, answerStatus;
 
 namespace {
 
 constexpr std::array kinds{
     Kind{"Echo", answerEcho},
+    Kind{"Files", answerFiles},
     Kind{"Status", answerStatus},
 };
 
