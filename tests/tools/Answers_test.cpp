@@ -25,7 +25,8 @@ class KtdAnswers : public testing::Test {
   Answers answers_{daemon_};
 };
 
-const char *const unknownKind = "This server has no such kind of request. It knows: Echo, Status.";
+const char *const unknownKind =
+    "This server has no such kind of request. It knows: Echo, Files, Status.";
 
 TEST_F(KtdAnswers, EchoGivesTheOtherKeysBack) {
   const PropertyList list = Array{"1", Data{std::byte{7}}};

@@ -177,7 +177,8 @@ class Answers(ProgramTest):
         Daemon(self)
         self.assert_result(
             kt("send", "Fetch", "a=b"), 0,
-            '{ Error = "This server has no such kind of request. It knows: Echo, Status."; }\n')
+            '{ Error = "This server has no such kind of request. It knows: Echo, Files, Status."; '
+            '}\n')
 
     def test_an_answer_that_would_be_too_large_is_an_error(self):
         Daemon(self)
@@ -193,8 +194,8 @@ class Misuse(ProgramTest):
     def test_help_names_every_option(self):
         result = ktd("--help")
         self.assertEqual((result.returncode, result.stderr), (0, ""))
-        for option in ["--signature TEXT", "--ports N,N,...", "--unique", "--broadcast ADDRESS",
-                       "--debug", "--version", "--help"]:
+        for option in ["--signature TEXT", "--ports N,N,...", "--unique", "--files DIR ...",
+                       "--types EXT,EXT,...", "--broadcast ADDRESS", "--debug", "--version", "--help"]:
             self.assertIn(option, result.stdout)
 
     def test_version(self):

@@ -21,7 +21,7 @@ const Kind *kindOf(const Dictionary &request) {
   return kind != allKinds().end() ? &*kind : nullptr;
 }
 
-// "Echo, Status"
+// "Echo, Files, Status"
 std::string kindNames() {
   std::string names;
   for (const Kind &kind : allKinds()) {

@@ -81,12 +81,14 @@ class Page {
         rootOfFiles_(root_) {}
 
   // What is found from here on is below `root`.
-  void begin(const std::string &root) { root_ = &root; }
+  void begin(const std::string &root) {
+    root_ = &root;
+    prefixSize_ = joined(root, "").size();
+  }
 
   bool fileFound(const std::string &path) {
-    const std::size_t prefixSize = joined(*root_, "").size();
-    if (path.size() <= prefixSize) return true;  // the root itself is not below it
-    if (total_++ >= offset_ && !full_) add(std::string_view(path).substr(prefixSize));
+    if (path == *root_) return true;  // which is not below itself
+    if (total_++ >= offset_ && !full_) add(std::string_view(path).substr(prefixSize_));
     return true;
   }
 
@@ -127,9 +129,10 @@ class Page {
   }
 
   const ServerState &server_;
-  const std::size_t offset_;  // files to pass over
-  const std::size_t count_;   // files at most
-  const std::string *root_;   // of the tree that is walked
+  const std::size_t offset_;    // files to pass over
+  const std::size_t count_;     // files at most
+  const std::string *root_;     // of the tree that is walked
+  std::size_t prefixSize_ = 0;  // bytes of a path before the part that is relative to root_
   const std::string *rootOfFiles_;
   const Clock::time_point deadline_ = Clock::now() + longestWalk;
   Array files_;            // relative to rootOfFiles_
