@@ -195,7 +195,8 @@ class Misuse(ProgramTest):
         result = ktd("--help")
         self.assertEqual((result.returncode, result.stderr), (0, ""))
         for option in ["--signature TEXT", "--ports N,N,...", "--unique", "--files DIR ...",
-                       "--types EXT,EXT,...", "--broadcast ADDRESS", "--debug", "--version", "--help"]:
+                       "--types EXT,EXT,...", "--broadcast ADDRESS", "--debug", "--version",
+                       "--help"]:
             self.assertIn(option, result.stdout)
 
     def test_version(self):
