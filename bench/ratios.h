@@ -15,11 +15,7 @@
 
 namespace bench {
 
-enum class Per {
-  call,  // processor time of this process
-  byte,  // the same, per byte of what SetBytesProcessed() counts
-  wall,  // the time that passes, for what other processes do
-};
+enum class Per { call, byte };  // per byte of what SetBytesProcessed() counts
 
 // The claim that the benchmark `ours` takes at most `limit` times as long as `reference`.
 struct Ratio {
@@ -37,8 +33,10 @@ class Recorder : public benchmark::ConsoleReporter {
       if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
       const auto rate = run.counters.find("bytes_per_second");
       Times &times = times_[run.run_name.function_name];
-      times.perCall.push_back(run.cpu_accumulated_time / static_cast<double>(run.iterations));
-      times.wall.push_back(run.real_accumulated_time / static_cast<double>(run.iterations));
+      // What a benchmark of another process measures itself counts as that process's time.
+      const bool isManual = run.run_name.time_type == "manual_time";
+      const double time = isManual ? run.real_accumulated_time : run.cpu_accumulated_time;
+      times.perCall.push_back(time / static_cast<double>(run.iterations));
       if (rate != run.counters.end()) times.perByte.push_back(1 / rate->second.value);
     }
     ConsoleReporter::ReportRuns(runs);
@@ -46,7 +44,7 @@ class Recorder : public benchmark::ConsoleReporter {
 
   // The median over the repetitions, in seconds; 0 when the benchmark did not run.
   double median(const std::string &name, Per per) {
-    std::vector<double> &times = times_[name].of(per);
+    std::vector<double> &times = per == Per::call ? times_[name].perCall : times_[name].perByte;
     if (times.empty()) return 0;
     const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
     std::nth_element(times.begin(), middle, times.end());
@@ -55,23 +53,12 @@ class Recorder : public benchmark::ConsoleReporter {
 
  private:
   struct Times {
-    std::vector<double> &of(Per per) {
-      if (per == Per::call) return perCall;
-      return per == Per::byte ? perByte : wall;
-    }
-
     std::vector<double> perCall;  // seconds
     std::vector<double> perByte;  // seconds
-    std::vector<double> wall;     // seconds
   };
 
   std::map<std::string, Times> times_;
 };
-
-inline const char *unit(Per per) {
-  if (per == Per::call) return "";
-  return per == Per::byte ? " per byte" : " wall";
-}
 
 inline void printRatios(Recorder &recorder, const std::vector<Ratio> &ratios) {
   std::printf("\n%-34s %-34s %12s %12s %7s %7s\n", "measured", "beside", "ns", "ns", "ratio",
@@ -83,7 +70,7 @@ inline void printRatios(Recorder &recorder, const std::vector<Ratio> &ratios) {
     const double ratio = ours / reference;
     std::printf("%-34s %-34s %12.3f %12.3f %7.2f %7.2f%s%s\n", claim.ours.c_str(),
                 claim.reference.c_str(), ours * 1e9, reference * 1e9, ratio, claim.limit,
-                unit(claim.per), ratio > claim.limit ? " MISSED" : "");
+                claim.per == Per::byte ? " per byte" : "", ratio > claim.limit ? " MISSED" : "");
   }
 }
 
