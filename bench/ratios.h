@@ -33,7 +33,10 @@ class Recorder : public benchmark::ConsoleReporter {
       if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
       const auto rate = run.counters.find("bytes_per_second");
       Times &times = times_[run.run_name.function_name];
-      times.perCall.push_back(run.cpu_accumulated_time / static_cast<double>(run.iterations));
+      // What a benchmark of another process measures itself counts as that process's time.
+      const bool isManual = run.run_name.time_type == "manual_time";
+      const double time = isManual ? run.real_accumulated_time : run.cpu_accumulated_time;
+      times.perCall.push_back(time / static_cast<double>(run.iterations));
       if (rate != run.counters.end()) times.perByte.push_back(1 / rate->second.value);
     }
     ConsoleReporter::ReportRuns(runs);

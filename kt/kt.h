@@ -1,5 +1,5 @@
 // The whole toolkit in one include: property lists and formatting, the debug log, messaging over
-// UDP, and big integers. Each part can be included alone.
+// UDP, big integers, and the directory walker. Each part can be included alone.
 #ifndef KT_KT_H
 #define KT_KT_H
 
@@ -14,5 +14,6 @@
 #include "kt/udp/KtMessage.h"
 #include "kt/udp/KtUDPClient.h"
 #include "kt/udp/KtUDPDaemon.h"
+#include "kt/walker/_KtWalker.h"
 
 #endif

@@ -13,7 +13,7 @@ FOLDERS = "kt|tools|tests|scripts|docs|cmake|bench|fuzz|examples|packaging"
 class Documents(unittest.TestCase):
     def test_code_in_the_documents_is_that_of_the_examples(self):
         shown = {block.name: block.text for document in DOCUMENTS for block in blocks(document)
-                 if block.name and block.name.startswith("examples/")}
+                 if (block.name or "").startswith("examples/")}
         examples = {str(path.relative_to(ROOT)): path.read_bytes().decode()
                     for path in (ROOT / "examples").iterdir()}
         self.assertEqual(shown, examples)

@@ -26,7 +26,7 @@ class KtdAnswers : public testing::Test {
 };
 
 const char *const unknownKind =
-    "This server has no such kind of request. It knows: Echo, Evaluate, Status.";
+    "This server has no such kind of request. It knows: Echo, Evaluate, Files, Status.";
 
 TEST_F(KtdAnswers, EchoGivesTheOtherKeysBack) {
   const PropertyList list = Array{"1", Data{std::byte{7}}};

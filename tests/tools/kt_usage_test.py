@@ -5,7 +5,7 @@ import unittest
 
 from programs import DEFAULT_PORTS, ProgramTest, kt, run
 
-COMMANDS = ["hello", "send", "ping", "parse", "calc", "eval"]
+COMMANDS = ["hello", "send", "ping", "parse", "calc", "eval", "walk", "files"]
 SHARED_OPTIONS = ["--signature TEXT", "--ports N,N,...", "--timeout MS", "--retries N",
                   "--broadcast ADDRESS", "--json", "--quiet", "--debug", "--version", "--help"]
 
@@ -21,7 +21,9 @@ class Help(ProgramTest):
     def test_of_each_command_names_every_option(self):
         own = {"hello": ["--all"], "send": ["KEYWORD", "[KEY=VALUE...]"],
                "ping": ["--count COUNT", "--interval SECONDS"], "parse": ["[FILE]"],
-               "calc": ["[EXPRESSION]", "--base N"], "eval": ["[EXPRESSION]", "--base N"]}
+               "calc": ["[EXPRESSION]", "--base N"], "eval": ["[EXPRESSION]", "--base N"],
+               "walk": ["--type EXT", "--no-recursive", "--first N", "--count", "--null", "DIR..."],
+               "files": ["--type EXT", "--null"]}
         for command in COMMANDS:
             result = kt(command, "--help")
             self.assertEqual((result.returncode, result.stderr), (0, ""))
@@ -45,8 +47,7 @@ class Version(ProgramTest):
 
 class Misuse(ProgramTest):
     def test_no_command(self):
-        self.assert_misuse(run("KT"), "kt",
-                           "a command is needed: hello, send, ping, parse, calc, eval")
+        self.assert_misuse(run("KT"), "kt", "a command is needed: " + ", ".join(COMMANDS))
 
     def test_an_unknown_command(self):
         self.assert_misuse(kt("fetch"), "kt", "The following argument was not expected: fetch")

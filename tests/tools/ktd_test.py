@@ -178,7 +178,7 @@ class Answers(ProgramTest):
         self.assert_result(
             kt("send", "Fetch", "a=b"), 0,
             '{ Error = "This server has no such kind of request. '
-            'It knows: Echo, Evaluate, Status."; }\n')
+            'It knows: Echo, Evaluate, Files, Status."; }\n')
 
     def test_an_answer_that_would_be_too_large_is_an_error(self):
         Daemon(self)
@@ -194,8 +194,9 @@ class Misuse(ProgramTest):
     def test_help_names_every_option(self):
         result = ktd("--help")
         self.assertEqual((result.returncode, result.stderr), (0, ""))
-        for option in ["--signature TEXT", "--ports N,N,...", "--unique", "--broadcast ADDRESS",
-                       "--debug", "--version", "--help"]:
+        for option in ["--signature TEXT", "--ports N,N,...", "--unique", "--files DIR ...",
+                       "--types EXT,EXT,...", "--broadcast ADDRESS", "--debug", "--version",
+                       "--help"]:
             self.assertIn(option, result.stdout)
 
     def test_version(self):

@@ -36,7 +36,7 @@ def run(program, *arguments, environment=None, input=None, **options):
 
 def kt(command, *arguments, **options):
     """Runs a command of kt, patiently unless the arguments say otherwise."""
-    if command in ("hello", "send", "ping", "eval") and "--timeout" not in arguments:
+    if command in ("hello", "send", "ping", "eval", "files") and "--timeout" not in arguments:
         arguments += ("--timeout", PATIENT)
     return run("KT", command, *arguments, **options)
 

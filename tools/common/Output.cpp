@@ -9,12 +9,15 @@
 
 namespace kt::tools {
 
-void printLine(std::string_view line) {
-  const std::string whole = std::string(line) + '\n';
-  const bool written = std::fwrite(whole.data(), 1, whole.size(), stdout) == whole.size();
+void printText(std::string_view text) {
+  const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
   if (!written || std::fflush(stdout) != 0) {
     throw Failure(std::string("can't write to standard output: ") + std::strerror(errno));
   }
+}
+
+void printLine(std::string_view line) {
+  printText(std::string(line) + '\n');
 }
 
 }  // namespace kt::tools

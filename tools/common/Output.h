@@ -6,6 +6,9 @@
 
 namespace kt::tools {
 
+// Writes `text` and flushes. Throws as printLine.
+void printText(std::string_view text);
+
 // Prints `line` and a line feed and flushes. Throws Failure when the output takes no more: a closed
 // pipe, which SIGPIPE must be ignored for, or a full disk.
 void printLine(std::string_view line);

@@ -40,10 +40,14 @@ Json jsonOf(const Dictionary &dictionary) {
   return object;
 }
 
-void printJson(const Json &value) {
+std::string lineOf(const Json &value) {
   constexpr int onOneLine = -1;
   constexpr bool asAscii = true;
-  printLine(value.dump(onOneLine, ' ', asAscii, Json::error_handler_t::replace));
+  return value.dump(onOneLine, ' ', asAscii, Json::error_handler_t::replace);
+}
+
+void printJson(const Json &value) {
+  printLine(lineOf(value));
 }
 
 }  // namespace kt::tools

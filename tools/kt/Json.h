@@ -3,6 +3,7 @@
 #define KT_TOOLS_KT_JSON_H
 
 #include <nlohmann/json.hpp>
+#include <string>
 
 #include "kt/foundation/PropertyList.h"
 
@@ -15,6 +16,9 @@ using Json = nlohmann::ordered_json;
 // values from a reader, which limits their depth.
 [[nodiscard]] Json jsonOf(const PropertyList &value);
 [[nodiscard]] Json jsonOf(const Dictionary &dictionary);
+
+// `value` as one line of ASCII, without the line feed.
+[[nodiscard]] std::string lineOf(const Json &value);
 
 // Prints `value` as one line of ASCII on standard output and flushes. Throws as printLine.
 void printJson(const Json &value);

@@ -12,7 +12,8 @@
 
 namespace kt::tools {
 
-DeclareCommand declareHello, declareSend, declarePing, declareParse, declareCalc, declareEval;
+DeclareCommand declareHello, declareSend, declarePing, declareParse, declareCalc, declareEval,
+    declareWalk, declareFiles;
 
 namespace {
 
@@ -29,6 +30,8 @@ constexpr std::array commands{
     Command{"parse", "Check property-list text and print it in canonical form", declareParse},
     Command{"calc", "Compute with integers of up to 4,080 bits", declareCalc},
     Command{"eval", "Let a server compute", declareEval},
+    Command{"walk", "Find the files of some types on this machine", declareWalk},
+    Command{"files", "Find the files that a server serves", declareFiles},
 };
 
 constexpr const char *footer =
@@ -41,6 +44,8 @@ constexpr const char *footer =
     "  kt parse settings.plist         is this text well-formed?\n"
     "  kt calc '2^521 - 1'             what is that?\n"
     "  kt eval '2^521 - 1'             the same, computed by the server\n"
+    "  kt walk --type h /usr/include   which headers are there?\n"
+    "  kt files --type h               and on the server?\n"
     "  kt hello --broadcast 127.0.0.1  only on this machine\n"
     "\n"
     "Ends with status 0 when done, 1 when it failed (no server, no reply, bad input), 2 on\n"

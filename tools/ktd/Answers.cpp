@@ -1,11 +1,12 @@
 #include "tools/ktd/Answers.h"
 
 #include <algorithm>
-#include <limits>
 #include <string>
+#include <utility>
 
 #include "kt/foundation/Format.h"
 #include "kt/udp/KtMessage.h"
+#include "tools/ktd/ReplySize.h"
 
 namespace kt::tools {
 
@@ -20,7 +21,7 @@ const Kind *kindOf(const Dictionary &request) {
   return kind != allKinds().end() ? &*kind : nullptr;
 }
 
-// "Echo, Status"
+// "Echo, Files, Status"
 std::string kindNames() {
   std::string names;
   for (const Kind &kind : allKinds()) {
@@ -36,7 +37,8 @@ Dictionary errorAnswer(const std::string &sentence) {
 
 }  // namespace
 
-Answers::Answers(const KtUDPDaemon &daemon) : server_{daemon, std::chrono::steady_clock::now()} {}
+Answers::Answers(const KtUDPDaemon &daemon, ServedFiles files)
+    : server_{daemon, std::chrono::steady_clock::now(), std::move(files)} {}
 
 Dictionary Answers::replyForRequest(const Dictionary &request) const {
   const Kind *kind = kindOf(request);
@@ -46,16 +48,9 @@ Dictionary Answers::replyForRequest(const Dictionary &request) const {
   }
   Dictionary answer = kind->answer(request, server_);
   answer.erase(keywordKey);
-  if (fitsDatagram(answer)) return answer;
+  if (replySize(server_.daemon, answer) <= largestDatagram) return answer;
   return errorAnswer(kt::format("The answer is too large for a datagram, which carries %d bytes.",
                                 largestDatagram));
-}
-
-bool Answers::fitsDatagram(const Dictionary &answer) const {
-  // The handshake whose answer, the smallest integer, has the longest text.
-  constexpr std::int32_t handshake = std::numeric_limits<std::int32_t>::max();
-  const Dictionary envelope = replyEnvelope(server_.daemon.signature(), handshake, answer);
-  return datagramBytes(envelope.description()).size() <= largestDatagram;
 }
 
 }  // namespace kt::tools

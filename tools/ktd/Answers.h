@@ -11,8 +11,9 @@ namespace kt::tools {
 
 class Answers {
  public:
-  // Answers for `daemon`, which must outlive this object. Uptime counts from here.
-  explicit Answers(const KtUDPDaemon &daemon);
+  // Answers for `daemon`, which must outlive this object, and serves `files`. Uptime counts from
+  // here.
+  explicit Answers(const KtUDPDaemon &daemon, ServedFiles files = {});
 
   // The answer of the request's kind. Instead of it a packet with one entry, `Error`, when there is
   // no such kind or the answer is too large for a datagram, which would be lost without a sign.
@@ -23,8 +24,6 @@ class Answers {
   [[nodiscard]] Dictionary replyForRequest(const Dictionary &request) const;
 
  private:
-  [[nodiscard]] bool fitsDatagram(const Dictionary &answer) const;
-
   ServerState server_;
 };
 

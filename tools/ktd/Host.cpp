@@ -12,6 +12,7 @@
 #include "tools/common/Failure.h"
 #include "tools/common/Numbers.h"
 #include "tools/common/Output.h"
+#include "tools/common/Paths.h"
 #include "tools/ktd/Answers.h"
 
 namespace kt::tools {
@@ -57,6 +58,15 @@ Failure registrationFailure(const HostOptions &options) {
                  "\nStop what holds them, or give other ports with --ports.");
 }
 
+// A mistake in a path shows when the server starts, not as a list without files.
+void checkFiles(const ServedFiles &files) {
+  for (const std::string &root : files.roots) {
+    if (const std::optional<std::string> reason = whyNotListed(root)) {
+      throw Failure("the files of " + inQuotes(root) + " can't be served: " + *reason);
+    }
+  }
+}
+
 void registerServer(KtUDPDaemon &daemon, const HostOptions &options) {
   UniquenessProbe::broadcast = options.broadcast;
   daemon.setCounterpartClass<UniquenessProbe>();
@@ -69,8 +79,9 @@ void registerServer(KtUDPDaemon &daemon, const HostOptions &options) {
 }  // namespace
 
 void serve(const HostOptions &options, Complaints &complaints) {
+  checkFiles(options.files);
   KtUDPDaemon daemon;
-  Answers answers(daemon);
+  Answers answers(daemon, options.files);
   daemon.setDelegate(&answers);
   registerServer(daemon, options);
   printLine(kt::format("ktd: serving %s on port %d", inQuotes(daemon.signature()), daemon.port()));

@@ -51,13 +51,22 @@ int main(int argc, char **argv) {
   addServerOptions(app, options);
   app.add_flag("--unique", options.unique,
                "Refuse to start while another server of the signature answers");
+  CLI::Option *files = app.add_option("--files", options.files.roots,
+                                      "Serve the names of the files below these directories")
+                           ->type_name("DIR ...");
+  app.add_option("--types", options.files.types,
+                 "Serve files of these extensions only (default: those\nthat a request asks for)")
+      ->type_name("EXT,EXT,...")
+      ->delimiter(',')
+      ->needs(files);
   app.get_option("--broadcast")
       ->description(
           "Where --unique looks for other servers (default: that of\nthe host \"broadcasthost\", "
           "else 255.255.255.255)");
   app.footer(
-      "Answers the requests Echo (the request's keys), Evaluate (the value of an Expression) and\n"
-      "Status (the state of the server).\n"
+      "Answers the requests Echo (the request's keys), Evaluate (the value of an Expression), Files\n"
+      "(the names of the files of --files, a page at a time) and Status (the state of the server).\n"
+      "With --files everybody who can send requests may read these names.\n"
       "Ends with status 0 on SIGTERM and SIGINT, 1 when it cannot serve, 2 on wrong usage.\n"
       "The log of --debug is on as well with KtDebugEnabled=YES in the environment.");
   if (const std::optional<int> status = parseCommandLine(app, argc, argv)) return *status;

@@ -30,6 +30,7 @@ int main() {
   const auto request = kt::requestEnvelope(daemon.signature(), 7, packet);
   const std::optional<kt::Dictionary> reply = daemon.replyFor(request);
   if (!reply || !kt::isReplyTo(request, *reply, daemon.signature())) return 1;
+  if (!_KtWalker().isDirectoryAtAbsolutePath("/")) return 1;
   std::cout << kt::format("%@", *reply) << '\n';
   return 0;
 }

@@ -5,17 +5,26 @@
 
 #include <chrono>
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "kt/foundation/PropertyList.h"
 #include "kt/udp/KtUDPDaemon.h"
 
 namespace kt::tools {
 
+// The files that clients may ask for.
+struct ServedFiles {
+  std::vector<std::string> roots;  // where to look, as they were given; none: no files are served
+  std::vector<std::string> types;  // the extensions served; none: those that a request names
+};
+
 // What a kind may ask about the server that it runs in.
 struct ServerState {
   const KtUDPDaemon &daemon;
   std::chrono::steady_clock::time_point started;  // when serving began
+  ServedFiles files;
 };
 
 // The answer to the request's data packet `request`, whose keyword is the kind's name. It need not

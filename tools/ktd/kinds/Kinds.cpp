@@ -4,13 +4,14 @@
 
 namespace kt::tools {
 
-Answer answerEcho, answerEvaluate, answerStatus;
+Answer answerEcho, answerEvaluate, answerFiles, answerStatus;
 
 namespace {
 
 constexpr std::array kinds{
     Kind{"Echo", answerEcho},
     Kind{"Evaluate", answerEvaluate},
+    Kind{"Files", answerFiles},
     Kind{"Status", answerStatus},
 };
 

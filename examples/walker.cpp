@@ -1,0 +1,23 @@
+// Prints the text files below the directories that are given, a hundred at most.
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "kt/walker/_KtWalker.h"
+
+struct Printer {
+  bool fileFound(const std::string &path) {
+    std::cout << path << '\n';
+    return ++count < 100;  // no stops the walk
+  }
+  bool wantsAbort() const { return count >= 100; }  // and keeps the next trees from going on
+  int count = 0;
+};
+
+int main(int argc, char **argv) {
+  Printer printer;
+  _KtWalker walker;
+  walker.setFileTypes({"txt"});
+  walker.setDelegate(&printer);
+  walker.walkTrees(std::vector<std::string>(argv + 1, argv + argc));
+}

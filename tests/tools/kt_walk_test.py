@@ -1,0 +1,196 @@
+"""kt walk: the files of some types in trees of directories."""
+
+import json
+import os
+import signal
+import subprocess
+import tempfile
+import unittest
+
+from programs import PATIENCE, ProgramTest, Terminal, kt
+
+
+class WalkTest(ProgramTest):
+    """A tree to walk; paths in it are bytes."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.root = folder.name
+
+    def make(self, *paths):
+        for path in paths:
+            whole = os.path.join(os.fsencode(self.root), os.fsencode(path))
+            os.makedirs(os.path.dirname(whole), exist_ok=True)
+            with open(whole, "w"):
+                pass
+
+    def at(self, path):
+        return os.path.join(self.root, path)
+
+    def found(self, *arguments):
+        """The lines that are printed, sorted."""
+        result = kt("walk", *arguments)
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        return sorted(result.stdout.splitlines())
+
+
+class Walk(WalkTest):
+    def test_prints_the_paths_of_the_files_of_a_type(self):
+        self.make("a.txt", "b.TXT", "c", "d/e.txt", "x.txt/f.txt")
+        self.assertEqual(self.found("--type", "txt", self.root),
+                         sorted(map(self.at, ["a.txt", "d/e.txt", "x.txt", "x.txt/f.txt"])))
+
+    def test_of_several_types(self):
+        self.make("a.txt", "b.h", "c", "d.dat")
+        self.assertEqual(self.found("--type", "txt", "--type", "h", "--type", "", self.root),
+                         [self.root, self.at("a.txt"), self.at("b.h"), self.at("c")])
+
+    def test_of_several_directories_in_their_order(self):
+        self.make("2/a.txt", "1/b.txt")
+        result = kt("walk", "--type", "txt", self.at("2"), self.at("1"))
+        self.assert_result(result, 0, f'{self.at("2/a.txt")}\n{self.at("1/b.txt")}\n')
+
+    def test_without_subdirectories(self):
+        self.make("a.txt", "d/e.txt", "x.txt/f.txt")
+        self.assertEqual(self.found("--type", "txt", "--no-recursive", self.root),
+                         [self.at("a.txt"), self.at("x.txt")])
+
+    def test_of_a_file_is_that_file(self):
+        self.make("a.txt", "b.dat")
+        self.assertEqual(self.found("--type", "txt", self.at("a.txt"), self.at("b.dat")),
+                         [self.at("a.txt")])
+
+    def test_takes_a_tilde_literally(self):
+        self.make("~/a.txt")
+        self.assert_result(kt("walk", "--type", "txt", "~", cwd=self.root), 0, "~/a.txt\n")
+
+    def test_without_types_says_that_it_finds_nothing(self):
+        self.make("a.txt", "b")
+        self.assert_result(kt("walk", self.root), 0, "",
+                           "kt walk: without --type no file is of an accepted type\n")
+
+
+class Output(WalkTest):
+    hostile = b"\x1b[2J\n\xff\\.txt"
+
+    def test_is_the_bytes_on_the_disk(self):
+        self.make(self.hostile)
+        result = kt("walk", "--type", "txt", self.root)
+        self.assert_result(result, 0, self.at(self.hostile.decode("latin-1")) + "\n")
+
+    def test_ends_paths_with_nul_where_asked(self):
+        self.make(self.hostile, "b.txt")
+        result = kt("walk", "--type", "txt", "--null", self.root)
+        self.assertEqual(sorted(result.stdout.split("\0")),
+                         ["", self.at(self.hostile.decode("latin-1")), self.at("b.txt")])
+
+    def test_on_a_terminal_is_escaped(self):
+        self.make(self.hostile)
+        terminal = Terminal(self)
+        kt("walk", "--type", "txt", self.root, stdout=terminal.descriptor)
+        text = terminal.text()
+        self.assert_printable(text)
+        self.assertEqual(text, self.at("\\033[2J\\n\\Ufffd\\.txt") + "\n")
+
+    def test_as_json(self):
+        self.make("\u00e4\n.txt")
+        result = kt("walk", "--type", "txt", "--json", self.root)
+        self.assert_printable(result.stdout)
+        self.assertEqual(json.loads(result.stdout), {"path": self.at("\u00e4\n.txt")})
+
+    def test_as_json_is_data_where_it_is_not_utf8(self):
+        self.make(b"\xff.txt")
+        found = json.loads(kt("walk", "--type", "txt", "--json", self.root).stdout)
+        self.assertEqual(bytes.fromhex(found["path"]["data"]),
+                         os.fsencode(self.root) + b"/\xff.txt")
+
+    def test_is_a_count_where_asked(self):
+        self.make("a.txt", "d/b.txt", "c.dat")
+        self.assert_result(kt("walk", "--type", "txt", "--count", self.root), 0, "2\n")
+        self.assert_result(kt("walk", "--type", "txt", "--count", "--json", self.root), 0,
+                           '{"count":2}\n')
+        self.assert_result(kt("walk", "--type", "h", "--count", self.root), 0, "0\n")
+
+    def test_ends_with_the_first_files_where_asked(self):
+        self.make("1.txt/a.txt", "1.txt/b.txt", "2.txt/c.txt")
+        roots = [self.at("1.txt"), self.at("2.txt")]
+        everything = kt("walk", "--type", "txt", *roots).stdout.splitlines(keepends=True)
+        for count in range(1, 6):
+            result = kt("walk", "--type", "txt", "--first", str(count), *roots)
+            self.assert_result(result, 0, "".join(everything[:count]))
+        self.assert_result(kt("walk", "--type", "txt", "--first", "2", "--count", *roots), 0,
+                           "2\n")
+
+    def test_is_nothing_when_quiet(self):
+        self.make("a.txt")
+        self.assert_result(kt("walk", "--type", "txt", "--quiet", self.root), 0)
+        self.assert_result(kt("walk", "--type", "txt", "-q", "--count", "--json", self.root), 0)
+
+    def test_to_a_full_disk_is_an_error(self):
+        self.make("a.txt")
+        with open("/dev/full", "w") as full:
+            result = kt("walk", "--type", "txt", self.root, stdout=full)
+        self.assertEqual((result.returncode, result.stderr),
+                         (1, "kt walk: can't write to standard output: "
+                             "No space left on device\n"))
+
+
+class Pipe(WalkTest):
+    def endless_walk(self):
+        """A walk that practically never ends: cycles of links in each other."""
+        self.make("a.txt")
+        for name in ("1", "2", "3"):
+            os.symlink(".", self.at(name))
+        walk = subprocess.Popen([os.environ["KT"], "walk", "--type", "txt", self.root],
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.addCleanup(walk.stderr.close)
+        self.addCleanup(walk.stdout.close)
+        self.addCleanup(walk.wait)
+        self.addCleanup(walk.kill)
+        return walk
+
+    def test_has_what_was_found_while_the_walk_goes_on(self):
+        walk = self.endless_walk()
+        self.assertTrue(walk.stdout.readline().endswith(b"a.txt\n"))
+        self.assertIsNone(walk.poll())
+
+    def test_that_nobody_reads_any_more_ends_the_walk_without_a_word(self):
+        walk = self.endless_walk()
+        walk.stdout.readline()
+        walk.stdout.close()
+        self.assertEqual(walk.wait(PATIENCE), -signal.SIGPIPE)
+        self.assertEqual(walk.stderr.read(), b"")
+
+
+class Unreadable(WalkTest):
+    def test_starting_points_are_told_of_and_the_others_are_walked(self):
+        self.make("d/a.txt", "plain")
+        os.symlink("nowhere", self.at("dangling.txt"))
+        result = kt("walk", "--type", "txt", self.at("missing.txt"), self.at("d"),
+                    self.at("dangling.txt"), self.at("plain/"))
+        self.assert_result(
+            result, 1, self.at("d/a.txt") + "\n",
+            f'kt walk: "{self.at("missing.txt")}": No such file or directory\n'
+            f'kt walk: "{self.at("dangling.txt")}": No such file or directory\n'
+            f'kt walk: "{self.at("plain/")}": Not a directory\n')
+
+    def test_names_are_escaped(self):
+        result = kt("walk", "--type", "txt", "\x1b[2J")
+        self.assert_result(result, 1, "",
+                           'kt walk: "\\033[2J": No such file or directory\n')
+
+
+class Misuse(WalkTest):
+    def test_wrong_options_are_refused(self):
+        self.assert_misuse(kt("walk", "--type", "txt"), "kt walk", "DIR is required")
+        for number in ["0", "-1", "x", "2147483648"]:
+            self.assert_misuse(
+                kt("walk", f"--first={number}", self.root), "kt walk",
+                f'--first: "{number}" is not a number of files from 1 up')
+        self.assert_misuse(kt("walk", "--null", "--json", self.root), "kt walk",
+                           "--null excludes --json")
+
+
+if __name__ == "__main__":
+    unittest.main()
