@@ -64,9 +64,9 @@ int main(int argc, char **argv) {
           "Where --unique looks for other servers (default: that of\nthe host \"broadcasthost\", "
           "else 255.255.255.255)");
   app.footer(
-      "Answers the requests Echo (the request's keys), Evaluate (the value of an Expression), Files\n"
-      "(the names of the files of --files, a page at a time) and Status (the state of the server).\n"
-      "With --files everybody who can send requests may read these names.\n"
+      "Answers the requests Echo (the request's keys), Evaluate (the value of an Expression),\n"
+      "Files (the names of the files of --files, a page at a time) and Status (the state of the\n"
+      "server). With --files everybody who can send requests may read these names.\n"
       "Ends with status 0 on SIGTERM and SIGINT, 1 when it cannot serve, 2 on wrong usage.\n"
       "The log of --debug is on as well with KtDebugEnabled=YES in the environment.");
   if (const std::optional<int> status = parseCommandLine(app, argc, argv)) return *status;
