@@ -139,6 +139,7 @@ class Integer {
 
   template <std::integral Number>
   static constexpr std::uint64_t magnitudeOf(Number value) {
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse): a character's sign is to count
     const auto bits = static_cast<std::uint64_t>(value);
     return isNegative(value) ? std::uint64_t{0} - bits : bits;
   }
