@@ -158,6 +158,11 @@ class Integer {
   Record record_;  // in normal form; null means zero, and zero is always null
 };
 
+// Friends are visible outside a shared library only where they are named again.
+bool operator==(const Integer &a, const Integer &b) noexcept;
+std::strong_ordering operator<=>(const Integer &a, const Integer &b) noexcept;
+std::ostream &operator<<(std::ostream &stream, const Integer &value);
+
 // |a|
 [[nodiscard]] Integer abs(const Integer &a);
 
