@@ -139,6 +139,7 @@ class Integer {
 
   template <std::integral Number>
   static constexpr std::uint64_t magnitudeOf(Number value) {
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse): a character's sign is to count
     const auto bits = static_cast<std::uint64_t>(value);
     return isNegative(value) ? std::uint64_t{0} - bits : bits;
   }
@@ -156,6 +157,11 @@ class Integer {
 
   Record record_;  // in normal form; null means zero, and zero is always null
 };
+
+// Friends are visible outside a shared library only where they are named again.
+bool operator==(const Integer &a, const Integer &b) noexcept;
+std::strong_ordering operator<=>(const Integer &a, const Integer &b) noexcept;
+std::ostream &operator<<(std::ostream &stream, const Integer &value);
 
 // |a|
 [[nodiscard]] Integer abs(const Integer &a);

@@ -34,7 +34,8 @@ void requireAlphabet(std::string_view alphabet, const char *operation) {
   std::string sorted(alphabet);
   std::ranges::sort(sorted);
   const bool repeats = std::ranges::adjacent_find(sorted) != sorted.end();
-  const bool ambiguous = alphabet.find_first_of(std::string_view("+-\0", 3)) != alphabet.npos;
+  const bool ambiguous =
+      alphabet.find_first_of(std::string_view("+-\0", 3)) != std::string_view::npos;
   if (alphabet.size() < 2 || repeats || ambiguous)
     throw invalid("no alphabet of digits", operation);
 }
@@ -74,7 +75,7 @@ std::string upperCase(std::string_view text) {
 Integer Integer::read(std::string_view text, std::string_view alphabet) {
   const bool negative = text.starts_with('-');
   if (negative || text.starts_with('+')) text.remove_prefix(1);
-  if (text.empty() || text.find_first_not_of(alphabet) != text.npos) {
+  if (text.empty() || text.find_first_not_of(alphabet) != std::string_view::npos) {
     throw invalid("no number of that base", "Integer(text)");
   }
   text.remove_prefix(std::min(text.find_first_not_of(alphabet.front()), text.size()));

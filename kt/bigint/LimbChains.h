@@ -51,6 +51,7 @@ inline Limb addProductPortably(Limb *limbs, Limbs a, Limb factor) {
 // ---- x86-64 -------------------------------------------------------------------------------------
 
 // Four limbs a turn; lea and dec leave the carry alone. Of 30 limbs a third of the portable time.
+// NOLINTNEXTLINE(readability-non-const-parameter): the assembler writes there
 inline Limb addChain(Word *sum, const Word *a, const Word *b, std::size_t count) {
   std::size_t quads = count / 4, singles = count % 4, i = 0;
   Limb limb = 0;
@@ -91,6 +92,7 @@ inline Limb addChain(Word *sum, const Word *a, const Word *b, std::size_t count)
   return -limb;
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the assembler writes there
 inline Limb subtractChain(Word *difference, const Word *a, const Word *b, std::size_t count) {
   std::size_t quads = count / 4, singles = count % 4, i = 0;
   Limb limb = 0;
@@ -144,6 +146,7 @@ inline const bool hasTwoCarryChains = processorHasTwoCarryChains();
 
 // Two carry chains at once: adcx takes the upper halves of the products to the limbs above, adox
 // adds what stood there. A product of 30 by 30 limbs takes 0.42 of the portable time.
+// NOLINTNEXTLINE(readability-non-const-parameter): the assembler writes there
 inline Limb addProductInTwoChains(Limb *limbs, Limbs a, Limb factor) {
   const Limb *source = a.data();
   std::size_t quads = a.size() / 4;

@@ -115,8 +115,18 @@ void multiplyByLimb(Limb *product, Limbs a, Limb factor) {
 }  // namespace
 
 void multiply(Limb *product, Limbs a, Limbs b) {
-  multiplyByLimb(product, a, b[0]);
-  for (std::size_t i = 1; i < b.size(); ++i)
+  if (a.size() == 1 && b.size() == 1) {  // a third of the time for 4 words
+    const DoubleLimb both = DoubleLimb{a[0]} * b[0];
+    product[0] = low(both);
+    product[1] = high(both);
+    return;
+  }
+  std::size_t i = 0;
+  if (a.size() < 8)  // a twentieth of the time of 16 limbs is gained by adding the first row too
+    multiplyByLimb(product, a, b[i++]);
+  else
+    std::fill_n(product, a.size(), Limb{0});
+  for (; i < b.size(); ++i)
     product[i + a.size()] = addProduct(product + i, a, b[i]);
 }
 

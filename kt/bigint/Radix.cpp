@@ -367,8 +367,8 @@ void readOneByOne(std::string_view text, const DigitValues &digits, Magnitude &v
 }
 
 void readChunks(std::string_view text, const DigitValues &digits, Magnitude &value) {
-  std::array<Magnitude, 2> magnitudes;
-  Magnitude *current = &magnitudes[0], *next = &magnitudes[1];
+  Magnitude first, second;
+  Magnitude *current = &first, *next = &second;
   while (!text.empty()) {
     const std::string_view begin = text;
     const Group group = takeGroup(text, digits);

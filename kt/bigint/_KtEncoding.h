@@ -20,10 +20,10 @@ extern const char *const _KTINT_HEX_VECTOR;
 // NUL. Zero is the one digit alphabet[0]; a zero with the sign set, which is not in normal form, is
 // '-' alone. The value is not changed.
 //
-// Requires: `v` is not null (an assertion); the alphabet has two characters or more (with none the
-// assertion of a division by zero fails; with one there is no text for a value that is not zero,
-// and the call does not return); `output` has room for a sign, all digits and the NUL: at most 16
-// digits a word in binary, 5 in decimal, 4 in hexadecimal.
+// Requires: `v` is not null (an assertion). For a value other than 0 the alphabet has two
+// characters or more (with fewer the assertion of a division by zero fails). `output` has room for
+// a sign, all digits and the NUL: at most 16 digits a word in binary, 5 in decimal, 4 in
+// hexadecimal.
 void _KtIntEncode(const _KtInt *v, char *output, const char *alphabet);
 
 // Reads a value: a '-' in front makes it negative, and every other character that is not in the

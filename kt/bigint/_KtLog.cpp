@@ -14,18 +14,14 @@ namespace {
 
 constexpr const char *unit = "_KtLog";
 
-// The index of the highest bit that is set in the top word, 0 for 0.
-int highestBit(const _KtInt &i) {
-  if (i.length == 0) return 0;
-  return std::bit_width(static_cast<Word>(i.digits[i.length - 1] | 1U)) - 1;
-}
-
 }  // namespace
 
 int32_t _KtIntLog2(_KtInt *a) {
   require(a != nullptr, {unit, 30, "a != NULL"});
   _KtIntShorten(a);
-  return static_cast<int32_t>(wordBits) * (a->length - 1) + highestBit(*a);
+  if (a->length == 0) return 0;
+  const Word top = a->digits[a->length - 1] | 1;  // so that 0 has the logarithm of 1
+  return static_cast<int32_t>(wordBits) * (a->length - 1) + std::bit_width(top) - 1;
 }
 
 void _KtIntExp2(_KtInt *a, uint32_t n) {
@@ -43,6 +39,6 @@ void _KtIntClearHighBit(_KtInt *a) {
   _KtIntShorten(a);
   if (a->length == 0) return;
   Word &top = a->digits[a->length - 1];
-  top = static_cast<Word>(top & ~(1U << highestBit(*a)));
+  top ^= std::bit_floor(top);
   _KtIntShorten(a);
 }

@@ -90,10 +90,10 @@ TEST(IntegerText, TheLargestNumberOfEachBaseIsReadAndTheNextIsNot) {
     std::string next = text;
     const char highest = Integer(base - 1).toString(base).front();
     const std::size_t place = next.find_last_not_of(highest);
-    if (place == next.npos) {
+    if (place == std::string::npos) {
       next = '1' + std::string(text.size(), '0');
     } else {
-      next.replace(place + 1, next.npos, next.size() - place - 1, '0');
+      next.replace(place + 1, std::string::npos, next.size() - place - 1, '0');
       next[place] = (Integer(std::string(1, next[place]), base) + 1).toString(base).front();
     }
     EXPECT_EQ(thrownBy<std::overflow_error>([&] { (void)Integer(next, base); }),

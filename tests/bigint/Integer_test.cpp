@@ -2,10 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
 #include <stdexcept>
+#include <thread>
 #include <type_traits>
 #include <unordered_set>
+#include <vector>
 
 #include "tests/bigint/Thrown.h"
 
@@ -107,6 +108,26 @@ TEST(Integer, ZeroCanBeCopiedOverAnything) {
   a = Integer();
   EXPECT_EQ(a, 0);
   EXPECT_EQ(a.sign(), 0);
+}
+
+// For the thread sanitizer: nothing may be written on the way.
+TEST(Integer, ManyThreadsMayReadOneValue) {
+  const Integer a = kt::pow(3, 500);
+  const Integer b = -kt::pow(7, 200);
+  const auto read = [&] {
+    EXPECT_EQ((a + b) - (b - a), a * 2);
+    EXPECT_EQ(a / b * b + a % b, a);
+    EXPECT_TRUE(b < a && a != b && (a >> 3) > (b >> 3) && -a < b);
+    EXPECT_EQ(gcd(a, b), 1);
+    EXPECT_LT(powmod(b, 9, a), a);
+    EXPECT_LT(sqrt(a), a);
+    EXPECT_EQ(Integer(a.toString()), a);
+  };
+  std::vector<std::thread> threads;
+  for (int count = 0; count < 3; ++count)
+    threads.emplace_back(read);
+  for (std::thread &thread : threads)
+    thread.join();
 }
 
 // ---- Order, sign, size, hash ----------------------------------------------------------------
