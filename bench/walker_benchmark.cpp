@@ -171,35 +171,37 @@ double childrensSeconds() {
 }
 
 // Processor time, as for the others: the time that passes depends on who else is at work.
-void program(benchmark::State &state, const std::string &command) {
+void program(benchmark::State &state, const std::string &name, const std::string &arguments) {
+  const std::string test = "command -v " + name + " >/dev/null";
+  if (std::system(test.c_str()) != 0) {
+    state.SkipWithError("is not installed");
+    return;
+  }
   for (auto _ : state) {
     const double before = childrensSeconds();
-    expectWanted(state, linesOf("exec " + command));
+    expectWanted(state, linesOf("exec " + name + ' ' + arguments));
     state.SetIterationTime(childrensSeconds() - before);
   }
 }
 
-bool isInstalled(const std::string &name) {
-  return std::system(("command -v " + name + " >/dev/null").c_str()) == 0;
-}
-
 void findProgram(benchmark::State &state) {
-  program(state, "find " + tree().root() + " -name '*.txt'");
+  program(state, "find", tree().root() + " -name '*.txt'");
 }
 
 void fdProgram(benchmark::State &state) {
-  program(state, "fdfind --unrestricted --threads 1 --extension txt . " + tree().root());
+  program(state, "fdfind", "--unrestricted --threads 1 --extension txt . " + tree().root());
 }
+
+BENCHMARK(floorOfCalls)->Unit(benchmark::kMillisecond);
+BENCHMARK(ktWalker)->Unit(benchmark::kMillisecond);
+BENCHMARK(ftsWalk)->Unit(benchmark::kMillisecond);
+BENCHMARK(stdFilesystem)->Unit(benchmark::kMillisecond);
+BENCHMARK(findProgram)->Unit(benchmark::kMillisecond)->UseManualTime();
+BENCHMARK(fdProgram)->Unit(benchmark::kMillisecond)->UseManualTime();
 
 }  // namespace
 
 int main(int argc, char **argv) {
-  BENCHMARK(floorOfCalls)->Unit(benchmark::kMillisecond);
-  BENCHMARK(ktWalker)->Unit(benchmark::kMillisecond);
-  BENCHMARK(ftsWalk)->Unit(benchmark::kMillisecond);
-  BENCHMARK(stdFilesystem)->Unit(benchmark::kMillisecond);
-  if (isInstalled("find")) BENCHMARK(findProgram)->Unit(benchmark::kMillisecond)->UseManualTime();
-  if (isInstalled("fdfind")) BENCHMARK(fdProgram)->Unit(benchmark::kMillisecond)->UseManualTime();
   return bench::runWithRatios(argc, argv,
                               {{"ktWalker", "floorOfCalls", 1.10},
                                {"ktWalker", "ftsWalk", 1},

@@ -81,7 +81,7 @@ namespace kt {
 // One walk of a tree. The walker has the settings and the state that outlive it.
 class Walk {
  public:
-  Walk(_KtWalker &walker, const std::string &root) : walker_(walker), path_(root) {}
+  Walk(_KtWalker &walker, std::string root) : walker_(walker), path_(std::move(root)) {}
 
   void walkRoot() {
     walker_.askForAbort();

@@ -36,7 +36,8 @@ void forgetTypes(char *entries, ssize_t size) {
 
 }  // namespace
 
-// In the place of the C library's function of this name.
+// In the place of the C library's function of this name, whose parameters have reserved names.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" ssize_t getdents64(int descriptor, void *entries, size_t room) {
   if (play != nullptr) {
     if (play->calls++ == play->failAfter) {

@@ -13,6 +13,11 @@
 
 namespace test {
 
+// Makes an empty file.
+inline void touch(const std::string &path) {
+  if (!std::ofstream(path)) throw std::runtime_error("can't make " + path);
+}
+
 class Tree {
  public:
   // A folder with these in it: a path that ends in a slash is a directory, any other a file. What
@@ -33,8 +38,7 @@ class Tree {
   void add(const std::string &path) {
     const std::filesystem::path whole = at(path);
     std::filesystem::create_directories(whole.parent_path());
-    if (!path.ends_with('/') && !std::ofstream(whole))
-      throw std::runtime_error("can't make " + path);
+    if (!path.ends_with('/')) touch(whole);
   }
 
   // A symbolic link at `path` to `target`, which is relative to where the link is.

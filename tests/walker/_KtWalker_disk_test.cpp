@@ -68,7 +68,7 @@ std::string addDeep(Tree &tree, std::size_t size, const std::string &step) {
     folder += '/' + (left < step.size() + 2 ? std::string(left, 'e') : step);
     mkdir(folder.c_str(), 0755);
   }
-  std::ofstream(folder + "/a.txt");
+  touch(folder + "/a.txt");
   return folder;
 }
 
@@ -93,8 +93,8 @@ TEST(KtWalkerDisk, APathLargerThanTheSystemTakesIsNoDirectory) {
   fs::current_path(folder);
   fs::create_directory("longer.txt");
   fs::create_directory("longer");
-  std::ofstream("longer.txt/b.txt");
-  std::ofstream("longer/b.txt");
+  touch("longer.txt/b.txt");
+  touch("longer/b.txt");
   fs::current_path(before);
   EXPECT_EQ(sorted(foundBelow(tree.root(), {"txt"})),
             (Paths{folder + "/a.txt", folder + "/longer.txt"}));
@@ -309,7 +309,7 @@ class KtWalkerManyFiles : public testing::Test {
           tree->at(digits.substr(1, 2) + '/' + digits.substr(3, 1) + '/' + digits.substr(4));
       fs::create_directories(folder);
       for (int file = 0; file < 50; ++file)
-        std::ofstream(folder + '/' + std::to_string(file) + (file % 2 == 0 ? ".txt" : ".dat"));
+        touch(folder + '/' + std::to_string(file) + (file % 2 == 0 ? ".txt" : ".dat"));
     }
   }
   static void TearDownTestSuite() { tree.reset(); }

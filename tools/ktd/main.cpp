@@ -25,6 +25,17 @@ void serveOrExit(const HostOptions &options, Complaints &complaints) {
   }
 }
 
+void addFileOptions(CLI::App &app, ServedFiles &served) {
+  CLI::Option *files = app.add_option("--files", served.roots,
+                                      "Serve the names of the files below these directories")
+                           ->type_name("DIR ...");
+  app.add_option("--types", served.types,
+                 "Serve files of these extensions only (default: those\nthat a request asks for)")
+      ->type_name("EXT,EXT,...")
+      ->delimiter(',')
+      ->needs(files);
+}
+
 // SIGTERM and SIGINT end ktd, SIGALRM asks for the complaints to be settled.
 sigset_t awaitedSignals() {
   sigset_t signals;
@@ -51,14 +62,7 @@ int main(int argc, char **argv) {
   addServerOptions(app, options);
   app.add_flag("--unique", options.unique,
                "Refuse to start while another server of the signature answers");
-  CLI::Option *files = app.add_option("--files", options.files.roots,
-                                      "Serve the names of the files below these directories")
-                           ->type_name("DIR ...");
-  app.add_option("--types", options.files.types,
-                 "Serve files of these extensions only (default: those\nthat a request asks for)")
-      ->type_name("EXT,EXT,...")
-      ->delimiter(',')
-      ->needs(files);
+  addFileOptions(app, options.files);
   app.get_option("--broadcast")
       ->description(
           "Where --unique looks for other servers (default: that of\nthe host \"broadcasthost\", "
