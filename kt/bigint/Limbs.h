@@ -5,6 +5,7 @@
 #define KT_BIGINT_LIMBS_H
 
 #include <array>
+#include <cassert>
 #include <span>
 
 #include "kt/bigint/Limb.h"
@@ -103,6 +104,41 @@ class Divisor {
   unsigned bits_;                     // by which it is shifted
   Limb reciprocal_;                   // of the top two limbs, or of the only one
 };
+
+// ---- Inline, as a call would be a tenth of a short sum
+// -------------------------------------------
+
+inline Word add(Word *sum, Words longer, Words shorter) {
+  const std::size_t limbCount = shorter.size() / wordsPerLimb;
+  auto carry = static_cast<std::uint32_t>(addChain(sum, longer.data(), shorter.data(), limbCount));
+  std::size_t i = limbCount * wordsPerLimb;
+  for (; i < shorter.size(); ++i, carry >>= wordBits) {
+    carry += std::uint32_t{longer[i]} + shorter[i];  // at most 2 * 65535 + 1
+    sum[i] = static_cast<Word>(carry);
+  }
+  for (; i < longer.size() && carry != 0; ++i, carry >>= wordBits) {
+    carry += longer[i];
+    sum[i] = static_cast<Word>(carry);
+  }
+  if (i < longer.size() && sum != longer.data())
+    std::memcpy(sum + i, longer.data() + i, (longer.size() - i) * sizeof(Word));
+  return static_cast<Word>(carry);
+}
+
+inline void subtract(Word *difference, Words larger, Words smaller) {
+  const std::size_t limbCount = smaller.size() / wordsPerLimb;
+  auto borrow = static_cast<std::uint32_t>(
+      subtractChain(difference, larger.data(), smaller.data(), limbCount));
+  std::size_t i = limbCount * wordsPerLimb;
+  for (; i < larger.size() && (i < smaller.size() || borrow != 0); ++i) {
+    const std::uint32_t subtrahend = (i < smaller.size() ? smaller[i] : 0U) + borrow;
+    borrow = larger[i] < subtrahend;
+    difference[i] = static_cast<Word>(larger[i] - subtrahend);
+  }
+  assert(borrow == 0);
+  if (i < larger.size() && difference != larger.data())
+    std::memcpy(difference + i, larger.data() + i, (larger.size() - i) * sizeof(Word));
+}
 
 }  // namespace kt::bigint
 
