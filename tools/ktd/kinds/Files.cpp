@@ -29,14 +29,14 @@ class BadRequest : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-std::int32_t numberIn(const Dictionary &request, std::string_view key, std::int32_t usual) {
+std::size_t numberIn(const Dictionary &request, std::string_view key, std::size_t usual) {
   const PropertyList *value = request.find(key);
   if (value == nullptr) return usual;
   const std::string *text = value->asString();
   const std::optional<std::int32_t> number =
       readCount(text != nullptr ? *text : value->description());
   if (!number) throw BadRequest(kt::format("%@ is no number from 0 up.", std::string(key)));
-  return *number;
+  return static_cast<std::size_t>(*number);
 }
 
 std::vector<std::string> typesIn(const PropertyList &value) {
