@@ -254,7 +254,7 @@ TEST_F(KtdFiles, WithTypesThatAreNoStringsAreAnError) {
   const Tree tree{"a.txt"};
   serve({tree.root()});
   for (const PropertyList &value : Array{Dictionary(), 7, Array{"txt", Array{"txt"}},
-                                         Array{Dictionary()}, Array{Array{Array()}}})
+                                         Array{Dictionary()}, Array{Array(), Array()}})
     EXPECT_EQ(errorOf({{"Types", value}}), "Types is no array of strings.") << value.description();
 }
 

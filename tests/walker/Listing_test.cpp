@@ -36,9 +36,11 @@ void forgetTypes(char *entries, ssize_t size) {
 
 }  // namespace
 
-// In the place of the C library's function of this name, whose parameters have reserved names.
+// In the place of the C library's function of this name, whose parameters have reserved names;
+// visible, so that it is in that place for a shared library too.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
-extern "C" ssize_t getdents64(int descriptor, void *entries, size_t room) {
+extern "C" [[gnu::visibility("default")]] ssize_t getdents64(int descriptor, void *entries,
+                                                             size_t room) {
   if (play != nullptr) {
     if (play->calls++ == play->failAfter) {
       errno = EIO;
