@@ -247,7 +247,11 @@ Integer pow(const Integer &base, const Integer &exponent) {
   if (base.bitLength() <= 1) return exponent % 2 ? base : abs(base);
   // The base's top bit alone makes a power of that many bits and one.
   if (exponent > (Integer::maximumBits - 1) / (base.bitLength() - 1)) throw tooLarge("pow");
-  return powerOf(base, static_cast<unsigned>(exponent));
+  try {
+    return powerOf(base, static_cast<unsigned>(exponent));
+  } catch (const std::overflow_error &) {  // which names the product
+    throw tooLarge("pow");
+  }
 }
 
 Integer gcd(Integer a, Integer b) {

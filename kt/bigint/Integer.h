@@ -6,8 +6,8 @@
 // What cannot be done throws, and then no operand has changed: std::overflow_error for a result of
 // more than 4,080 bits, std::domain_error for an operand without a result (a divisor of 0),
 // std::invalid_argument for text that is no number. Each message names the operation:
-// "kt::Integer: division by zero in operator/". Sizes are looked at before work begins:
-// kt::pow(2, 1'000'000'000) is refused at once.
+// "kt::Integer: division by zero in operator/". What is plainly too large is refused before work
+// begins: kt::pow(2, 1'000'000'000) at once.
 #ifndef KT_BIGINT_INTEGER_H
 #define KT_BIGINT_INTEGER_H
 

@@ -223,7 +223,6 @@ void _KtIntShiftLeft(_KtInt *a, int32_t n) {
 
 void _KtIntShiftRight(_KtInt *a, int32_t n) {
   require(a != nullptr, {unit, 354, aNotNull});
-  if (n == 0) return shiftDown(a, 0);
   shiftBy(a, -std::int64_t{n});
 }
 

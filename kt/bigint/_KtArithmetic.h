@@ -4,8 +4,9 @@
 // an assertion before anything is changed. One record serves one thread at a time, operands
 // included.
 //
-// Results are in normal form but for the one zero that _KtIntDiv names. They grow as they need to,
-// up to 255 words; beyond them see _KtInt.h.
+// Results are in normal form but for two zeros with the sign set: the sum of two such zeros, and
+// the one that _KtIntDiv names. They grow as they need to, up to 255 words; beyond them see
+// _KtInt.h.
 #ifndef KT_BIGINT__KTARITHMETIC_H
 #define KT_BIGINT__KTARITHMETIC_H
 

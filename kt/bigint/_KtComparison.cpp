@@ -45,7 +45,7 @@ int _KtIntZero(_KtInt *a) {
 
 int _KtIntNegative(const _KtInt *a) {
   require(a != nullptr, {unit, 50, "a != NULL"});
-  return a->negative;
+  return a->negative != 0;
 }
 
 int _KtIntPositive(_KtInt *a) {
@@ -55,7 +55,7 @@ int _KtIntPositive(_KtInt *a) {
 
 int _KtIntSameSign(_KtInt *a, _KtInt *b) {
   require(a != nullptr && b != nullptr, {unit, 65, bothNotNull});
-  if (a->negative) return b->negative;
+  if (a->negative) return b->negative != 0;
   if (b->negative) return 0;
   const int aIsZero = _KtIntZero(a);
   return aIsZero == _KtIntZero(b);

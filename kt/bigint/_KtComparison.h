@@ -25,16 +25,15 @@ int _KtIntEQ(_KtInt *a, _KtInt *b);  // a = b
 // 1 when the magnitude is 0, else 0. Normalises.
 int _KtIntZero(_KtInt *a);
 
-// The field `negative` as it stands: for a value in normal form, whether a < 0. Of a zero with the
-// sign set, which division can give, it tells the sign. Does not normalise.
+// Whether the field `negative` is set: for a value in normal form, whether a < 0. It is of a zero
+// with the sign set too, which division can give. Does not normalise.
 int _KtIntNegative(const _KtInt *a);
 
 // 1 when a > 0, else 0. Normalises where the sign is not set.
 int _KtIntPositive(_KtInt *a);
 
 // Whether both are negative, both zero or both positive: zero is a class of its own. The signs are
-// read as they stand; where neither is set, both values are normalised. 0 or 1, or the value of b's
-// field `negative` where a's is set.
+// read as they stand; where neither is set, both values are normalised.
 int _KtIntSameSign(_KtInt *a, _KtInt *b);
 
 // Parity of the value, 1 or 0. Neither normalises; a record of length 0 counts as even.

@@ -304,7 +304,8 @@ TEST(Integer, TheLargestPowerIsReachedAndNotPassed) {
   EXPECT_EQ(kt::pow(3, 2574).bitLength(), 4080);
   EXPECT_EQ(thrownBy<std::overflow_error>([] { (void)kt::pow(2, 4080); }),
             "kt::Integer: more than 4080 bits in pow");
-  EXPECT_THROW((void)kt::pow(3, 2575), std::overflow_error);
+  EXPECT_EQ(thrownBy<std::overflow_error>([] { (void)kt::pow(3, 2575); }),
+            "kt::Integer: more than 4080 bits in pow");
   EXPECT_THROW((void)kt::pow(2, largest()), std::overflow_error);
   EXPECT_EQ(thrownBy<std::domain_error>([] { (void)kt::pow(2, -1); }),
             "kt::Integer: negative exponent in pow");

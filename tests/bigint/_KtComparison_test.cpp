@@ -136,6 +136,13 @@ TEST(KtComparison, NegativeIsTheSignAsItStands) {
   EXPECT_EQ(unnormal->length, 2);
 }
 
+TEST(KtComparison, PredicatesOfTheSignAre0Or1WhateverTheFlagHolds) {
+  const Record a = number(-3);
+  a->negative = 255;
+  EXPECT_EQ(_KtIntNegative(a.get()), 1);
+  EXPECT_EQ(_KtIntSameSign(a.get(), a.get()), 1);
+}
+
 TEST(KtComparison, PositiveIsWhatIsNeitherNegativeNorZero) {
   EXPECT_EQ(_KtIntPositive(number(0).get()), 0);
   EXPECT_EQ(_KtIntPositive(number(1).get()), 1);

@@ -1,6 +1,8 @@
 """kt calc and kt eval: arithmetic here, and by a server."""
 
 import json
+import os
+import tempfile
 import unittest
 
 from programs import BRIEF, Daemon, Peer, ProgramTest, Terminal, kt, server
@@ -53,6 +55,13 @@ class Calc(ProgramTest):
                          "kt calc: column 2: expected an operator, found '\\U00fc'\n"
                          "1\\U00fc + 1\n"
                          " ^\n")
+
+    def test_input_that_cannot_be_read_is_told(self):
+        with tempfile.TemporaryDirectory() as folder:
+            descriptor = os.open(folder, os.O_RDONLY)
+            self.addCleanup(os.close, descriptor)
+            self.assert_result(kt("calc", stdin=descriptor), 1, "",
+                               "kt calc: standard input: can't read it: Is a directory\n")
 
     def test_misuse_is_told(self):
         self.assert_misuse(kt("calc", "1", "--base", "37"), "kt calc",

@@ -95,14 +95,15 @@ class Evaluation {
   }
 
  private:
-  // While it lives, `count` more brackets or numbers wait.
+  // While it lives, `count` more brackets or numbers wait because of `opener`.
   class Levels {
    public:
-    Levels(Evaluation &evaluation, std::size_t count) : depth_(evaluation.depth_), count_(count) {
+    Levels(Evaluation &evaluation, const Token &opener, std::size_t count)
+        : depth_(evaluation.depth_), count_(count) {
       depth_ += count_;
       if (depth_ <= mostLevels) return;
       depth_ -= count_;  // what throws here is not destroyed
-      evaluation.fail("nested too deeply", evaluation.tokens_.next().offset);
+      evaluation.fail("nested too deeply", opener.offset);
     }
     ~Levels() { depth_ -= count_; }
     Levels(const Levels &) = delete;
@@ -175,7 +176,7 @@ Integer Evaluation::binary(int lowest) {
         binaryOperators, [this](const auto &candidate) { return isNext(candidate.symbol); });
     if (found == binaryOperators.end() || found->precedence < lowest) return left;
     const Token token = tokens_.take();
-    const Levels waiting(*this, 1);
+    const Levels waiting(*this, token, 1);
     const Integer right = binary(found->precedence + 1);
     left = computeAt(token, [&] { return (calculation_.*found->compute)(std::move(left), right); });
   }
@@ -195,7 +196,7 @@ Integer Evaluation::power() {
   Integer base = postfix();
   if (!isNext("^")) return base;
   const Token token = tokens_.take();
-  const Levels waiting(*this, 1);
+  const Levels waiting(*this, token, 1);
   const Integer exponent = unary();
   return computeAt(token, [&] { return calculation_.power(base, exponent); });
 }
@@ -213,8 +214,7 @@ Integer Evaluation::primary() {
   if (tokens_.next().kind == Token::Kind::number) return number();
   if (tokens_.next().kind == Token::Kind::name) return call();
   if (!isNext("(")) failExpecting("a number");
-  tokens_.take();
-  const Levels bracket(*this, 1);
+  const Levels bracket(*this, tokens_.take(), 1);
   Integer value = binary(0);
   takeExpected(")");
   return value;
@@ -246,7 +246,7 @@ Integer Evaluation::call() {
   std::vector<Integer> arguments;
   while (arguments.size() < function->arguments) {
     if (!arguments.empty()) takeExpected(",");
-    const Levels waiting(*this, 1 + arguments.size());  // the bracket too
+    const Levels waiting(*this, name, 1 + arguments.size());  // the bracket too
     arguments.push_back(binary(0));
   }
   takeExpected(")");

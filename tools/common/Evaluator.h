@@ -41,14 +41,14 @@ class EvaluationError : public std::runtime_error {
 };
 
 // What an expression may cost, in steps (Calculation.h): as much as it likes, or what a server
-// gives to a stranger, which is about 5 milliseconds on a fast host and
-// enough for a power modulo a number of 2,048 bits.
+// gives to a stranger. That is about 5 milliseconds on a fast host of 64 bits and enough for a
+// power modulo a number of 2,048 bits; a step takes one of 32 bits up to six times as long.
 inline constexpr std::uint64_t unlimitedSteps = std::numeric_limits<std::uint64_t>::max();
-inline constexpr std::uint64_t servedSteps = 5'000'000;
+inline constexpr std::uint64_t servedSteps = sizeof(void *) == 8 ? 5'000'000 : 1'000'000;
 
 // The value of `expression`. Throws EvaluationError for what is no expression, has no result, has a
 // number of more than 4,080 bits on the way, costs more than `steps`, or holds more than 64
-// brackets and unfinished operations at once. Takes about 40 kilobytes at most.
+// brackets and unfinished operations at once. Takes about 60 kilobytes at most.
 [[nodiscard]] Integer evaluate(std::string_view expression, std::uint64_t steps = unlimitedSteps);
 
 // Bytes of `expression` in front of the character at `column`, all of them where it ends before.

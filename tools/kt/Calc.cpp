@@ -1,4 +1,7 @@
 // kt calc: computes here.
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <iostream>
 #include <memory>
 
@@ -30,7 +33,10 @@ int computeLines(const ExpressionArguments &arguments, const Options &options) {
       status = exitFailed;
     }
   }
-  if (std::cin.bad()) throw Failure("can't read standard input");
+  // The stream takes an error for the end.
+  if (std::ferror(stdin) != 0) {
+    throw Failure(std::string("standard input: can't read it: ") + std::strerror(errno));
+  }
   return status;
 }
 
