@@ -94,8 +94,9 @@ class _KtWalker {
   //   directories, by walkTree, and reports other paths that are acceptable. An abort in one entry
   //   ends it.
   // A path that is no directory has no entries. An entry's path is `path`, one slash and its name.
-  // A chain of links that leads back up is followed as far as the system follows links in one path,
-  // 40 of them on Linux.
+  // A subdirectory is opened, which shows whether it is one, before wantsAbort is asked about it,
+  // and listed behind that. A chain of links that leads back up is followed as far as the system
+  // follows links in one path, 40 of them on Linux.
   void walkDirectory(const std::string &path);
 
   // Clears aborted(), then walks the directory at `path`. A tilde is a character like any other.

@@ -93,6 +93,18 @@ class Refused(WalkTest):
     def test_types_without_files(self):
         self.assert_misuse(ktd("--types", "txt"), "ktd", "--types requires --files")
 
+    def test_types_that_are_no_extensions(self):
+        self.assert_misuse(ktd("--files", self.root, "--types", "txt,.h"), "ktd",
+                           '--types: ".h" is no extension: it has a dot')
+        self.assert_misuse(kt("files", "--type", ".h"), "kt files",
+                           '--type: ".h" is no extension: it has a dot')
+
+    def test_a_request_that_is_too_large_for_a_datagram(self):
+        Daemon(self)
+        result = kt("files", "--type", "x" * 70_000)
+        self.assertEqual((result.returncode, result.stdout), (1, ""))
+        self.assertIn("a datagram carries at most 65507", result.stderr)
+
     def test_a_server_without_files_says_so(self):
         Daemon(self)
         self.assert_result(kt("files"), 1, "", "kt files: the server answers with an error: "
@@ -137,6 +149,22 @@ class Progress(ProgramTest):
         self.assertEqual(files.wait(), -signal.SIGPIPE)
         self.assertEqual(files.stderr.read(), b"")
         files.stderr.close()
+
+
+class ChangingServer(ProgramTest):
+    def test_is_told_of(self):
+        totals = iter([3, 3, 2])
+        pages = {0: (["a.txt"], 1), 1: (["b.txt"], 2), 2: ([], None)}
+
+        def answer(request):
+            offset = int(re.search(r"Offset = (\d+)", request.text).group(1))
+            files, following = pages[offset]
+            return [request.answer(page(files, next(totals), following))]
+
+        Peer(self, server(answer))
+        self.assert_result(kt("files"), 0, "/srv/a.txt\n/srv/b.txt\n",
+                           "kt files: the server's files changed meanwhile: some may be missing "
+                           "or come twice\n")
 
 
 class HostileServer(ProgramTest):

@@ -190,6 +190,10 @@ class Misuse(WalkTest):
                 f'--first: "{number}" is not a number of files from 1 up')
         self.assert_misuse(kt("walk", "--null", "--json", self.root), "kt walk",
                            "--null excludes --json")
+        self.assert_misuse(kt("walk", "--type", ".h", self.root), "kt walk",
+                           '--type: ".h" is no extension: it has a dot')
+        self.assert_misuse(kt("walk", "--type", "a/h", self.root), "kt walk",
+                           '--type: "a/h" is no extension: it has a slash')
 
 
 if __name__ == "__main__":

@@ -141,7 +141,13 @@ TEST(KtWalkerDisk, ACycleOfOneLinkEndsWithTheSystemsLimitOfLinksInAPath) {
     expected.push_back(path + "/a.txt");
   }
   expected.push_back(path + "/up.txt");
-  EXPECT_EQ(sorted(foundBelow(tree.root(), {"txt"})), sorted(expected));
+  // Linux begins a look-up again when directories are renamed meanwhile, anywhere, and then counts
+  // the links that it has followed twice. Not every time.
+  constexpr int attempts = 10;
+  Paths found;
+  for (int attempt = 0; attempt < attempts && found.size() != expected.size(); ++attempt)
+    found = sorted(foundBelow(tree.root(), {"txt"}));
+  EXPECT_EQ(found, sorted(expected));
 }
 
 TEST(KtWalkerDisk, ACycleOfManyLinksIsLeftByAnAbort) {

@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "tools/common/Visible.h"
+
 namespace kt::tools {
 
 // What is not UTF-8 does not come back from the text of a string.
@@ -31,6 +33,13 @@ std::optional<std::string> pathBytes(const PropertyList &value) {
 std::string joined(std::string_view directory, std::string_view name) {
   std::string path(directory.substr(0, directory.find_last_not_of('/') + 1));
   return (path += '/').append(name);
+}
+
+std::string extensionProblem(const std::string &text) {
+  if (text.find('.') != std::string::npos) return inQuotes(text) + " is no extension: it has a dot";
+  if (text.find('/') != std::string::npos)
+    return inQuotes(text) + " is no extension: it has a slash";
+  return {};
 }
 
 std::optional<std::string> whyNotListed(const std::string &path) {

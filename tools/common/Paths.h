@@ -21,6 +21,10 @@ namespace kt::tools {
 // `directory`, one slash and `name`: "/srv/" and "a.txt" give "/srv/a.txt".
 [[nodiscard]] std::string joined(std::string_view directory, std::string_view name);
 
+// What is wrong with `text` as an extension, for people; empty when nothing is. One with a dot or a
+// slash in it is no file's: "\".h\" is no extension: it has a dot".
+[[nodiscard]] std::string extensionProblem(const std::string &text);
+
 // Why the directory at `path` can't be listed, in the system's words: "Permission denied". Nothing
 // when it can.
 [[nodiscard]] std::optional<std::string> whyNotListed(const std::string &path);

@@ -14,10 +14,16 @@
 #include "tools/kt/Command.h"
 #include "tools/kt/Connection.h"
 #include "tools/kt/PathPrinter.h"
+#include "tools/kt/Request.h"
 
 namespace kt::tools {
 
 namespace {
+
+// How long a page is waited for unless --timeout says it. A server may walk for 5 s before it
+// answers; asked again meanwhile, it would only walk once more.
+constexpr std::int32_t usualTimeoutMs = 6000;
+constexpr std::int32_t usualRetries = 1;
 
 struct Arguments {
   std::vector<std::string> types;
@@ -109,21 +115,36 @@ void print(const Page &page, const Options &options, PathPrinter &printer) {
   printer.flush();
 }
 
-int files(const Arguments &arguments, const Options &options) {
+Page fetch(KtUDPClient &client, const Arguments &arguments, const Options &options,
+           std::int32_t offset) {
+  const Dictionary request = requestFor(arguments, offset);
+  requireDatagram(options.signature, request);
+  return pageOf(answerOf(client, request), offset);
+}
+
+int files(const CLI::App &app, const Arguments &arguments, const Options &options) {
   if (arguments.endsWithNul && options.json) throw Misuse("--null excludes --json");
   std::signal(SIGPIPE, SIG_DFL);  // a reader that has seen enough ends it, without a word
   DirectedClient client(options.broadcast);
   connect(client, options);
+  if (app.count("--timeout") == 0) client.setBaseReplyTimeout(usualTimeoutMs);
+  if (!options.retries) client.setNumberOfRetries(usualRetries);
   PathPrinter printer(arguments.endsWithNul);
   const Progress progress(!options.quiet);
   std::int32_t total = 0;
+  bool changed = false;
   for (std::optional<std::int32_t> offset = 0; offset;) {
-    const Page page = pageOf(answerOf(client, requestFor(arguments, *offset)), *offset);
+    const Page page = fetch(client, arguments, options, *offset);
     progress.clear();
     print(page, options, printer);
+    changed = changed || (*offset > 0 && page.total != total);
     total = page.total;
     offset = page.next;
     if (offset) progress.show(*offset, total);
+  }
+  if (changed) {
+    std::cerr << "kt files: the server's files changed meanwhile: some may be missing or come "
+                 "twice\n";
   }
   if (total == 0 && arguments.types.empty()) {
     std::cerr << "kt files: no file is of a type that the server names; give --type\n";
@@ -139,18 +160,19 @@ Action declareFiles(CLI::App &app) {
                  "An extension to ask for, without its dot; may be given\n"
                  "several times (default: the types that the server names)")
       ->type_name("EXT")
+      ->check(extensionProblem)
       ->allow_extra_args(false);
   app.add_flag("--null", arguments->endsWithNul, "End each path with a NUL, not with a line feed");
   app.footer(
-      "Prints the path that each file has on the server's machine. Asks for page after page; "
-      "files\n"
-      "that come or go meanwhile may be missed or come twice. On a terminal what is not printable\n"
-      "is shown escaped; elsewhere paths are the bytes that the server sent. As JSON: root and "
-      "path;\n"
-      "bytes that are not UTF-8 are {\"data\": \"ff2e68\"}. A server that walks a large tree may "
-      "need\n"
-      "a longer --timeout.");
-  return [arguments](const Options &options) { return files(*arguments, options); };
+      "Prints the path that each file has on the server's machine. Asks for page after page:\n"
+      "where files come or go meanwhile, some may be missing or come twice. On a terminal what is\n"
+      "not printable is shown escaped; elsewhere paths are the bytes that the server sent. As "
+      "JSON:\n"
+      "root and path; bytes that are not UTF-8 are {\"data\": \"ff2e68\"}. A page is waited for 6 "
+      "s,\n"
+      "since the server may have to walk for 5 s, and asked for once more, unless --timeout and\n"
+      "--retries say otherwise.");
+  return [&app, arguments](const Options &options) { return files(app, *arguments, options); };
 }
 
 }  // namespace kt::tools

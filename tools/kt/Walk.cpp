@@ -116,6 +116,7 @@ Action declareWalk(CLI::App &app) {
                  "An extension to accept, without its dot; may be given\n"
                  "several times; '' accepts names without extension")
       ->type_name("EXT")
+      ->check(extensionProblem)
       ->allow_extra_args(false);
   app.add_flag("--no-recursive", arguments->leaveOut, "Enter no subdirectory");
   addOption(app, "--first", arguments->first, readPositive, "a number of files from 1 up",
@@ -127,7 +128,9 @@ Action declareWalk(CLI::App &app) {
   app.add_option("DIR", arguments->roots, "Where to begin")->required()->type_name("");
   app.footer(
       "Prints the path of each file whose extension is one of the types, as it is found. Links to\n"
-      "directories are followed. A directory of such a name is printed too, before what is in it.\n"
+      "directories are followed; where several lead back up, a walk has no end in sight. A "
+      "directory\n"
+      "of such a name is printed too, before what is in it.\n"
       "On a terminal what is not printable is shown escaped; elsewhere paths are the bytes that "
       "are\n"
       "on the disk. As JSON: path, or with --count count; bytes that are not UTF-8 are\n"

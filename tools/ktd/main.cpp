@@ -9,6 +9,7 @@
 #include "kt/diagnostics/KtDebug.h"
 #include "tools/common/CommandLine.h"
 #include "tools/common/Failure.h"
+#include "tools/common/Paths.h"
 #include "tools/common/TerminalLog.h"
 #include "tools/ktd/Host.h"
 
@@ -32,6 +33,7 @@ void addFileOptions(CLI::App &app, ServedFiles &served) {
   app.add_option("--types", served.types,
                  "Serve files of these extensions only (default: those\nthat a request asks for)")
       ->type_name("EXT,EXT,...")
+      ->check(extensionProblem)
       ->delimiter(',')
       ->needs(files);
 }
