@@ -179,7 +179,7 @@ void program(benchmark::State &state, const std::string &name, const std::string
   }
   for (auto _ : state) {
     const double before = childrensSeconds();
-    expectWanted(state, linesOf("exec " + name + ' ' + arguments));
+    expectWanted(state, linesOf(std::string("exec ").append(name).append(" ").append(arguments)));
     state.SetIterationTime(childrensSeconds() - before);
   }
 }
