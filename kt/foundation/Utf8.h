@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#pragma GCC visibility push(default)
+
 namespace kt {
 
 // What stands for text that cannot be read: U+FFFD.
@@ -27,5 +29,7 @@ struct Utf8Character {
 void appendUtf8(std::string &text, char32_t codePoint);
 
 }  // namespace kt
+
+#pragma GCC visibility pop
 
 #endif
