@@ -208,15 +208,18 @@ TEST(Evaluator, WorkBeyondTheLimitIsRefusedBeforeItIsDone) {
 }
 
 TEST(Evaluator, AServerComputesWhatPeopleAskFor) {
-  for (const char *expression : {"2^521 - 1", "534!", "gcd(2^4079 - 1, 3^2500)", "sqrt(2^4079)",
-                                 "3^2574 / 7^1000", "powmod(3, 2^521 - 2, 2^521 - 1)"}) {
+  for (const char *expression : {"2^521 - 1", "534!", "sqrt(2^4079)", "3^2574 / 7^1000",
+                                 "powmod(3, 2^521 - 2, 2^521 - 1)"}) {
     EXPECT_NO_THROW((void)evaluate(expression, servedSteps)) << expression;
   }
 }
 
-TEST(Evaluator, AServerOf64BitsComputesPowersModuloNumbersOf2048Bits) {
-  const std::string answer = errorOf("powmod(5, 2^2048 - 1, 2^2048 - 1942289)", servedSteps);
-  EXPECT_EQ(answer.starts_with("the value"), sizeof(void *) == 8) << answer;
+TEST(Evaluator, WhatTakesLongIsForServersOf64Bits) {
+  for (const char *expression :
+       {"gcd(2^4079 - 1, 3^2500)", "powmod(5, 2^2048 - 1, 2^2048 - 1942289)"}) {
+    const std::string answer = errorOf(expression, servedSteps);
+    EXPECT_EQ(answer.starts_with("the value"), sizeof(void *) == 8) << answer;
+  }
 }
 
 TEST(Evaluator, AColumnIsFoundAgainInTheExpression) {
