@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Big integers beside GMP, Boost.Multiprecision, OpenSSL's BIGNUM and libtommath: values of 4, 16,
 // 64 and 120 words of 16 bits. The table of ratios compares with GMP, and from 16 words on with the
 // fastest of the others.
@@ -29,8 +31,9 @@ constexpr std::size_t textRoom = 4096;  // for the longest text, a quotient's in
 std::string randomHex(std::size_t bits, std::uint64_t seed) {
   std::mt19937_64 random(seed + bits);
   std::string digits(1, "1248"[(bits - 1) % 4]);
-  while (digits.size() < (bits + 3) / 4)
+  while (digits.size() < (bits + 3) / 4) {
     digits += "0123456789abcdef"[random() % 16];
+  }
   return digits;
 }
 
@@ -308,8 +311,9 @@ std::vector<bench::Ratio> claims() {
     for (const std::size_t words : sizes) {
       const std::string ours = label(operation.name, words, Kt::name);
       ratios.push_back({ours, label(operation.name, words, Gmp::name), limitOf(operation, words)});
-      for (const char *other : {Boost::name, OpenSsl::name, TomMath::name})
+      for (const char *other : {Boost::name, OpenSsl::name, TomMath::name}) {
         if (words >= 16) ratios.push_back({ours, label(operation.name, words, other), 1});
+      }
     }
   }
   return ratios;

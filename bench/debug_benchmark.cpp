@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the debug log costs: switched off beside an inlined test of a global byte (the floor), and,
 // for information, switched on beside snprintf and one write of the same line.
 #include <benchmark/benchmark.h>
@@ -31,12 +33,14 @@ template <typename Call, int... Numbers>
 
 void floorTest(benchmark::State &state) {
   const auto test = [](int number) __attribute__((always_inline)) {
-    if (floorSwitch) [[unlikely]]
+    if (floorSwitch) [[unlikely]] {
       floorLine("text", number);
+    }
     benchmark::ClobberMemory();
   };
-  for (auto _ : state)
+  for (auto _ : state) {
     callInARow(test, callsInARow);
+  }
 }
 
 void disabledKtDebug(benchmark::State &state) {
@@ -45,8 +49,9 @@ void disabledKtDebug(benchmark::State &state) {
     KtDebug("%s %d", "text", number);
     benchmark::ClobberMemory();
   };
-  for (auto _ : state)
+  for (auto _ : state) {
     callInARow(log, callsInARow);
+  }
 }
 
 // Standard error goes nowhere while this lives.
@@ -84,8 +89,9 @@ void enabledKtDebug(benchmark::State &state) {
   const Silence silence;
   KtSetDebugEnabled(1);
   int number = 0;
-  for (auto _ : state)
+  for (auto _ : state) {
     KtDebug("%s %d", "Bound to port", number++);
+  }
   KtSetDebugEnabled(0);
 }
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reading and writing property-list text beside two JSON libraries on the same values: a request
 // envelope of about 200 bytes and one of about 60 KB. Each call includes what a request costs:
 // making the result and destroying it.
@@ -32,13 +34,15 @@ struct Sample {
     if (value.is_number()) return value.get<std::int64_t>();
     if (value.is_array()) {
       Array array;
-      for (const json &element : value)
+      for (const json &element : value) {
         array.push_back(toPropertyList(element));
+      }
       return array;
     }
     Dictionary dictionary;
-    for (const auto &[key, element] : value.items())
+    for (const auto &[key, element] : value.items()) {
       dictionary[key] = toPropertyList(element);
+    }
     return dictionary;
   }
 
@@ -90,8 +94,9 @@ void countBytes(benchmark::State &state, const std::string &text) {
 using SampleOf = const Sample &(*)();
 
 void parseKt(benchmark::State &state, SampleOf sample) {
-  for (auto _ : state)
+  for (auto _ : state) {
     benchmark::DoNotOptimize(PropertyList::parse(sample().listText));
+  }
   countBytes(state, sample().listText);
 }
 
@@ -105,14 +110,16 @@ void parseRapidjson(benchmark::State &state, SampleOf sample) {
 }
 
 void parseNlohmann(benchmark::State &state, SampleOf sample) {
-  for (auto _ : state)
+  for (auto _ : state) {
     benchmark::DoNotOptimize(json::parse(sample().text));
+  }
   countBytes(state, sample().text);
 }
 
 void writeKt(benchmark::State &state, SampleOf sample) {
-  for (auto _ : state)
+  for (auto _ : state) {
     benchmark::DoNotOptimize(sample().list.description());
+  }
   countBytes(state, sample().listText);
 }
 
@@ -127,8 +134,9 @@ void writeRapidjson(benchmark::State &state, SampleOf sample) {
 }
 
 void writeNlohmann(benchmark::State &state, SampleOf sample) {
-  for (auto _ : state)
+  for (auto _ : state) {
     benchmark::DoNotOptimize(sample().json_.dump());
+  }
   countBytes(state, sample().text);
 }
 

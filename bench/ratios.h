@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Runs the registered benchmarks and closes with a table of ratios: ours beside the peer or floor
 // that was measured in the same run. Include it in one source per program; main() calls
 // runWithRatios().

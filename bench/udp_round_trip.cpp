@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The time of one replyForRequest on loopback beside the floor: a plain echo of the same bytes
 // whose two ends wait with select. Both are measured in turn in many short runs, so that whatever
 // the machine does meanwhile meets both alike; what counts is the ratio of the medians.

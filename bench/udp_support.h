@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the two UDP benchmarks share: servers in processes of their own on loopback, and the packet
 // that both sides of a comparison carry.
 #ifndef KT_BENCH_UDP_SUPPORT_H

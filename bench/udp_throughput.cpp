@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Requests per second of a daemon with 32 datagrams in flight beside the floor: a plain
 // single-threaded echo of the same bytes that waits with select before every receive. The load
 // comes from one process that sends and receives in batches, so that the server is what limits the
@@ -72,8 +74,9 @@ class Load {
   void drain() {
     const timeval moment{0, 20'000};
     kt::ReadSet set(socket_);
-    while (set.wait(&moment) > 0)
+    while (set.wait(&moment) > 0) {
       (void)receive();  // too late to count
+    }
   }
 
   kt::Socket socket_ = kt::Socket::open();

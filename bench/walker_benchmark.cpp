@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A walk over 200,000 files in 20,000 directories, of which one file in ten is reported, beside the
 // floor (opening, listing and closing each directory, looking at nothing but types) and beside
 // others who do the same: fts(3), std::filesystem and the programs find and fd on one thread, start
@@ -42,8 +44,9 @@ class Tree {
       directories.push_back(parent + "/directory" + std::to_string(number));
       fs::create_directory(directories.back());
     }
-    for (const std::string &directory : directories)
+    for (const std::string &directory : directories) {
       fill(directory);
+    }
   }
   Tree(const Tree &) = delete;
   Tree &operator=(const Tree &) = delete;
@@ -119,8 +122,9 @@ std::size_t countWithWalker() {
 }
 
 void ktWalker(benchmark::State &state) {
-  for (auto _ : state)
+  for (auto _ : state) {
     expectWanted(state, countWithWalker());
+  }
 }
 
 bool isWanted(std::string_view name) {
@@ -133,8 +137,9 @@ void ftsWalk(benchmark::State &state) {
     std::array<char *, 2> roots{root.data(), nullptr};
     FTS *walk = fts_open(roots.data(), FTS_PHYSICAL | FTS_NOCHDIR | FTS_NOSTAT, nullptr);
     std::size_t count = 0;
-    while (const FTSENT *entry = fts_read(walk))
+    while (const FTSENT *entry = fts_read(walk)) {
       count += entry->fts_info != FTS_D && entry->fts_info != FTS_DP && isWanted(entry->fts_path);
+    }
     fts_close(walk);
     expectWanted(state, count);
   }
@@ -143,8 +148,9 @@ void ftsWalk(benchmark::State &state) {
 void stdFilesystem(benchmark::State &state) {
   for (auto _ : state) {
     std::size_t count = 0;
-    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(tree().root()))
+    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(tree().root())) {
       count += !entry.is_directory() && isWanted(entry.path().native());
+    }
     expectWanted(state, count);
   }
 }
@@ -155,8 +161,9 @@ std::size_t linesOf(const std::string &command) {
   if (output == nullptr) return 0;
   std::array<char, 65536> block;
   std::size_t lines = 0;
-  while (const std::size_t size = fread(block.data(), 1, block.size(), output))
+  while (const std::size_t size = fread(block.data(), 1, block.size(), output)) {
     lines += static_cast<std::size_t>(std::count(block.begin(), block.begin() + size, '\n'));
+  }
   pclose(output);
   return lines;
 }

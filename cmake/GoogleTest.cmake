@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+
 # GoogleTest, compiled here from Debian's source package: so it carries the sanitizers, the word
 # size and the compiler of the build tree, which a ready-made library would not.
 set(KT_GOOGLETEST_SOURCE /usr/src/googletest CACHE PATH "GoogleTest's source tree")

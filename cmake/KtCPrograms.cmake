@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+
 # C programs that call the library, for the folder that includes this. They are compiled with the
 # flags of the C++ sources: word size and sanitizers have to be the same.
 set(CMAKE_C_FLAGS "${CMAKE_CXX_FLAGS}")

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+
 # Fuzzers. With KT_BUILD_FUZZERS (clang) everything that they link is compiled for libFuzzer and the
 # sanitizers; with KT_BUILD_TESTS each fuzzer's corpus is an ordinary test, with any compiler.
 set(KT_FUZZ_SANITIZERS address,undefined)

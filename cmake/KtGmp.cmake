@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+
 # GMP, the tests' and benchmarks' second opinion on big integers, as kt-gmp with KT_HAVE_GMP
 # defined. For a word size that it is not installed for, kt-gmp is empty.
 include_guard(GLOBAL)

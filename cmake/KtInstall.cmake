@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+
 # What lets other projects find an installed kt: the CMake package and the pkg-config file. The
 # libraries, headers and programs are installed by the lists that define them. Both files find
 # their way from where they stand, so an installed tree can be moved.

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+
 # kt_python_tests(PREFIX FILE [LAUNCHER ...] [PROPERTIES ...]): each case of FILE, a unittest
 # program of the current folder, as the test PREFIX.CASE.
 function(kt_python_tests prefix file)

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+
 # The project's kinds of targets, so that each folder's list says only what is its own.
 
 # Everything compiled here meets the same standard; a project that includes kt as a

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Finds the server that greets and asks it for a greeting.
 #include <iostream>
 

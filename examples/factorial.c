@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 /* Prints the factorial of 50. */
 #include <kt/bigint.h>
 #include <stdio.h>

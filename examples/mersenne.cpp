@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Prints the primes of the form 2^p - 1 up to 2^127, by the test of Lucas and Lehmer.
 #include <iostream>
 

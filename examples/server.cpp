@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Greets every client by the name in its request.
 #include <iostream>
 

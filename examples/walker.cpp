@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Prints the text files below the directories that are given, a hundred at most.
 #include <iostream>
 #include <string>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Any text in any alphabet reads as the value that the plain model reads; what is written of it has
 // digits of the alphabet only, ends with a NUL behind which nothing is touched, and reads back as
 // the same value.
@@ -25,9 +27,11 @@ void require(bool condition) {
 // The characters that can be digits, each once: neither a NUL nor a sign. Without two, decimal.
 std::string alphabetOf(const std::string &characters) {
   std::string alphabet;
-  for (const char character : characters)
-    if (character != '\0' && character != '-' && alphabet.find(character) == std::string::npos)
+  for (const char character : characters) {
+    if (character != '\0' && character != '-' && alphabet.find(character) == std::string::npos) {
       alphabet += character;
+    }
+  }
   return alphabet.size() < 2 ? _KTINT_DEC_VECTOR : alphabet;
 }
 

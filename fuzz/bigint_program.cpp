@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Whatever a program does with four records, it leaves every field as the plain model of the
 // integers does.
 //
@@ -38,8 +40,9 @@ class Program {
   }
   std::string text() {
     std::string text(byte(), '0');
-    for (char &character : text)
+    for (char &character : text) {
       character = static_cast<char>(byte());
+    }
     return text;
   }
 
@@ -51,16 +54,18 @@ class Program {
 // Characters from '0' on, and '-' not among them.
 std::string alphabetOf(std::size_t size) {
   std::string alphabet;
-  for (char character = '0'; alphabet.size() < 2 + size % 70; ++character)
+  for (char character = '0'; alphabet.size() < 2 + size % 70; ++character) {
     alphabet += character;
+  }
   return alphabet;
 }
 
 void load(Program &program, Twins &records, std::uint8_t operands) {
   Words words(std::max<std::size_t>(program.byte(), 1), 0);
   const std::size_t period = std::max<std::size_t>(program.byte() % 9, 1);
-  for (std::size_t k = 0; k < words.size(); ++k)
+  for (std::size_t k = 0; k < words.size(); ++k) {
     words[k] = k < period ? program.word() : words[k - period];
+  }
   records.load(operands % 4, words, operands >= 128);
 }
 

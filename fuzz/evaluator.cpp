@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Any text as an expression, within what a server spends on one. It has a value, which reads back
 // from its own text and is the same without a limit, or an error at a column of the text.
 #include <cstdint>
@@ -25,8 +27,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
   } catch (const EvaluationError &error) {
     require(error.column() >= 1 && error.column() <= size + 1);
     require(offsetOfColumn(expression, error.column()) <= size);
-    for (const char character : std::string_view(error.what()))
+    for (const char character : std::string_view(error.what())) {
       require(character >= ' ' && character <= '~');
+    }
   }
   return 0;
 }

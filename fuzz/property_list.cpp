@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Whatever can be read can be written, and what is written reads back as the same value and is
 // written as the same text: pure ASCII without control characters.
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Runs a fuzzer's function on every file of the folders named on the command line, so that what the
 // fuzzer once found stays found with any compiler.
 #include <cstdint>

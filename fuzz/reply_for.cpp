@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Any datagram, as each end takes it. A server gives nothing, the bare empty dictionary, an
 // envelope with its signature and the right handshake answer, or the one exception that an echo
 // can't avoid; what it gives, a client reads back and accepts. A client makes something of the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Big integers in one include: the record and its storage, comparison, arithmetic, the highest bit,
 // and text in any base. For C and for C++; docs/bigint.md tells the rest.
 #ifndef KT_BIGINT_H

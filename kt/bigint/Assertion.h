@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The assertions of this folder's contract: a condition that does not hold writes one line to
 // standard error and aborts, whatever the build type. Unit, line and text are those by which the
 // contract names the condition; where it stands in our sources does not matter.
@@ -17,8 +19,9 @@ struct Place {
 [[noreturn, gnu::cold]] void failAssertion(const Place &place);
 
 inline void require(bool holds, const Place &place) {
-  if (!holds) [[unlikely]]
+  if (!holds) [[unlikely]] {
     failAssertion(place);
+  }
 }
 
 }  // namespace kt::bigint

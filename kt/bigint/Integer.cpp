@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/bigint/Integer.h"
 
 #include <algorithm>
@@ -29,7 +31,7 @@ void requireNotNegative(bool negative, const char *what, const char *operation) 
 
 }  // namespace
 
-// ---- Values ---------------------------------------------------------------------------------
+// ---- Values ----
 
 void Integer::Release::operator()(_KtInt *record) const noexcept {
   _KtIntFree(record);
@@ -113,7 +115,7 @@ std::strong_ordering operator<=>(const Integer &a, const Integer &b) noexcept {
   return _KtIntCmp(a.record_.get(), b.record_.get()) <=> 0;
 }
 
-// ---- Sums -----------------------------------------------------------------------------------
+// ---- Sums ----
 
 // Both numbers are not zero.
 Integer &Integer::addOrSubtract(const Integer &other, bool subtracts) {
@@ -161,7 +163,7 @@ Integer Integer::operator--(int) {
   return before;
 }
 
-// ---- Products and quotients -----------------------------------------------------------------
+// ---- Products and quotients ----
 
 Integer &Integer::operator*=(const Integer &other) {
   if (!*this || !other) return *this = Integer();
@@ -199,7 +201,7 @@ Integer &Integer::operator%=(const Integer &other) {
   return *this;
 }
 
-// ---- Shifts ---------------------------------------------------------------------------------
+// ---- Shifts ----
 
 Integer &Integer::operator<<=(std::int64_t count) {
   requireNotNegative(count < 0, "count", "operator<<");
@@ -221,7 +223,7 @@ Integer &Integer::operator>>=(std::int64_t count) {
   return *this;
 }
 
-// ---- Powers and the like --------------------------------------------------------------------
+// ---- Powers and the like ----
 
 Integer abs(const Integer &a) {
   return a.sign() < 0 ? -a : a;

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A whole number that behaves as C++'s own do and holds up to 4,080 bits: copied, compared,
 // printed, hashed and computed with operators. It owns its digits. A move takes them along and
 // allocates nothing; what was moved from is zero. Any number of threads may read one value; a

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // kt::Integer as text: reading, writing, streams and literals.
 #include <algorithm>
 #include <bit>
@@ -36,8 +38,9 @@ void requireAlphabet(std::string_view alphabet, const char *operation) {
   const bool repeats = std::ranges::adjacent_find(sorted) != sorted.end();
   const bool ambiguous =
       alphabet.find_first_of(std::string_view("+-\0", 3)) != std::string_view::npos;
-  if (alphabet.size() < 2 || repeats || ambiguous)
+  if (alphabet.size() < 2 || repeats || ambiguous) {
     throw invalid("no alphabet of digits", operation);
+  }
 }
 
 // Bits that every digit adds at least, but for the first one.
@@ -70,7 +73,7 @@ std::string upperCase(std::string_view text) {
 
 }  // namespace
 
-// ---- Reading --------------------------------------------------------------------------------
+// ---- Reading ----
 
 Integer Integer::read(std::string_view text, std::string_view alphabet) {
   const bool negative = text.starts_with('-');
@@ -110,7 +113,7 @@ Integer operator""_kt(const char *text) {
 
 }  // namespace literals
 
-// ---- Writing --------------------------------------------------------------------------------
+// ---- Writing ----
 
 std::string Integer::write(std::string_view alphabet) const {
   if (!record_) return std::string(1, alphabet.front());

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A limb: as many of a record's words as the host computes with at once, and the operations on one
 // or two limbs that everything else is made of. Knows nothing of records. Records are
 // little-endian, as the hosts are, so that words become limbs by copying their bytes.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The three loops in which nearly all time is spent: carry chains over limbs. For each there is a
 // portable function and beside it one in the host's own instructions, because no compiler at hand
 // keeps a carry in the processor's flag from one turn of a loop to the next.
@@ -16,21 +18,23 @@ namespace kt::bigint {
 
 using Limbs = std::span<const Limb>;
 
-// ---- Portable -----------------------------------------------------------------------------------
+// ---- Portable ----
 
 // sum = a + b, over `count` limbs that lie in words; the carry. `sum` may be a or b.
 inline Limb addPortably(Word *sum, const Word *a, const Word *b, std::size_t count) {
   Limb carry = 0;
-  for (std::size_t i = 0; i < count * wordsPerLimb; i += wordsPerLimb)
+  for (std::size_t i = 0; i < count * wordsPerLimb; i += wordsPerLimb) {
     storeLimb(sum + i, addWithCarry(loadLimb(a + i), loadLimb(b + i), carry));
+  }
   return carry;
 }
 
 // difference = a - b, over `count` limbs that lie in words; the borrow. It may stand in a or b.
 inline Limb subtractPortably(Word *difference, const Word *a, const Word *b, std::size_t count) {
   Limb borrow = 0;
-  for (std::size_t i = 0; i < count * wordsPerLimb; i += wordsPerLimb)
+  for (std::size_t i = 0; i < count * wordsPerLimb; i += wordsPerLimb) {
     storeLimb(difference + i, subtractWithBorrow(loadLimb(a + i), loadLimb(b + i), borrow));
+  }
   return borrow;
 }
 
@@ -48,7 +52,7 @@ inline Limb addProductPortably(Limb *limbs, Limbs a, Limb factor) {
 
 #ifdef KT_BIGINT_X86_64
 
-// ---- x86-64 -------------------------------------------------------------------------------------
+// ---- x86-64 ----
 
 // Four limbs a turn; lea and dec leave the carry alone. Of 30 limbs a third of the portable time.
 // NOLINTNEXTLINE(readability-non-const-parameter): the assembler writes there

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/bigint/Limbs.h"
 
 #include <algorithm>
@@ -5,7 +7,7 @@
 
 namespace kt::bigint {
 
-// ---- Words --------------------------------------------------------------------------------------
+// ---- Words ----
 
 int compare(Words a, Words b) {
   std::size_t i = a.size();
@@ -14,8 +16,9 @@ int compare(Words a, Words b) {
     const Limb ofB = loadLimb(&b[i - wordsPerLimb]);
     if (ofA != ofB) return ofA < ofB ? -1 : 1;
   }
-  while (i > 0 && a[i - 1] == b[i - 1])
+  while (i > 0 && a[i - 1] == b[i - 1]) {
     --i;
+  }
   if (i == 0) return 0;
   return a[i - 1] < b[i - 1] ? -1 : 1;
 }
@@ -64,7 +67,7 @@ void shiftRight(std::span<Word> words, unsigned bits) {
   }
 }
 
-// ---- Products -----------------------------------------------------------------------------------
+// ---- Products ----
 
 namespace {
 
@@ -89,12 +92,14 @@ void multiply(Limb *product, Limbs a, Limbs b) {
     return;
   }
   std::size_t i = 0;
-  if (a.size() < 8)  // a twentieth of the time of 16 limbs is gained by adding the first row too
+  if (a.size() < 8) {  // a twentieth of the time of 16 limbs is gained by adding the first row too
     multiplyByLimb(product, a, b[i++]);
-  else
+  } else {
     std::fill_n(product, a.size(), Limb{0});
-  for (; i < b.size(); ++i)
+  }
+  for (; i < b.size(); ++i) {
     product[i + a.size()] = addProduct(product + i, a, b[i]);
+  }
 }
 
 // Each product of two different limbs once, then all of them doubled and the squares added: two
@@ -104,8 +109,9 @@ void square(Limb *product, Limbs a) {
   if (n < 8) return multiply(product, a, a);
   product[0] = 0;
   multiplyByLimb(product + 1, a.subspan(1), a[0]);
-  for (std::size_t i = 1; i + 1 < n; ++i)
+  for (std::size_t i = 1; i + 1 < n; ++i) {
     product[i + n] = addProduct(product + 2 * i + 1, a.subspan(i + 1), a[i]);
+  }
   product[2 * n - 1] = 0;
   Limb carry = 0, bit = 0;
   for (std::size_t i = 0; i < n; ++i) {
@@ -117,7 +123,7 @@ void square(Limb *product, Limbs a) {
   }
 }
 
-// ---- Quotients ----------------------------------------------------------------------------------
+// ---- Quotients ----
 
 namespace {
 
@@ -229,18 +235,21 @@ Limb Divisor::divideStep(DoubleLimb &upper, Limb *window) const {
   const Limb borrow = addProduct(window, below, quotient);
   const bool isTooLarge = upper < borrow;
   upper -= borrow;
-  if (!isTooLarge) [[likely]]
+  if (!isTooLarge) [[likely]] {
     return quotient;
+  }
   Limb carry = 0;
-  for (std::size_t i = 0; i < below.size(); ++i)
+  for (std::size_t i = 0; i < below.size(); ++i) {
     window[i] = subtractWithBorrow(window[i], below[i], carry);
+  }
   upper += top + carry;
   return quotient - 1;
 }
 
 void Divisor::divideByLimb(Limb *quotient, Limbs dividend, Limb &remainder) const {
-  for (std::size_t i = dividend.size(); i-- > 0;)
+  for (std::size_t i = dividend.size(); i-- > 0;) {
     quotient[i] = divideTwoByOne(remainder, dividend[i], limbs_[0], reciprocal_);
+  }
 }
 
 void Divisor::divide(Limb *quotient, std::span<Limb> dividend) const {
@@ -254,16 +263,20 @@ void Divisor::divide(Limb *quotient, std::span<Limb> dividend) const {
     return;
   }
   DoubleLimb upper = join(top, rest[size - 1]);
-  for (std::size_t i = 0; i + 1 < size; ++i)
+  for (std::size_t i = 0; i + 1 < size; ++i) {
     rest[i] = ~rest[i];
-  for (std::size_t i = size - count_ + 1; i-- > 0;)
+  }
+  for (std::size_t i = size - count_ + 1; i-- > 0;) {
     quotient[i] = divideStep(upper, &rest[i]);
-  for (std::size_t i = 0; i + 2 < count_; ++i)
+  }
+  for (std::size_t i = 0; i + 2 < count_; ++i) {
     rest[i] = ~rest[i];
+  }
   rest[count_ - 2] = low(upper);
   rest[count_ - 1] = high(upper);
-  for (std::size_t i = 0; i < count_; ++i)
+  for (std::size_t i = 0; i < count_; ++i) {
     dividend[i] = low(join(i + 1 < count_ ? rest[i + 1] : 0, rest[i]) >> bits_);
+  }
 }
 
 }  // namespace kt::bigint

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Arithmetic on magnitudes: spans of words or of limbs, least significant first. Knows nothing of
 // signs, records or assertions, and allocates nothing. A result may stand where an operand stands,
 // starting at the same place, where that is said.
@@ -15,7 +17,7 @@ namespace kt::bigint {
 
 using Words = std::span<const Word>;
 
-// ---- Words, in a record's block -----------------------------------------------------------------
+// ---- Words, in a record's block ----
 
 // sum = longer + shorter, as many words as `longer` has; the carry out of them. `sum` may be either
 // operand. Requires: `longer` is not the shorter one.
@@ -35,14 +37,15 @@ Word multiply(std::span<Word> words, Word factor);
 Word shiftLeft(std::span<Word> words, unsigned bits);
 void shiftRight(std::span<Word> words, unsigned bits);
 
-// ---- Limbs, on the stack ------------------------------------------------------------------------
+// ---- Limbs, on the stack ----
 
 // The words or limbs without zeros at the top: none for 0.
 template <class Digits>
 Digits significant(Digits digits) {
   std::size_t count = digits.size();
-  while (count > 0 && digits[count - 1] == 0)
+  while (count > 0 && digits[count - 1] == 0) {
     --count;
+  }
   return digits.first(count);
 }
 
@@ -105,8 +108,7 @@ class Divisor {
   Limb reciprocal_;                   // of the top two limbs, or of the only one
 };
 
-// ---- Inline, as a call would be a tenth of a short sum
-// -------------------------------------------
+// ---- Inline: for short operands the call alone would cost a tenth of the sum ----
 
 inline Word add(Word *sum, Words longer, Words shorter) {
   const std::size_t limbCount = shorter.size() / wordsPerLimb;
@@ -120,8 +122,9 @@ inline Word add(Word *sum, Words longer, Words shorter) {
     carry += longer[i];
     sum[i] = static_cast<Word>(carry);
   }
-  if (i < longer.size() && sum != longer.data())
+  if (i < longer.size() && sum != longer.data()) {
     std::memcpy(sum + i, longer.data() + i, (longer.size() - i) * sizeof(Word));
+  }
   return static_cast<Word>(carry);
 }
 
@@ -136,8 +139,9 @@ inline void subtract(Word *difference, Words larger, Words smaller) {
     difference[i] = static_cast<Word>(larger[i] - subtrahend);
   }
   assert(borrow == 0);
-  if (i < larger.size() && difference != larger.data())
+  if (i < larger.size() && difference != larger.data()) {
     std::memcpy(difference + i, larger.data() + i, (larger.size() - i) * sizeof(Word));
+  }
 }
 
 }  // namespace kt::bigint

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // kt::powmod. It works on limbs, because a product on the way is twice as long as a record can be.
 #include <algorithm>
 #include <array>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/bigint/Radix.h"
 
 #include <algorithm>
@@ -14,7 +16,7 @@ namespace kt::bigint {
 
 namespace {
 
-// ---- What is known of a base --------------------------------------------------------------------
+// ---- What is known of a base ----
 
 // The largest power of a base that fits a limb, and its exponent. For the bases 0 and 1, which only
 // reading can meet, any exponent would do.
@@ -41,7 +43,7 @@ unsigned bitsOf(std::size_t base) {
   return static_cast<unsigned>(std::countr_zero(base));
 }
 
-// ---- Writing in a base that is a power of two ---------------------------------------------------
+// ---- Writing in a base that is a power of two ----
 
 // Digit by digit; one may have bits of two limbs.
 char *writeBits(Limbs value, char *output, std::string_view alphabet) {
@@ -53,8 +55,9 @@ char *writeBits(Limbs value, char *output, std::string_view alphabet) {
     const std::size_t index = digit * bits / limbBits;
     const unsigned offset = digit * bits % limbBits;
     Limb found = value[index] >> offset;
-    if (offset + bits > limbBits && index + 1 < value.size())
+    if (offset + bits > limbBits && index + 1 < value.size()) {
       found |= value[index + 1] << (limbBits - offset);
+    }
     *output++ = alphabet[found & mask];
   }
   return output;
@@ -72,13 +75,14 @@ char *writeLimbs(Limbs value, char *output, const char *alphabet) {
     *output++ = digits[value.back() >> shift & (digits.size() - 1)];
   }
   for (std::size_t i = value.size() - 1; i-- > 0; output += limbBits / bits) {
-    for (unsigned digit = 0; digit < limbBits / bits; ++digit)
+    for (unsigned digit = 0; digit < limbBits / bits; ++digit) {
       output[digit] = digits[value[i] >> (limbBits - bits * (digit + 1)) & (digits.size() - 1)];
+    }
   }
   return output;
 }
 
-// ---- Writing in any other base ------------------------------------------------------------------
+// ---- Writing in any other base ----
 
 // Takes a value apart into chunks, the lowest first. Long values are divided in halves, by the
 // chunk's power raised to a power of two, until they are short: of 255 words three fifths of the
@@ -127,15 +131,17 @@ class Splitter {
   [[nodiscard]] std::size_t levelOf(std::size_t valueSize) const {
     if (valueSize <= shortLimbs) return 0;
     std::size_t level = powerCount_;
-    while (level > 0 && !divides(powers_[level - 1].size(), valueSize))
+    while (level > 0 && !divides(powers_[level - 1].size(), valueSize)) {
       --level;
+    }
     return level;
   }
 
   std::size_t splitShort(std::span<Limb> value, Limb *chunks) const {
     std::size_t count = 0;
-    for (; !value.empty(); value = significant(value))
+    for (; !value.empty(); value = significant(value)) {
       chunks[count++] = divisor_.divide(value);
+    }
     return count;
   }
 
@@ -156,15 +162,17 @@ class AnyDigits {
   // How many digits a value has.
   [[nodiscard]] unsigned count(Limb value) const {
     unsigned digits = 0;
-    for (; value != 0; value /= alphabet_.size())
+    for (; value != 0; value /= alphabet_.size()) {
       ++digits;
+    }
     return digits;
   }
 
   // Writes the low `count` digits.
   void put(char *output, Limb value, unsigned count) const {
-    for (; count > 0; value /= alphabet_.size())
+    for (; count > 0; value /= alphabet_.size()) {
       output[--count] = alphabet_[value % alphabet_.size()];
+    }
   }
 
  private:
@@ -190,8 +198,9 @@ class DecimalDigits {
       const std::uint64_t eight = eightDigits(static_cast<std::uint32_t>(value % powersOfTen[8]));
       std::memcpy(output + (count -= 8), &eight, sizeof eight);
     }
-    for (; count > 0; value /= 10)
+    for (; count > 0; value /= 10) {
       output[--count] = static_cast<char>('0' + value % 10);
+    }
   }
 
  private:
@@ -199,8 +208,9 @@ class DecimalDigits {
   static constexpr LimbDivisor decimalDivisor = LimbDivisor(decimalChunk.power);
   static constexpr auto powersOfTen = [] {
     std::array<Limb, decimalChunk.digits + 1> powers{1};
-    for (std::size_t i = 1; i < powers.size(); ++i)
+    for (std::size_t i = 1; i < powers.size(); ++i) {
       powers[i] = 10 * powers[i - 1];
+    }
     return powers;
   }();
 
@@ -228,7 +238,7 @@ char *writeChunks(const Digits &digits, std::span<Limb> value, char *output) {
   }
 }
 
-// ---- Reading ------------------------------------------------------------------------------------
+// ---- Reading ----
 
 // An alphabet made ready for reading: the value of each byte as a digit, the first one where the
 // alphabet has it twice.
@@ -244,8 +254,9 @@ class DigitValues {
         chunk_(largestChunk(base_)),
         eighthPower_(eighthPowerOf(base_)) {
     values_.fill(none);
-    for (std::size_t i = alphabet.size(); i-- > 0;)
+    for (std::size_t i = alphabet.size(); i-- > 0;) {
       values_[static_cast<unsigned char>(alphabet[i])] = static_cast<Word>(i);
+    }
   }
 
   [[nodiscard]] Word base() const { return base_; }
@@ -373,28 +384,31 @@ void readChunks(std::string_view text, const DigitValues &digits, Magnitude &val
     const std::string_view begin = text;
     const Group group = takeGroup(text, digits);
     next->setMultiple(*current, group.power, group.value);
-    if (next->isTooLong())
+    if (next->isTooLong()) {
       readOneByOne(begin.substr(0, begin.size() - text.size()), digits, *current);
-    else
+    } else {
       std::swap(current, next);
+    }
   }
   value = *current;
 }
 
 Magnitude read(std::string_view text, const DigitValues &digits) {
   Magnitude value;
-  if (digits.bits() != 0 && text.size() * digits.bits() <= maxWords * wordBits)
+  if (digits.bits() != 0 && text.size() * digits.bits() <= maxWords * wordBits) {
     readBits(text, digits, value);
-  else
+  } else {
     readChunks(text, digits, value);
+  }
   return value;
 }
 
 }  // namespace
 
 char *writeDigits(Magnitude &value, char *output, const char *alphabet) {
-  if (alphabet == _KTINT_DEC_VECTOR)
+  if (alphabet == _KTINT_DEC_VECTOR) {
     return writeChunks(DecimalDigits(), value.mutableLimbs(), output);
+  }
   if (alphabet == _KTINT_HEX_VECTOR) return writeLimbs<4>(value.limbs(), output, alphabet);
   const std::string_view digits(alphabet);
   // What a division by the base would say; by a base of 1 it would never end.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Magnitudes as digits in any base, without signs. Knows nothing of records; keeps nothing.
 #ifndef KT_BIGINT_RADIX_H
 #define KT_BIGINT_RADIX_H

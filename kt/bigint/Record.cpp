@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/bigint/Record.h"
 
 namespace kt::bigint {
@@ -33,8 +35,9 @@ void Magnitude::cutWords() {
   if (count <= maxWords) return;
   const std::size_t kept = count % (maxWords + 1);
   count_ = (kept + wordsPerLimb - 1) / wordsPerLimb;
-  if (const auto bits = kept % wordsPerLimb * wordBits; bits != 0)
+  if (const auto bits = kept % wordsPerLimb * wordBits; bits != 0) {
     limbs_[count_ - 1] &= (Limb{1} << bits) - 1;
+  }
   settle();
 }
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the functions of this folder share about records: growing one without losing a spare word to
 // the 8-bit capacity, and the way of a magnitude to the stack and back.
 #ifndef KT_BIGINT_RECORD_H
@@ -27,8 +29,9 @@ inline void reserve(_KtInt &i, std::size_t wordCount) {
 
 // Brings the record to normal form.
 inline void normalize(_KtInt &i) {
-  while (i.length > 1 && i.digits[i.length - 1] == 0)
+  while (i.length > 1 && i.digits[i.length - 1] == 0) {
     --i.length;
+  }
   if (i.length == 1 && i.digits[0] == 0) i.negative = 0;
 }
 
@@ -105,24 +108,28 @@ class Magnitude {
 // by 4.
 inline void Magnitude::load(Words value) {
   const std::size_t whole = value.size() / wordsPerLimb;
-  for (std::size_t i = 0; i < whole; ++i)
+  for (std::size_t i = 0; i < whole; ++i) {
     limbs_[i] = opaque(loadLimb(&value[i * wordsPerLimb]));
+  }
   count_ = whole;
   Limb top = 0;
-  for (std::size_t i = value.size(); i-- > whole * wordsPerLimb;)
+  for (std::size_t i = value.size(); i-- > whole * wordsPerLimb;) {
     top = top << wordBits | value[i];
+  }
   if (whole * wordsPerLimb < value.size()) push(top);
   settle();
 }
 
 inline void Magnitude::storeWords(Word *target, std::size_t count) const {
   const std::size_t whole = count / wordsPerLimb;
-  for (std::size_t i = 0; i < whole; ++i)
+  for (std::size_t i = 0; i < whole; ++i) {
     storeLimb(target + i * wordsPerLimb, opaque(limbs_[i]));
+  }
   if (whole * wordsPerLimb == count) return;
   Limb top = limbs_[whole];
-  for (std::size_t i = whole * wordsPerLimb; i < count; ++i, top >>= wordBits)
+  for (std::size_t i = whole * wordsPerLimb; i < count; ++i, top >>= wordBits) {
     target[i] = static_cast<Word>(top);
+  }
 }
 
 inline void Magnitude::store(_KtInt &i) const {

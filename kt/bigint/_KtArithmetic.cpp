@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/bigint/_KtArithmetic.h"
 
 #include <utility>
@@ -26,7 +28,7 @@ Words wordsOf(const _KtInt *i) {
   return kt::bigint::words(*i);
 }
 
-// ---- Sums ---------------------------------------------------------------------------------------
+// ---- Sums ----
 
 // c = |x| + |y| with the given sign. The sign is set last: a zero can be negative.
 void sumOfMagnitudes(const _KtInt *x, const _KtInt *y, _KtInt *c, bool negative) {
@@ -58,10 +60,11 @@ void subtractMagnitudes(_KtInt *minuend, _KtInt *subtrahend, _KtInt *c) {
   const int order = minuend->length != subtrahend->length
                         ? minuend->length - subtrahend->length
                         : kt::bigint::compare(wordsOf(minuend), wordsOf(subtrahend));
-  if (order >= 0)
+  if (order >= 0) {
     differenceOfMagnitudes(minuend, subtrahend, c, false);
-  else
+  } else {
     differenceOfMagnitudes(subtrahend, minuend, c, true);
+  }
 }
 
 // |a| = |a| + s.
@@ -146,7 +149,7 @@ void _KtIntSub(_KtInt *a, _KtInt *b, _KtInt *c) {
   subtractMagnitudes(a, b, c);
 }
 
-// ---- Shifts -------------------------------------------------------------------------------------
+// ---- Shifts ----
 
 namespace {
 
@@ -198,10 +201,11 @@ void shiftDown(_KtInt *a, std::int64_t n) {
 
 // By bits; negative counts go down.
 void shiftBy(_KtInt *a, std::int64_t n) {
-  if (n < 0)
+  if (n < 0) {
     shiftDown(a, -n);
-  else
+  } else {
     shiftUp(a, n);
+  }
 }
 
 }  // namespace
@@ -226,7 +230,7 @@ void _KtIntShiftRight(_KtInt *a, int32_t n) {
   shiftBy(a, -std::int64_t{n});
 }
 
-// ---- Products -----------------------------------------------------------------------------------
+// ---- Products ----
 
 namespace {
 
@@ -255,8 +259,9 @@ bool powerOfLimb(_KtInt &a, unsigned exponent) {
   const auto bits = static_cast<unsigned>(std::bit_width(magnitude.limbs()[0]));
   if (bits * exponent > kt::bigint::limbBits) return false;
   Limb result = 1;
-  for (Limb base = magnitude.limbs()[0]; exponent != 0; exponent /= 2, base *= base)
+  for (Limb base = magnitude.limbs()[0]; exponent != 0; exponent /= 2, base *= base) {
     if (exponent % 2 != 0) result *= base;
+  }
   Magnitude(result).store(a);
   return true;
 }
@@ -288,7 +293,7 @@ void _KtIntMul(const _KtInt *a, const _KtInt *b, _KtInt *c) {
   kt::bigint::normalize(*c);
 }
 
-// ---- Quotients ----------------------------------------------------------------------------------
+// ---- Quotients ----
 
 namespace {
 

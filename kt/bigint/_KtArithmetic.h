@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Sums, shifts, products, quotients and powers of the integers of kt/bigint/_KtInt.h. Operands come
 // first and results last; functions with the suffix S take one unsigned word and, like the shifts,
 // work in place. Null records, divisors of zero, and one record for both results of a division fail

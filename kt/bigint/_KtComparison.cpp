@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/bigint/_KtComparison.h"
 
 #include "kt/bigint/Assertion.h"

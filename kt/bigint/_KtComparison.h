@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Order, sign and parity of the integers of kt/bigint/_KtInt.h. Functions that compare bring their
 // arguments to normal form first, so that a record may come back shorter, and a zero without its
 // sign; those that take `const` only read. Nothing is allocated. A null argument fails an

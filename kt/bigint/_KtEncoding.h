@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The integers of kt/bigint/_KtInt.h as text, in any base. A base is given by its digits: an
 // alphabet is a string whose character k is the digit of value k, and the base is its length.
 // Nothing is kept between calls; any thread may call, with a record of its own.

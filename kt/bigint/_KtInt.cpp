@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/bigint/_KtInt.h"
 
 #include <algorithm>
@@ -103,8 +105,9 @@ int32_t _KtIntValue(const _KtInt *i) {
 
 void _KtIntShorten(_KtInt *i) {
   require(i != nullptr, {unit, 109, "i != NULL"});
-  while (i->length > 1 && i->digits[i->length - 1] == 0)
+  while (i->length > 1 && i->digits[i->length - 1] == 0) {
     --i->length;
+  }
   if (i->length == 1 && i->digits[0] == 0) i->negative = 0;
 }
 

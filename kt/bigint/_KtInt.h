@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Signed integers of up to 255 words of 16 bits: the record that all functions of this folder work
 // on, and the functions that make, free, copy, size and load it. C and C++ alike may call them.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The highest bit of the integers of kt/bigint/_KtInt.h: where it is, making a value of it alone,
 // and clearing it. A null record fails an assertion. One record serves one thread at a time.
 #ifndef KT_BIGINT__KTLOG_H

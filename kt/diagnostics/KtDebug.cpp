@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/diagnostics/KtDebug.h"
 
 #include "kt/foundation/UserDefaults.h"

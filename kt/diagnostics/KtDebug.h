@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The debug log: one switch for the whole process and the function through which everything writes
 // its diagnostic lines. The switch is off at first and stays as it was set. Set it while the
 // program starts, before there are other threads, for it is read without a lock; after that any
@@ -39,8 +41,9 @@ template <typename... Arguments>
 //     KtDebug("Bound to port %d", port);
 template <typename... Arguments>
 inline void KtDebug(std::string_view format, const Arguments &...arguments) {
-  if (debug) [[unlikely]]
+  if (debug) [[unlikely]] {
     kt::writeDebugLine<Arguments...>(format, arguments...);
+  }
 }
 
 // Sets the switch to `enabled`, as it is.

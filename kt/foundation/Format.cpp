@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/foundation/Format.h"
 
 #include <algorithm>
@@ -77,8 +79,9 @@ void takeLength(std::string_view &text, Placeholder &placeholder) {
 std::string_view takeConversion(std::string_view &text) {
   std::size_t size = std::min<std::size_t>(text.size(), 1);
   if (size == 1 && (text.front() & 0xC0) == 0xC0) {
-    while (size < text.size() && (text[size] & 0xC0) == 0x80)
+    while (size < text.size() && (text[size] & 0xC0) == 0x80) {
       ++size;
+    }
   }
   const std::string_view conversion = text.substr(0, size);
   text.remove_prefix(size);
@@ -209,9 +212,9 @@ int Formatter::takeSize(Placeholder &placeholder) {
 
 int Formatter::takeStar(Placeholder &placeholder) {
   const Value *value = argument(takePosition(rest_));
-  const auto *integer = value ? std::get_if<FormatArgument::Integer>(value) : nullptr;
-  if (!integer) {
-    placeholder.starProblem = value ? kindOf(*value) : "missing";
+  const auto *integer = value != nullptr ? std::get_if<FormatArgument::Integer>(value) : nullptr;
+  if (integer == nullptr) {
+    placeholder.starProblem = value != nullptr ? kindOf(*value) : "missing";
     return 0;
   }
   const auto size = static_cast<std::int64_t>(integer->bits);
@@ -230,7 +233,7 @@ void Formatter::write(const Placeholder &placeholder) {
     writeMark(conversion, "unknown");
   } else if (!placeholder.starProblem.empty()) {
     writeMark("*", placeholder.starProblem);
-  } else if (!value) {
+  } else if (value == nullptr) {
     writeMark(conversion, "missing");
   } else if (!writeValue(placeholder, *value)) {
     writeMark(conversion, kindOf(*value));
@@ -262,7 +265,7 @@ bool Formatter::writeValue(const Placeholder &placeholder, const Value &value) {
 
 bool Formatter::writeInteger(const Placeholder &placeholder, const Value &value) {
   const auto *integer = std::get_if<FormatArgument::Integer>(&value);
-  if (!integer) return false;
+  if (integer == nullptr) return false;
   const std::size_t bytes = std::min(integer->bytes, placeholder.narrowing);
   if (isOneOf("di", placeholder.conversion.front())) {
     writeNumber(placeholder, "j", std::intmax_t{signedOfSize(integer->bits, bytes)});
@@ -286,7 +289,7 @@ bool Formatter::writeFloating(const Placeholder &placeholder, const Value &value
 
 bool Formatter::writeByte(const Placeholder &placeholder, const Value &value) {
   const auto *integer = std::get_if<FormatArgument::Integer>(&value);
-  if (!integer) return false;
+  if (integer == nullptr) return false;
   const char byte = static_cast<char>(integer->bits);
   Placeholder whole = placeholder;  // a precision means nothing here
   whole.precision = -1;
@@ -301,7 +304,7 @@ bool Formatter::writePointer(const Placeholder &placeholder, const Value &value)
   } else if (const auto *string = std::get_if<FormatArgument::CString>(&value)) {
     address = string->start;
   } else if (const auto *object = std::get_if<FormatArgument::Object>(&value);
-             object && object->isPointer) {
+             (object != nullptr) && object->isPointer) {
     address = object->address;
   } else {
     return false;
@@ -320,8 +323,8 @@ bool Formatter::writeString(const Placeholder &placeholder, const Value &value) 
     return true;
   }
   const auto *string = std::get_if<FormatArgument::CString>(&value);
-  if (!string) return false;
-  if (!string->start) {
+  if (string == nullptr) return false;
+  if (string->start == nullptr) {
     writeText(placeholder, "(null)");
     return true;
   }
@@ -336,8 +339,8 @@ bool Formatter::writeString(const Placeholder &placeholder, const Value &value) 
 
 bool Formatter::writeObject(const Placeholder &placeholder, const Value &value) {
   const auto *object = std::get_if<FormatArgument::Object>(&value);
-  if (!object) return writeString(placeholder, value);
-  writeText(placeholder, object->address ? object->describe(object->address) : "(null)");
+  if (object == nullptr) return writeString(placeholder, value);
+  writeText(placeholder, object->address != nullptr ? object->describe(object->address) : "(null)");
   return true;
 }
 

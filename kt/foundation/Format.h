@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Text made from a printf format and arguments that carry their own types. What a format asks for
 // is checked against what was passed: nothing else is ever read, and a mistake shows in the text as
 // a mark such as `%!d(missing)`. Functions only, without state; any thread may call them.

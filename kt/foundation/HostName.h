@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The name of the machine. A function without state; any thread may call it.
 #ifndef KT_FOUNDATION_HOSTNAME_H
 #define KT_FOUNDATION_HOSTNAME_H

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/foundation/LogLine.h"
 
 #include <sys/types.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Lines of the log, on standard error. A function that any thread may call.
 #ifndef KT_FOUNDATION_LOGLINE_H
 #define KT_FOUNDATION_LOGLINE_H

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The upper half of the NEXTSTEP character set, in which property-list text has its octal escapes.
 #ifndef KT_FOUNDATION_NEXTSTEPCHARACTERS_H
 #define KT_FOUNDATION_NEXTSTEPCHARACTERS_H

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/foundation/PropertyList.h"
 
 #include <algorithm>
@@ -9,7 +11,7 @@
 
 namespace kt {
 
-// Dictionary
+// ---- Dictionary ----
 
 namespace {
 
@@ -98,7 +100,7 @@ bool Dictionary::erase(std::string_view key) {
   return true;
 }
 
-// Making, reading and assigning one value
+// ---- Making, reading and assigning one value ----
 
 PropertyList::PropertyList() noexcept = default;
 PropertyList::PropertyList(std::string text) : value_(std::move(text)) {}
@@ -113,9 +115,10 @@ namespace {
 constexpr std::uint64_t largestInt = std::numeric_limits<std::int32_t>::max();
 
 std::int32_t saturated(bool negative, std::uint64_t magnitude) {
-  if (negative)
+  if (negative) {
     return static_cast<std::int32_t>(
         -static_cast<std::int64_t>(std::min(magnitude, largestInt + 1)));
+  }
   return static_cast<std::int32_t>(std::min(magnitude, largestInt));
 }
 

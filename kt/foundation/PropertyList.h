@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Property lists: values made of strings, numbers, data, arrays and dictionaries, with a text form
 // that people can read and write. They are ordinary values: copied, moved, compared, owned by
 // whoever holds them. Distinct values may be used by distinct threads; one value by several threads

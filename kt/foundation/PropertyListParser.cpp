@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -51,7 +53,7 @@ class PropertyListParser {
   std::string decoded_;  // of a string with escapes or beyond ASCII: what is read of it so far
 };
 
-// Errors
+// ---- Errors ----
 
 namespace {
 
@@ -111,7 +113,7 @@ PropertyListError::PropertyListError(std::size_t offset, Place place, std::strin
       line_(place.line),
       column_(place.column) {}
 
-// Between tokens
+// ---- Between tokens ----
 
 inline bool PropertyListParser::take(char character) {
   if (!rest_.starts_with(character)) return false;
@@ -153,13 +155,14 @@ inline std::string_view PropertyListParser::takeBare() {
   return bare;
 }
 
-// Structure
+// ---- Structure ----
 
 PropertyList PropertyListParser::parse() {
   PropertyList root;
   skipByteOrderMark();
-  for (PropertyList *value = &root; value != nullptr; value = findNextValue())
+  for (PropertyList *value = &root; value != nullptr; value = findNextValue()) {
     readValue(*value);
+  }
   skipBlanks();
   if (!rest_.empty()) fail("nothing more");
   return root;
@@ -243,7 +246,7 @@ PropertyList *PropertyListParser::findEntry(Dictionary &dictionary) {
   return &value;
 }
 
-// Strings
+// ---- Strings ----
 
 void PropertyListParser::readQuoted(std::string &string) {
   const char quote = next();
@@ -255,8 +258,9 @@ void PropertyListParser::readQuoted(std::string &string) {
     return;
   }
   decoded_.clear();
-  while (!take(quote))
+  while (!take(quote)) {
     readPiece(quote);
+  }
   string.assign(decoded_);
 }
 
@@ -306,8 +310,9 @@ std::size_t digitCount(std::string_view text) {
 
 char32_t unitOf(std::string_view digits) {
   char32_t unit = 0;
-  for (const char digit : digits)
+  for (const char digit : digits) {
     unit = unit * 16 + hexadecimalValue(digit);
+  }
   return unit;
 }
 
@@ -350,7 +355,7 @@ char32_t PropertyListParser::readUnicode() {
   return replacementCharacter;
 }
 
-// Data
+// ---- Data ----
 
 Data PropertyListParser::readData() {
   rest_.remove_prefix(1);

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the reader and the writer of property-list text share: what each byte may be in it. One
 // table, so that what is written bare can be read bare.
 #ifndef KT_FOUNDATION_PROPERTYLISTTEXT_H
@@ -67,8 +69,9 @@ inline constexpr std::array<std::uint8_t, 256> table = makeTable();
 // How many bytes at the front of `text` are in one of `classes`.
 [[nodiscard]] constexpr std::size_t runOf(unsigned classes, std::string_view text) noexcept {
   std::size_t count = 0;
-  while (count < text.size() && isA(classes, text[count]))
+  while (count < text.size() && isA(classes, text[count])) {
     ++count;
+  }
   return count;
 }
 

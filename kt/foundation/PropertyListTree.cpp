@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What follows a value into its depth: copying, comparing and destroying. A program may nest values
 // deeper than a stack could follow, so nothing here recurses: what is still to be done is kept on
 // the heap or, where nothing may fail, in the values themselves.
@@ -11,8 +13,9 @@ class PropertyListTree {
 
   static bool hasChildren(const PropertyList &value) noexcept {
     if (const auto *array = std::get_if<Array>(&value.value_)) return !array->empty();
-    if (const auto *dictionary = std::get_if<Dictionary>(&value.value_))
+    if (const auto *dictionary = std::get_if<Dictionary>(&value.value_)) {
       return !dictionary->empty();
+    }
     return false;
   }
 
@@ -50,7 +53,7 @@ class PropertyListTree {
   static void removeLastChild(PropertyList &container) noexcept;
 };
 
-// Copying
+// ---- Copying ----
 
 void PropertyListTree::copyWithoutChildren(const PropertyList &source, PropertyList &target,
                                            std::vector<Copying> &pending) {
@@ -103,7 +106,7 @@ PropertyList::PropertyList(const PropertyList &other) : PropertyList() {
   PropertyListTree::copy(other, *this);
 }
 
-// Comparing
+// ---- Comparing ----
 
 bool PropertyListTree::haveSameKeys(const Dictionary &left, const Dictionary &right) {
   for (std::size_t index = 0; index < left.size(); ++index) {
@@ -162,22 +165,23 @@ bool operator==(const Dictionary &left, const Dictionary &right) {
   return left.entries_ == right.entries_;
 }
 
-// Destroying
+// ---- Destroying ----
 
 std::size_t PropertyListTree::childCount(const PropertyList &container) noexcept {
   const auto *array = std::get_if<Array>(&container.value_);
-  return array ? array->size() : std::get_if<Dictionary>(&container.value_)->size();
+  return array != nullptr ? array->size() : std::get_if<Dictionary>(&container.value_)->size();
 }
 
 PropertyList &PropertyListTree::firstChild(PropertyList &container) noexcept {
   auto *array = std::get_if<Array>(&container.value_);
-  return array ? array->front()
-               : std::get_if<Dictionary>(&container.value_)->entries_.front().second;
+  return array != nullptr ? array->front()
+                          : std::get_if<Dictionary>(&container.value_)->entries_.front().second;
 }
 
 PropertyList &PropertyListTree::lastChild(PropertyList &container) noexcept {
   auto *array = std::get_if<Array>(&container.value_);
-  return array ? array->back() : std::get_if<Dictionary>(&container.value_)->entries_.back().second;
+  return array != nullptr ? array->back()
+                          : std::get_if<Dictionary>(&container.value_)->entries_.back().second;
 }
 
 void PropertyListTree::removeLastChild(PropertyList &container) noexcept {

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include <array>
 #include <charconv>
 #include <memory_resource>
@@ -55,7 +57,7 @@ class PropertyListWriter {
   std::pmr::vector<Open> open_{&resource_};  // the innermost container last
 };
 
-// Structure
+// ---- Structure ----
 
 void PropertyListWriter::begin(const PropertyList &value) {
   if (const auto *string = std::get_if<std::string>(&value.value_)) {
@@ -84,7 +86,7 @@ void PropertyListWriter::begin(const Dictionary &dictionary) {
 void PropertyListWriter::finish() {
   if (!open_.empty()) text_.reserve(ordinaryTextSize);
   while (!open_.empty()) {
-    if (open_.back().array) {
+    if (open_.back().array != nullptr) {
       continueArray();
     } else {
       continueDictionary();
@@ -117,7 +119,7 @@ void PropertyListWriter::continueDictionary() {
   begin(value);
 }
 
-// Scalars
+// ---- Scalars ----
 
 void PropertyListWriter::writeString(std::string_view string) {
   if (!string.empty() && runOf(writtenBare, string) == string.size()) {
@@ -156,14 +158,16 @@ void PropertyListWriter::writeControl(char character) {
     text_ += letters[index];
     return;
   }
-  for (const int shift : {6, 3, 0})
+  for (const int shift : {6, 3, 0}) {
     text_ += static_cast<char>('0' + ((character >> shift) & 7));
+  }
 }
 
 void PropertyListWriter::writeUnit(char32_t unit) {
   text_ += "\\U";
-  for (const int shift : {12, 8, 4, 0})
+  for (const int shift : {12, 8, 4, 0}) {
     text_ += "0123456789abcdef"[(unit >> shift) & 15];
+  }
 }
 
 void PropertyListWriter::writeCharacter(char32_t codePoint) {

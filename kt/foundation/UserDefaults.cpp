@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/foundation/UserDefaults.h"
 
 #include <fcntl.h>
@@ -59,7 +61,7 @@ class InputFile {
 // The variable's value; null when it is not set or empty.
 const char *nonEmptyVariable(const char *name) {
   const char *value = std::getenv(name);
-  return value && *value ? value : nullptr;
+  return (value != nullptr) && *value ? value : nullptr;
 }
 
 std::string homeFromUserDatabase() {
@@ -69,7 +71,7 @@ std::string homeFromUserDatabase() {
   while (getpwuid_r(getuid(), &entry, strings.data(), strings.size(), &found) == ERANGE) {
     strings.resize(strings.size() * 2);
   }
-  return found && found->pw_dir ? found->pw_dir : "";
+  return (found != nullptr) && (found->pw_dir != nullptr) ? found->pw_dir : "";
 }
 
 std::string defaultsPath() {
@@ -78,7 +80,7 @@ std::string defaultsPath() {
     folder = configuration;
   } else {
     const char *home = nonEmptyVariable("HOME");
-    folder = (home ? home : homeFromUserDatabase()) + "/.config";
+    folder = (home != nullptr ? home : homeFromUserDatabase()) + "/.config";
   }
   return folder + "/kt/defaults.plist";
 }
@@ -86,7 +88,7 @@ std::string defaultsPath() {
 bool isYes(const PropertyList &value) {
   if (value.intValue() != 0) return true;
   const std::string *text = value.asString();
-  if (!text) return false;
+  if (text == nullptr) return false;
   const auto equals = [text](std::string_view word) {
     return std::ranges::equal(*text, word, {}, [](char character) {
       const bool isLower = character >= 'a' && character <= 'z';
@@ -100,8 +102,8 @@ bool isYesInText(const std::string &text, const std::string &key) {
   try {
     const PropertyList defaults = PropertyList::parse(text);
     const Dictionary *dictionary = defaults.asDictionary();
-    const PropertyList *value = dictionary ? dictionary->find(key) : nullptr;
-    return value && isYes(*value);
+    const PropertyList *value = dictionary != nullptr ? dictionary->find(key) : nullptr;
+    return (value != nullptr) && isYes(*value);
   } catch (const PropertyListError &) {
     return false;  // a file that cannot be read says nothing, and nothing means no
   }

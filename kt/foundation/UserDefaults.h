@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Settings that a user makes outside the program. A function without state: the environment and the
 // file are read at each call. Any thread may call it while none changes the environment.
 #ifndef KT_FOUNDATION_USERDEFAULTS_H

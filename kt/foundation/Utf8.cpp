@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/foundation/Utf8.h"
 
 namespace kt {

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // UTF-8, one character at a time. Plain functions over their arguments; any thread may call them.
 #ifndef KT_FOUNDATION_UTF8_H
 #define KT_FOUNDATION_UTF8_H

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/udp/KtMessage.h"
 
 #include <sys/random.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The datagram message format: what client and server say to each other and by which rules each end
 // accepts it. Plain functions over values, without sockets or state; any thread may call them.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/udp/KtUDPClient.h"
 
 #include <algorithm>
@@ -25,7 +27,7 @@ std::int32_t doubled(std::int32_t waitMs) {
 
 }  // namespace
 
-// Set-up
+// ---- Set-up ----
 
 KtUDPClient::KtUDPClient()
     : ports_(kt::defaultPorts.begin(), kt::defaultPorts.end()),
@@ -61,7 +63,7 @@ std::string KtUDPClient::hello() const {
   return kt::discoveryPacket().description();
 }
 
-// Addresses
+// ---- Addresses ----
 
 void KtUDPClient::broadcastIP() {
   const kt::HostAddress host = kt::lookUpHost("broadcasthost");
@@ -91,7 +93,7 @@ void KtUDPClient::setRcvTimeout(std::int32_t milliseconds) {
   if (timeValue_.tv_sec == 0 && timeValue_.tv_usec == 0) timeValue_.tv_usec = 100'000;
 }
 
-// Acceptance
+// ---- Acceptance ----
 
 bool KtUDPClient::isServerIdReply(const kt::Dictionary *packet) {
   if (packet == nullptr) return false;
@@ -106,7 +108,7 @@ bool KtUDPClient::isValidReplyForMessage(const kt::Dictionary &reply,
   return kt::isReplyTo(message, reply, signature_);
 }
 
-// Sending and listening
+// ---- Sending and listening ----
 
 void KtUDPClient::sendMessage(const kt::Dictionary &message) {
   const std::string text = message.description();
@@ -160,7 +162,7 @@ std::optional<kt::Dictionary> KtUDPClient::replyForMessage(const kt::Dictionary 
   return std::nullopt;
 }
 
-// Discovery and requests
+// ---- Discovery and requests ----
 
 void KtUDPClient::sendToPorts(const std::vector<std::int32_t> &ports,
                               const kt::Dictionary &envelope) {

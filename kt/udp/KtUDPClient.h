@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Finds a server by broadcast and sends it requests over UDP. Every call blocks until a reply has
 // come or its time is up. One object has one socket and one receive buffer for its whole life and
 // serves one thread at a time; several objects may live on several threads.

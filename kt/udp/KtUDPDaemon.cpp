@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/udp/KtUDPDaemon.h"
 
 #include <cerrno>
@@ -10,7 +12,7 @@
 #include "kt/udp/KtMessage.h"
 #include "kt/udp/KtUDPClient.h"
 
-// Set-up
+// ---- Set-up ----
 
 KtUDPDaemon::KtUDPDaemon()
     : ports_(kt::defaultPorts.begin(), kt::defaultPorts.end()),
@@ -38,7 +40,7 @@ void KtUDPDaemon::setMustBeUnique(bool unique) {
   unique_ = unique;
 }
 
-// Registering
+// ---- Registering ----
 
 bool KtUDPDaemon::ensureUniqueness() {
   if (!unique_) return true;
@@ -60,7 +62,7 @@ bool KtUDPDaemon::registerPort() {
   return false;
 }
 
-// Answering
+// ---- Answering ----
 
 kt::Dictionary KtUDPDaemon::answerTo(const kt::Dictionary &packet) {
   if (kt::isDiscovery(packet)) return kt::serverIdPacket(kt::hostName(), port_);
@@ -81,7 +83,7 @@ std::optional<kt::Dictionary> KtUDPDaemon::replyFor(const std::optional<kt::Dict
   return kt::replyEnvelope(signature_, kt::handshakeOf(*request), answerTo(*packet));
 }
 
-// Serving
+// ---- Serving ----
 
 // The next datagram's size, or -1 when there was none behind a wait that promised one. While
 // requests queue up the next one is there already: asking for it first spares its wait.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A request/reply server over UDP: binds the first free port of a list, answers discovery itself
 // and hands every other request to a delegate. A host configures it, calls registerPort and then
 // processQueries, on a thread of its choice; from then on the object belongs to that thread.

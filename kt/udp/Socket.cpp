@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/udp/Socket.h"
 
 #include <fcntl.h>

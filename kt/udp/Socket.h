@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the client and the server of this folder need of the operating system: an owned IPv4 UDP
 // socket, waiting with select, and host names. Nothing here knows what a message is. A socket
 // serves one thread at a time; the functions may be called from any thread.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/walker/Listing.h"
 
 #include <dirent.h>
@@ -38,7 +40,7 @@ bool isDirectory(const std::string &path) {
   return !endsEarly(path) && ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// Directories
+// ---- Directories ----
 
 Directory::Directory(const std::string &path) {
   if (endsEarly(path)) return;
@@ -60,7 +62,7 @@ std::optional<Directory> Directory::at(const std::string &path) {
   return directory;
 }
 
-// Listings
+// ---- Listings ----
 
 // Until a call gives nothing: a file system may give less than there is room for, and more later.
 std::optional<Listings::Range> Listings::push(const Directory &directory) {

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Directories as the system lists them. Everything that is particular to the system's calls for
 // files is in Listing.cpp. Each object belongs to one walk.
 #ifndef KT_WALKER_LISTING_H

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/walker/_KtWalker.h"
 
 #include <pwd.h>
@@ -10,7 +12,7 @@
 
 #include "kt/walker/Listing.h"
 
-// Paths
+// ---- Paths ----
 
 namespace {
 
@@ -31,7 +33,7 @@ std::string_view extensionOf(std::string_view name) {
 
 }  // namespace
 
-// Tildes
+// ---- Tildes ----
 
 namespace {
 
@@ -74,7 +76,7 @@ std::string expandingTilde(const std::string &path) {
 
 }  // namespace
 
-// The walk
+// ---- The walk ----
 
 namespace kt {
 
@@ -152,7 +154,7 @@ class Walk {
 
 }  // namespace kt
 
-// The walker
+// ---- The walker ----
 
 _KtWalker::_KtWalker() = default;
 
@@ -190,8 +192,9 @@ std::optional<std::vector<std::string>> _KtWalker::directoryContentsAtPath(
   std::optional<kt::Listings::Range> rest = listings.push(kt::Directory(path));
   if (!rest) return std::nullopt;
   std::vector<std::string> names;
-  while (const std::optional<kt::Entry> entry = listings.next(*rest))
+  while (const std::optional<kt::Entry> entry = listings.next(*rest)) {
     names.emplace_back(entry->name);
+  }
   return names;
 }
 
@@ -214,6 +217,7 @@ void _KtWalker::walkTree(const std::string &path) {
 
 void _KtWalker::walkTrees(const std::vector<std::string> &paths) {
   aborted_ = false;
-  for (const std::string &path : paths)
+  for (const std::string &path : paths) {
     walkDirectory(expandingTilde(path));
+  }
 }

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Walks directory trees depth first and tells a delegate of each path whose extension is in a list.
 // A walker is configured once and may walk any number of times; each call walks on the calling
 // thread, calls the delegate there and returns when the walk is over. One walker serves one thread

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Every assertion, in a process of its own: its line to the letter on standard error, then an
 // abort. The rows with more than one mistake tell the order in which they are looked for.
 #include <gmock/gmock.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A long random run of every function on a pool of records, each call compared field by field with
 // the plain model's and, where there is one, its value with GMP's. KT_SEED chooses another run.
 #include <gtest/gtest.h>
@@ -39,8 +41,9 @@ std::int32_t randomExponent(RandomValues &random) {
 Step randomStep(RandomValues &random, std::size_t poolSize) {
   const std::vector<Operation> &all = operations();
   Step step{&all[random.below(static_cast<std::uint32_t>(all.size()))], {}, 0};
-  for (std::size_t &operand : step.operands)
+  for (std::size_t &operand : step.operands) {
     operand = random.below(static_cast<std::uint32_t>(poolSize));
+  }
   step.n = step.operation->name == "PowS" ? randomExponent(random) : randomNumber(random);
   return step;
 }
@@ -48,8 +51,9 @@ Step randomStep(RandomValues &random, std::size_t poolSize) {
 std::string description(const Step &step) {
   std::string text =
       "in _KtInt" + step.operation->name + ", n = " + std::to_string(step.n) + ", of";
-  for (const std::size_t operand : step.operands)
+  for (const std::size_t operand : step.operands) {
     text += ' ' + std::to_string(operand);
+  }
   return text;
 }
 
@@ -97,8 +101,9 @@ class Expectation {
     }
     const bool fourthIsApart = operands[3] != operands[0] && operands[3] != operands[1];
     if (name == "Div" && thirdIsApart && fourthIsApart && operands[2] != operands[3] &&
-        noNegativeZeros)
+        noNegativeZeros) {
       return mpz_fdiv_q(number_.get(), a, b), true;
+    }
     result_ = 0;
     if (name == "AddS") return mpz_add_ui(number_.get(), a, word), true;
     if (name == "SubS") return mpz_sub_ui(number_.get(), a, word), true;
@@ -106,10 +111,12 @@ class Expectation {
     if (name == "PowS" && word < 40) return mpz_pow_ui(number_.get(), a, word), true;
     // Zero words on top count as words that a shift pushes past the limit.
     if (name == "ShiftLeft" && step_.n > 0 && noNegativeZeros &&
-        pool_[operands[0]].plain.length + step_.n / 16 <= 255)
+        pool_[operands[0]].plain.length + step_.n / 16 <= 255) {
       return mpz_mul_2exp(number_.get(), a, static_cast<mp_bitcnt_t>(step_.n)), true;
-    if (name == "ShiftRight" && step_.n > 0)
+    }
+    if (name == "ShiftRight" && step_.n > 0) {
       return mpz_tdiv_q_2exp(number_.get(), a, static_cast<mp_bitcnt_t>(step_.n)), true;
+    }
     return false;
   }
 
@@ -158,9 +165,10 @@ TEST(Differential, EveryStepWithLongOperandsIsTheModels) {
   SCOPED_TRACE("KT_SEED=" + std::to_string(seed()));
   Twins pool(3);
   for (int count = 0; count < stepCount / 10; ++count) {
-    for (std::size_t index = 0; index < pool.size(); ++index)
+    for (std::size_t index = 0; index < pool.size(); ++index) {
       pool.load(index, random.words(random.oneIn(4) ? random.length() : 250 + random.below(6)),
                 random.oneIn(2));
+    }
     const Step step = randomStep(random, pool.size());
     const Expectation expectation(step, pool);
     ASSERT_EQ(pool.perform(step), "") << description(step) << ", step " << count;

@@ -1,7 +1,9 @@
+// SPDX-License-Identifier: MIT
+
 // GMP's integers, in the few operations by which results of the library are checked; and whether
 // there is a GMP for this word size.
-#ifndef TESTS_BIGINT_GMP_H
-#define TESTS_BIGINT_GMP_H
+#ifndef KT_TESTS_BIGINT_GMP_H
+#define KT_TESTS_BIGINT_GMP_H
 
 #ifdef KT_HAVE_GMP
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // kt::Integer on random numbers: the laws that numbers keep, and GMP's results where it is there.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // kt::Integer as text.
 #include <gtest/gtest.h>
 
@@ -13,7 +15,7 @@ namespace {
 
 using test::thrownBy;
 
-// ---- Reading --------------------------------------------------------------------------------
+// ---- Reading ----
 
 TEST(IntegerText, SignsAndLeadingZerosAreRead) {
   EXPECT_EQ(Integer("0"), 0);
@@ -125,7 +127,7 @@ TEST(IntegerText, LiteralsWithAFractionOrAnExponentAreRefused) {
   EXPECT_THROW((void)0x1p5_kt, std::invalid_argument);
 }
 
-// ---- Writing --------------------------------------------------------------------------------
+// ---- Writing ----
 
 TEST(IntegerText, ZeroIsOneDigit) {
   EXPECT_EQ(Integer().toString(), "0");
@@ -172,8 +174,9 @@ TEST(IntegerText, StreamsPrintHexAndOctAsBuiltInNumbers) {
 std::string printed(const Integer &number,
                     const std::vector<std::ios_base &(*)(std::ios_base &)> &how) {
   std::ostringstream stream;
-  for (auto *const manipulator : how)
+  for (auto *const manipulator : how) {
     stream << manipulator;
+  }
   stream << std::setw(9) << std::setfill('_') << number;
   return stream.str();
 }

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/bigint/Integer.h"
 
 #include <gtest/gtest.h>
@@ -28,7 +30,7 @@ const Integer &largest() {
   return all;
 }
 
-// ---- Built-in integers ----------------------------------------------------------------------
+// ---- Built-in integers ----
 
 template <typename Number>
 class BuiltIn : public testing::Test {};
@@ -68,7 +70,7 @@ TEST(Integer, WhatDoesNotFitSaysSo) {
             "kt::Integer: the value does not fit in the conversion's type");
 }
 
-// ---- Copies and moves -----------------------------------------------------------------------
+// ---- Copies and moves ----
 
 TEST(Integer, ACopyIsIndependent) {
   Integer a = 5;
@@ -124,13 +126,15 @@ TEST(Integer, ManyThreadsMayReadOneValue) {
     EXPECT_EQ(Integer(a.toString()), a);
   };
   std::vector<std::thread> threads;
-  for (int count = 0; count < 3; ++count)
+  for (int count = 0; count < 3; ++count) {
     threads.emplace_back(read);
-  for (std::thread &thread : threads)
+  }
+  for (std::thread &thread : threads) {
     thread.join();
+  }
 }
 
-// ---- Order, sign, size, hash ----------------------------------------------------------------
+// ---- Order, sign, size, hash ----
 
 TEST(Integer, TheOrderIsThatOfTheNumbers) {
   const Integer big = largest();
@@ -174,7 +178,7 @@ TEST(Integer, EqualNumbersHaveEqualHashes) {
   EXPECT_EQ(set.size(), 4U);
 }
 
-// ---- Rounding, and what has no result -------------------------------------------------------
+// ---- Rounding, and what has no result ----
 
 TEST(Integer, DivisionCutsOffAndRemaindersHaveTheDividendsSign) {
   for (const int a : {-9, -8, -7, -1, 0, 1, 7, 8, 9, 70'000}) {
@@ -280,7 +284,7 @@ TEST(Integer, WhatHasNoResultIsRefusedAndChangesNothing) {
   EXPECT_THROW((void)(Integer() / 0), std::domain_error);
 }
 
-// ---- Powers and the like --------------------------------------------------------------------
+// ---- Powers and the like ----
 
 TEST(Integer, PowersAreThoseOfRepeatedProducts) {
   for (const int base : {-3, -2, 2, 3, 10, 65'535, 65'536}) {

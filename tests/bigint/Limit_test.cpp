@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // At and past 255 words. A result of up to 255 words is right, even where a word to spare would be
 // the 256th; a longer one keeps the words that the low 8 bits of its length name, and is a normal
 // zero where these are 0. With the address sanitizer these tests also tell that no call leaves a
@@ -315,8 +317,9 @@ TEST(Limit, EveryFunctionOnTheLongestRecordsIsTheModels) {
       // A model's power of 4,080 bits takes too long for all exponents.
       if (operation.name == "PowS" && (n < 0 || n > 300)) continue;
       for (std::size_t combination = 0; combination < 27; ++combination, ++count) {
-        for (std::size_t index = 0; index < 3; ++index)
+        for (std::size_t index = 0; index < 3; ++index) {
           pool.load(index, forms[(count + index * 2) % forms.size()], count % 2 == index % 2);
+        }
         const Step step{&operation,
                         {combination % 3, combination / 3 % 3, combination / 9, (count + 1) % 3},
                         n};

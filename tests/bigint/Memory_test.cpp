@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What happens when there is no memory. The linker sends every call of the allocator in this
 // program through the functions below, which can be told to refuse one.
 #include <gmock/gmock.h>

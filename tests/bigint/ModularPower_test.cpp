@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // kt::powmod. IntegerLaws_test.cpp compares it with another implementation.
 #include <gtest/gtest.h>
 

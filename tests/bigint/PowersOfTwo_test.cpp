@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // 2^k - 1, 2^k and 2^k + 1 for every k that fits, with each other: here carries and borrows run
 // furthest, and digits of quotients are estimated worst. All pairs, 150 million, would take minutes
 // for a sum and more for a product; so each value meets its neighbours and, of the others, one in
@@ -58,10 +60,12 @@ const std::vector<Gmp> &numbers() {
 void forPairs(std::size_t stride, const std::function<void(std::size_t, std::size_t)> &visit) {
   constexpr std::size_t near = 9;
   for (std::size_t i = 0; i < values().size() && !testing::Test::HasFailure(); ++i) {
-    for (std::size_t j = i * 7 % stride; j < values().size(); j += stride)
+    for (std::size_t j = i * 7 % stride; j < values().size(); j += stride) {
       visit(i, j);
-    for (std::size_t j = i < near ? 0 : i - near; j < std::min(i + near, values().size()); ++j)
+    }
+    for (std::size_t j = i < near ? 0 : i - near; j < std::min(i + near, values().size()); ++j) {
       visit(i, j);
+    }
   }
 }
 
@@ -73,8 +77,9 @@ std::string pair(std::size_t i, std::size_t j) {
 }
 
 TEST(PowersOfTwo, ValuesAreThoseOfGmp) {
-  for (std::size_t i = 0; i < values().size(); ++i)
+  for (std::size_t i = 0; i < values().size(); ++i) {
     ASSERT_TRUE(numbers()[i].isNormal(*values()[i])) << pair(i, i);
+  }
 }
 
 TEST(PowersOfTwo, Sums) {

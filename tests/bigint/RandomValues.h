@@ -1,7 +1,9 @@
+// SPDX-License-Identifier: MIT
+
 // Random records of the kinds that find mistakes: runs of ones, powers of two and what is beside
 // them, zero words on top, zeros with a sign, lengths up to the limit.
-#ifndef TESTS_BIGINT_RANDOMVALUES_H
-#define TESTS_BIGINT_RANDOMVALUES_H
+#ifndef KT_TESTS_BIGINT_RANDOMVALUES_H
+#define KT_TESTS_BIGINT_RANDOMVALUES_H
 
 #include <cstdint>
 #include <cstdlib>
@@ -15,7 +17,7 @@ namespace kt::test {
 // The seed of a random run: KT_SEED where it is set.
 inline std::uint32_t seed() {
   const char *text = std::getenv("KT_SEED");
-  return text ? static_cast<std::uint32_t>(std::strtoul(text, nullptr, 0)) : 20261121;
+  return text != nullptr ? static_cast<std::uint32_t>(std::strtoul(text, nullptr, 0)) : 20261121;
 }
 
 class RandomValues {
@@ -56,8 +58,9 @@ class RandomValues {
         words[0] = static_cast<std::uint16_t>(below(4));
         break;
       default:
-        for (std::uint16_t &each : words)
+        for (std::uint16_t &each : words) {
           each = word();
+        }
     }
     if (oneIn(4)) clearTop(words);
     return words;
@@ -68,8 +71,9 @@ class RandomValues {
   // Distinct characters in random order, as many as asked for; no NUL and no '-'.
   std::string alphabet(std::size_t base) {
     std::string characters;
-    for (int character = 1; character <= 255; ++character)
+    for (int character = 1; character <= 255; ++character) {
       if (character != '-') characters += static_cast<char>(character);
+    }
     std::shuffle(characters.begin(), characters.end(), engine_);
     return characters.substr(0, base);
   }
@@ -77,8 +81,9 @@ class RandomValues {
   // A text of the alphabet's digits and, here and there, of others.
   std::string text(const std::string &alphabet, std::size_t size) {
     std::string text = oneIn(3) ? "-" : "";
-    for (std::size_t k = 0; k < size; ++k)
+    for (std::size_t k = 0; k < size; ++k) {
       text += oneIn(20) ? static_cast<char>(1 + below(255)) : alphabet[digit(alphabet)];
+    }
     return text;
   }
 

@@ -1,7 +1,9 @@
+// SPDX-License-Identifier: MIT
+
 // What the tests of big integers share: records that free themselves, made field by field, and
 // their fields in a form that is compared and printed as a whole.
-#ifndef TESTS_BIGINT_RECORDS_H
-#define TESTS_BIGINT_RECORDS_H
+#ifndef KT_TESTS_BIGINT_RECORDS_H
+#define KT_TESTS_BIGINT_RECORDS_H
 
 #include <algorithm>
 #include <cstdint>
@@ -57,15 +59,17 @@ inline Value normal(std::int64_t number) {
   auto magnitude = static_cast<std::uint64_t>(number);
   if (negative) magnitude = 0 - magnitude;
   Words words{static_cast<std::uint16_t>(magnitude)};
-  while (magnitude >>= 16)
+  while (magnitude >>= 16) {
     words.push_back(static_cast<std::uint16_t>(magnitude));
+  }
   return {words, negative};
 }
 
 inline void PrintTo(const Value &value, std::ostream *stream) {
   *stream << (value.negative ? "-" : "+") << value.words.size() << " words, lowest first:";
-  for (const std::uint16_t word : value.words)
+  for (const std::uint16_t word : value.words) {
     *stream << ' ' << word;
+  }
 }
 
 inline std::string encoded(const _KtInt *value, const std::string &alphabet) {

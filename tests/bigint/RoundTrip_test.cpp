@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What is written in any alphabet reads back as the same value, and a text of the written form is
 // written again to the letter; nothing is written behind a text's NUL.
 #include <gtest/gtest.h>
@@ -38,8 +40,9 @@ TEST(RoundTrip, TextsOfTheWrittenFormComeBackFromRandomAlphabets) {
   for (int round = 0; round < roundCount; ++round) {
     const std::string alphabet = random.alphabet(2 + random.below(253));
     std::string digits;
-    for (std::uint32_t count = 1 + random.below(500); count > 0; --count)
+    for (std::uint32_t count = 1 + random.below(500); count > 0; --count) {
       digits += alphabet[random.below(static_cast<std::uint32_t>(alphabet.size()))];
+    }
     digits[0] = alphabet[1];  // neither a zero nor a sign
     const std::string text = (random.oneIn(2) ? "-" : "") + digits;
     const Record value = number(0);

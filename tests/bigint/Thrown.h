@@ -1,6 +1,8 @@
+// SPDX-License-Identifier: MIT
+
 // What a call throws, as a text to compare. For the thread of a test.
-#ifndef TESTS_BIGINT_THROWN_H
-#define TESTS_BIGINT_THROWN_H
+#ifndef KT_TESTS_BIGINT_THROWN_H
+#define KT_TESTS_BIGINT_THROWN_H
 
 #include <exception>
 #include <string>

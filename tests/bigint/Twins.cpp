@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/bigint/Twins.h"
 
 #include <algorithm>
@@ -11,19 +13,21 @@ namespace {
 
 template <typename Argument, typename Integer>
 Argument argument(Integer *record, std::int32_t n) {
-  if constexpr (std::is_pointer_v<Argument>)
+  if constexpr (std::is_pointer_v<Argument>) {
     return record;
-  else
+  } else {
     return static_cast<Argument>(n);
+  }
 }
 
 template <typename Integer, typename Result, typename... Arguments, std::size_t... indices>
 Call<Integer> callOf(Result (*function)(Arguments...), std::index_sequence<indices...>) {
   return [function](const std::array<Integer *, 4> &records, std::int32_t n) -> std::int64_t {
-    if constexpr (std::is_void_v<Result>)
+    if constexpr (std::is_void_v<Result>) {
       return function(argument<Arguments>(records[indices], n)...), 0;
-    else
+    } else {
       return function(argument<Arguments>(records[indices], n)...);
+    }
   };
 }
 
@@ -40,8 +44,9 @@ std::string description(const Integer &i) {
   std::ostringstream text;
   text << (i.negative ? '-' : '+') << int{i.negative} << " length " << i.length + 0 << " capacity "
        << i.capacity + 0 << ':';
-  for (std::size_t k = 0; k < static_cast<std::size_t>(i.length) && k < 300; ++k)
+  for (std::size_t k = 0; k < static_cast<std::size_t>(i.length) && k < 300; ++k) {
     text << ' ' << i.digits[k];
+  }
   return text.str();
 }
 
@@ -124,11 +129,13 @@ std::string Twins::perform(const Step &step) {
   try {
     const std::int64_t expected = step.operation->plain(plain, step.n);
     const std::int64_t result = step.operation->library(library, step.n);
-    if (result != expected)
+    if (result != expected) {
       return "result " + std::to_string(result) + " instead of " + std::to_string(expected);
+    }
   } catch (const model::FailedAssertion &) {  // on the way to it a divisor has been normalised
-    for (const std::size_t index : step.operands)
+    for (const std::size_t index : step.operands) {
       follow(index);
+    }
     return {};
   }
   for (const std::size_t index : step.operands) {
@@ -142,8 +149,9 @@ std::string Twins::encode(std::size_t index, const std::string &alphabet) {
   const std::string expected = model::encode(&twins_[index].plain, alphabet);
   std::string text(expected.size() + 9, '\x7E');  // the NUL, and guards behind it
   _KtIntEncode(twins_[index].library.get(), text.data(), alphabet.c_str());
-  if (text != expected + '\0' + std::string(8, '\x7E'))
+  if (text != expected + '\0' + std::string(8, '\x7E')) {
     return "text " + text + " instead of " + expected;
+  }
   return difference(index, false);
 }
 

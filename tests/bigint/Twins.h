@@ -1,8 +1,10 @@
+// SPDX-License-Identifier: MIT
+
 // Records of the library, each beside its twin of the plain model. A step is done with both, and
 // then every field of every record that took part must be the same. Random tests and a fuzzer make
 // the steps.
-#ifndef TESTS_BIGINT_TWINS_H
-#define TESTS_BIGINT_TWINS_H
+#ifndef KT_TESTS_BIGINT_TWINS_H
+#define KT_TESTS_BIGINT_TWINS_H
 
 #include <array>
 #include <cstddef>

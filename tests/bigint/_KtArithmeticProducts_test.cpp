@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Products, quotients, remainders and powers.
 #include <gtest/gtest.h>
 

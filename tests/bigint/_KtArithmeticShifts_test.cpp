@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Shifts by words and by bits, both ways.
 #include <gtest/gtest.h>
 
@@ -127,8 +129,9 @@ TEST(KtArithmeticShifts, ShiftRightByZeroDoesNotNormalise) {
 }
 
 TEST(KtArithmeticShifts, ShiftRightByAllBitsOrMoreIsZero) {
-  for (const std::int32_t n : {32, 33, 4080, 4096, std::numeric_limits<std::int32_t>::max()})
+  for (const std::int32_t n : {32, 33, 4080, 4096, std::numeric_limits<std::int32_t>::max()}) {
     EXPECT_EQ(shifted(_KtIntShiftRight, record({1, 0x8000}, true), n), normal(0)) << n;
+  }
 }
 
 TEST(KtArithmeticShifts, RightShiftsKeepTheCapacity) {

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Sums, differences and signs: each case of signs and sizes, what becomes of the operands, and
 // every way in which the three records may be fewer. Shifts and products have files of their own.
 #include "kt/bigint/_KtArithmetic.h"

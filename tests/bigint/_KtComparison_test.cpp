@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Order, signs and parity, and what looking does to the records that are looked at.
 #include "kt/bigint/_KtComparison.h"
 
@@ -64,8 +66,9 @@ TEST(KtComparison, TheHighestWordThatDiffersDecides) {
       Words words(length, 0x8000);
       const Record a = record(words);
       words[k] = 0x8001;
-      for (std::size_t below = 0; below < k; ++below)
+      for (std::size_t below = 0; below < k; ++below) {
         words[below] = 0;
+      }
       const Record b = record(words);
       EXPECT_EQ(_KtIntCmp(a.get(), b.get()), -1) << length << " words, differing at " << k;
       EXPECT_EQ(_KtIntCmp(b.get(), a.get()), 1) << length << " words, differing at " << k;
@@ -86,8 +89,9 @@ TEST(KtComparison, ARecordIsEqualToItself) {
 // GE, LE, GT, LT, EQ as one text of 0 and 1.
 std::string relations(std::int32_t a, std::int32_t b) {
   std::string text;
-  for (const auto relation : {_KtIntGE, _KtIntLE, _KtIntGT, _KtIntLT, _KtIntEQ})
+  for (const auto relation : {_KtIntGE, _KtIntLE, _KtIntGT, _KtIntLT, _KtIntEQ}) {
     text += std::to_string(relation(number(a).get(), number(b).get()));
+  }
   return text;
 }
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Text in any base: what is written, what is read, and what is passed over.
 #include "kt/bigint/_KtEncoding.h"
 
@@ -133,8 +135,9 @@ TEST(KtEncoding, CharactersBeyondAsciiAreDigitsByTheirByte) {
 
 TEST(KtEncoding, AnAlphabetOf255Digits) {
   std::string alphabet;
-  for (int character = 255; character > 0; --character)
+  for (int character = 255; character > 0; --character) {
     alphabet += static_cast<char>(character);
+  }
   const Record value = record({1, 2, 3, 4, 5});
   EXPECT_EQ(decoded(encoded(value.get(), alphabet), alphabet), valueOf(value));
 }

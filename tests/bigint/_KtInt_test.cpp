@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The record: made, loaded, sized, copied, exchanged, brought to normal form.
 #include "kt/bigint/_KtInt.h"
 
@@ -143,8 +145,9 @@ TEST(KtInt, ShortenKeepsCapacityAndBlock) {
 TEST(KtInt, SetMinLengthWithinTheCapacityDoesNothing) {
   const Record i = number(-70000);
   const std::uint16_t *block = i->digits;
-  for (const std::int32_t n : {3, 5, 0, -1, smallest})
+  for (const std::int32_t n : {3, 5, 0, -1, smallest}) {
     _KtIntSetMinLength(i.get(), n);
+  }
   EXPECT_EQ(i->capacity, 5);
   EXPECT_EQ(i->digits, block);
   EXPECT_EQ(valueOf(i), normal(-70000));

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The highest bit: where it is, alone, and cleared.
 #include "kt/bigint/_KtLog.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 /* The header as a C program sees it: every function is called, and what it prints is compared with
    what it has to be. Exits 1 and names the line at the first difference. */
 #include <stdio.h>

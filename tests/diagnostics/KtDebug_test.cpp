@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/diagnostics/KtDebug.h"
 
 #include <gtest/gtest.h>
@@ -40,8 +42,9 @@ class DebugLog : public testing::Test {
   // The texts of the lines that were logged, without what stands in front of them.
   std::vector<std::string> logged() {
     std::vector<std::string> texts = writes_.take();
-    for (std::string &text : texts)
+    for (std::string &text : texts) {
       text = text.substr(text.find("] ") + 2);
+    }
     return texts;
   }
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Reads the machine code of disabled_path_probe.cpp: is a KtDebug call that is switched off one
 load, one compare and one branch?
 

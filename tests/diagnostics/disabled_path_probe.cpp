@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Functions whose machine code check_disabled_path.py reads. Each logs once, and what it logs is
 // there already: nothing but KtDebug can add to the way through it.
 #include <string>

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """What the documents say of the tree is true of it: code blocks, links, files, tests."""
 
 import re

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Exchanges in the documents are those of the programs: what kt and ktd print, what datagrams are
 made of, the examples, the peer in another language.
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The documents as the checks see them: fenced blocks, links, and dumps of datagrams."""
 
 import re

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/foundation/Format.h"
 
 #include <gtest/gtest.h>
@@ -62,7 +64,7 @@ TEST(Format, DocumentedExamples) {
             "1099511627776%, " + list.description());
 }
 
-// Integers
+// ---- Integers ----
 
 TEST(Format, IntegersAreShownAtTheirOwnWidth) {
   EXPECT_EQ(format("%d", INT64_MIN), "-9223372036854775808");
@@ -108,7 +110,7 @@ TEST(Format, CharactersAreOneByte) {
   EXPECT_EQ(format("%lc", 'a'), "a");
 }
 
-// Floating point
+// ---- Floating point ----
 
 TEST(Format, FloatingPointTypesKeepTheirPrecision) {
   EXPECT_EQ(format("%.10g", 0.1f), printed("%.10g", 0.1f));
@@ -124,7 +126,7 @@ TEST(Format, FloatingPointExtremesAreAsPrintf) {
   EXPECT_EQ(format("%g", std::nan("")), "nan");
 }
 
-// Strings
+// ---- Strings ----
 
 TEST(Format, StringsOfEveryKindAreText) {
   const std::string text = "string";
@@ -173,7 +175,7 @@ TEST(Format, NullPointersAreShownAsSuch) {
   EXPECT_EQ(format("[%8s|%.2s]", text, text), "[  (null)|(n]");
 }
 
-// Objects and pointers
+// ---- Objects and pointers ----
 
 TEST(Format, DescribedObjectsAreShownByValueAndByAddress) {
   Point point{1, -2};
@@ -207,13 +209,13 @@ TEST(Format, AnExceptionOfADescriptionPasses) {
   EXPECT_THROW((void)format("%@", Failing{}), std::runtime_error);
 }
 
-// Formatted text is not a format
+// ---- Formatted text is not a format ----
 
 TEST(Format, PlaceholdersInsideArgumentsAreLiteral) {
   EXPECT_EQ(format("%s|%@|%d", "%d %s %n %%", Percentage{}, 1), "%d %s %n %%|100%d %s %@ %n|1");
 }
 
-// Stars and positions
+// ---- Stars and positions ----
 
 TEST(Format, StarsTakeTheirArgumentsInOrder) {
   EXPECT_EQ(format("[%*d|%-*d|%*.*f]", 4, 7, 4, 7, 6, 2, 1.0), "[   7|7   |  1.00]");
@@ -244,7 +246,7 @@ TEST(Format, PositionsThatDoNotExistAreMissing) {
   EXPECT_EQ(format("%1$*7$d", 1), "%!*(missing)");
 }
 
-// Mistakes
+// ---- Mistakes ----
 
 TEST(Format, AMissingArgumentIsAMark) {
   EXPECT_EQ(format("%d"), "%!d(missing)");
@@ -342,7 +344,7 @@ TEST(Format, FlagsWithoutMeaningAreLeftOut) {
   EXPECT_EQ(format("%-----------------------------5d|", 1), "1    |");
 }
 
-// Random formats against the C library
+// ---- Random formats against the C library ----
 
 class RandomFormats {
  public:

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/foundation/HostName.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/foundation/LogLine.h"
 
 #include <errno.h>
@@ -62,7 +64,7 @@ class TimeZone {
 
  private:
   static void set(const char *name) {
-    if (name) {
+    if (name != nullptr) {
       setenv("TZ", name, 1);
     } else {
       unsetenv("TZ");
@@ -129,8 +131,9 @@ TEST(LogLine, LinesOfManyThreadsNeverMix) {
       }
     });
   }
-  for (std::thread &writer : writers)
+  for (std::thread &writer : writers) {
     writer.join();
+  }
   replaced.restore();
   reader.join();
   close(ends[0]);
@@ -144,8 +147,9 @@ TEST(LogLine, LinesOfManyThreadsNeverMix) {
     start = end + 1;
   }
   EXPECT_EQ(lines.size(), static_cast<std::size_t>(threadCount));
-  for (const auto &[letter, count] : lines)
+  for (const auto &[letter, count] : lines) {
     EXPECT_EQ(count, linesPerThread) << letter;
+  }
 }
 
 TEST(LogLine, AFailedWriteIsIgnored) {
@@ -184,8 +188,9 @@ TEST(LogLine, SignalsWhileTheReaderIsSlowLoseNothing) {
   pthread_sigmask(SIG_BLOCK, &alarmSignal, &savedSignals);
   std::string seen;
   std::thread reader([&] {
-    for (int signals = 0; signals < 20; ++signals)
+    for (int signals = 0; signals < 20; ++signals) {
       sem_wait(&alarms);
+    }
     seen = readToEnd(ends[0]);
   });
   pthread_sigmask(SIG_SETMASK, &savedSignals, nullptr);

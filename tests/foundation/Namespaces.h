@@ -1,7 +1,9 @@
+// SPDX-License-Identifier: MIT
+
 // A child process in namespaces of its own, for tests that change what belongs to the machine: its
 // name, its mounts.
-#ifndef TESTS_FOUNDATION_NAMESPACES_H
-#define TESTS_FOUNDATION_NAMESPACES_H
+#ifndef KT_TESTS_FOUNDATION_NAMESPACES_H
+#define KT_TESTS_FOUNDATION_NAMESPACES_H
 
 #include <sched.h>
 #include <sys/wait.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Escapes inside quoted strings, value by value.
 #include <gtest/gtest.h>
 
@@ -50,7 +52,7 @@ TEST(PropertyListEscapes, HexadecimalEscapesOfOtherLanguagesAreNone) {
   EXPECT_EQ(stringOf("\"\\x41\""), "x41");
 }
 
-// Octal escapes
+// ---- Octal escapes ----
 
 // The NEXTSTEP character set from 0200 to 0375, as published by Unicode, sixteen codes to a line.
 constexpr std::string_view nextstepText =

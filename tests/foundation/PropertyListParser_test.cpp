@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -38,8 +40,9 @@ std::string messageOf(std::string_view text) {
 
 Data bytes(std::initializer_list<int> values) {
   Data data;
-  for (const int value : values)
+  for (const int value : values) {
     data.push_back(static_cast<std::byte>(value));
+  }
   return data;
 }
 
@@ -48,7 +51,7 @@ bool isBareCharacter(char character) {
              .find(character) != std::string_view::npos;
 }
 
-// Bare strings
+// ---- Bare strings ----
 
 TEST(PropertyListParser, BareStringsHoldLettersDigitsUnderscoreDotDollarSlashColonDash) {
   for (int code = 0; code < 256; ++code) {
@@ -90,7 +93,7 @@ TEST(PropertyListParser, NonAsciiTextStandsInsideQuotesOnly) {
   EXPECT_TRUE(isRefused("{ \u00E9 = a; }"));
 }
 
-// Comments, white space, byte-order mark
+// ---- Comments, white space, byte-order mark ----
 
 TEST(PropertyListParser, WhiteSpaceSeparatesTokens) {
   const std::string blanks = " \t\n\v\f\r";
@@ -145,7 +148,7 @@ TEST(PropertyListParser, AByteOrderMarkMayStandAtTheStartOnly) {
   }
 }
 
-// Quoted strings
+// ---- Quoted strings ----
 
 TEST(PropertyListParser, QuotedStringsHoldEverythingUpToTheSameQuote) {
   EXPECT_EQ(stringOf("\"a b\""), "a b");
@@ -176,7 +179,7 @@ TEST(PropertyListParser, AQuotedStringNeedsItsEnd) {
   }
 }
 
-// Data
+// ---- Data ----
 
 TEST(PropertyListParser, DataIsPairsOfHexadecimalDigits) {
   EXPECT_EQ(read("<0fbd77>"), PropertyList(bytes({0x0f, 0xbd, 0x77})));
@@ -199,8 +202,9 @@ TEST(PropertyListParser, WhiteSpaceMayStandBetweenTheDigitsOfData) {
 }
 
 TEST(PropertyListParser, AnOddNumberOfDigitsIsRefused) {
-  for (const char *text : {"<0>", "<0 >", "<0fb>", "<0f b d7>"})
+  for (const char *text : {"<0>", "<0 >", "<0fb>", "<0f b d7>"}) {
     EXPECT_TRUE(isRefused(text)) << text;
+  }
 }
 
 TEST(PropertyListParser, DataHoldsDigitsOnly) {
@@ -211,7 +215,7 @@ TEST(PropertyListParser, DataHoldsDigitsOnly) {
   EXPECT_TRUE(isRefused("<0f\0bd>"s));
 }
 
-// Arrays
+// ---- Arrays ----
 
 TEST(PropertyListParser, ArraysAreValuesBetweenCommas) {
   EXPECT_EQ(read("()"), PropertyList(Array()));
@@ -232,7 +236,7 @@ TEST(PropertyListParser, AnArrayWithMissingPartsIsRefused) {
   }
 }
 
-// Dictionaries
+// ---- Dictionaries ----
 
 TEST(PropertyListParser, DictionariesAreEntriesWithSemicolons) {
   EXPECT_EQ(read("{}"), PropertyList(Dictionary()));
@@ -278,11 +282,12 @@ TEST(PropertyListParser, TheOrderOfEntriesDoesNotMatter) {
   EXPECT_EQ(read("{ c = 3; a = 1; b = 2; }"), read("{ a = 1; b = 2; c = 3; }"));
 }
 
-// Whole texts
+// ---- Whole texts ----
 
 TEST(PropertyListParser, AnEmptyTextIsRefused) {
-  for (const char *text : {"", " ", "\n\t", "// x", "/* x */"})
+  for (const char *text : {"", " ", "\n\t", "// x", "/* x */"}) {
     EXPECT_TRUE(isRefused(text)) << text;
+  }
 }
 
 TEST(PropertyListParser, NothingMayBeLeftBehindTheValue) {
@@ -337,7 +342,7 @@ TEST(PropertyListParser, ATextWithOneByteChangedIsReadOrRefused) {
   }
 }
 
-// Errors
+// ---- Errors ----
 
 TEST(PropertyListParser, ErrorsSayWhatWasExpectedAndWhatWasFound) {
   EXPECT_EQ(messageOf(""), "line 1, column 1: expected a value, found the end of the text");
@@ -411,12 +416,14 @@ TEST(PropertyListParser, AMillionKeysInRandomOrder) {
   constexpr std::uint32_t seed = 20260101;
   SCOPED_TRACE(seed);
   std::vector<int> keys(1000000);
-  for (std::size_t i = 0; i < keys.size(); ++i)
+  for (std::size_t i = 0; i < keys.size(); ++i) {
     keys[i] = static_cast<int>(i);
+  }
   std::shuffle(keys.begin(), keys.end(), std::mt19937(seed));
   std::string text = "{";
-  for (const int key : keys)
+  for (const int key : keys) {
     text += std::to_string(key) + "=a;";
+  }
   const PropertyList value = read(text + '}');
   EXPECT_EQ(value.asDictionary()->size(), keys.size());
   EXPECT_TRUE(value.asDictionary()->contains("999999"));

@@ -1,6 +1,8 @@
+// SPDX-License-Identifier: MIT
+
 // What the tests of property lists share: short names for reading, and random values.
-#ifndef TESTS_FOUNDATION_PROPERTYLISTSUPPORT_H
-#define TESTS_FOUNDATION_PROPERTYLISTSUPPORT_H
+#ifndef KT_TESTS_FOUNDATION_PROPERTYLISTSUPPORT_H
+#define KT_TESTS_FOUNDATION_PROPERTYLISTSUPPORT_H
 
 #include <cstdint>
 #include <optional>
@@ -39,7 +41,7 @@ inline std::optional<PropertyListError> errorOf(std::string_view text) {
 inline std::string stringOf(std::string_view text) {
   if (const auto error = errorOf(text)) return std::string("[error] ") + error->what();
   const PropertyList value = PropertyList::parse(text);
-  return value.asString() ? *value.asString() : "[no string] " + value.description();
+  return value.asString() != nullptr ? *value.asString() : "[no string] " + value.description();
 }
 
 inline std::string inQuotes(std::string_view content) {
@@ -49,8 +51,9 @@ inline std::string inQuotes(std::string_view content) {
 inline std::string repeated(std::string_view part, std::size_t count) {
   std::string text;
   text.reserve(part.size() * count);
-  for (std::size_t i = 0; i < count; ++i)
+  for (std::size_t i = 0; i < count; ++i) {
     text += part;
+  }
   return text;
 }
 
@@ -76,30 +79,34 @@ class RandomValues {
 
   Array array(int depth) {
     Array array(below(5));
-    for (PropertyList &element : array)
+    for (PropertyList &element : array) {
       element = value(depth);
+    }
     return array;
   }
 
   Dictionary dictionary(int depth) {
     Dictionary dictionary;
-    for (std::uint32_t count = below(5); count > 0; --count)
+    for (std::uint32_t count = below(5); count > 0; --count) {
       dictionary[string()] = value(depth);
+    }
     return dictionary;
   }
 
   Data data() {
     Data data(below(9));
-    for (std::byte &byte : data)
+    for (std::byte &byte : data) {
       byte = static_cast<std::byte>(below(256));
+    }
     return data;
   }
 
   std::string string() {
     std::string text;
     const std::uint32_t alphabet = below(4);
-    for (std::uint32_t count = below(12); count > 0; --count)
+    for (std::uint32_t count = below(12); count > 0; --count) {
       appendCharacter(text, alphabet);
+    }
     return text;
   }
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Values nested as deep as no stack could follow: each test works on a thread whose stack is small.
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -100,8 +102,9 @@ PropertyList lastEntry(PropertyList inner) {
 
 PropertyList nested(int levels, Level level) {
   PropertyList value = "x";
-  for (int i = 0; i < levels; ++i)
+  for (int i = 0; i < levels; ++i) {
     value = level(std::move(value));
+  }
   return value;
 }
 
@@ -180,8 +183,9 @@ TEST(PropertyListTree, ADeepValueIsReplacedByOneFromItsMiddle) {
   onSmallStack([] {
     PropertyList value = nested(depth, firstElement);
     const PropertyList *middle = &value;
-    for (int i = 0; i < depth / 2; ++i)
+    for (int i = 0; i < depth / 2; ++i) {
       middle = &middle->asArray()->front();
+    }
     value = *middle;
     EXPECT_TRUE(value == nested(depth - depth / 2, firstElement));
   });

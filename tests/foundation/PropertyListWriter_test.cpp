@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -24,7 +26,7 @@ std::string written(const PropertyList &value) {
   return value.description();
 }
 
-// Strings
+// ---- Strings ----
 
 TEST(PropertyListWriter, StringsOfLettersDigitsUnderscoreAndDotAreBare) {
   const std::string all = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_.";
@@ -81,7 +83,7 @@ TEST(PropertyListWriter, EveryCharacterBeyondAsciiIsItsUtf16Units) {
   }
 }
 
-// Numbers
+// ---- Numbers ----
 
 TEST(PropertyListWriter, NumbersAreTheirDecimalDigits) {
   EXPECT_EQ(written(0), "0");
@@ -101,7 +103,7 @@ TEST(PropertyListWriter, ABoolIsOneOrZero) {
   EXPECT_EQ(written(false), "0");
 }
 
-// Data
+// ---- Data ----
 
 TEST(PropertyListWriter, DataIsLowercaseHexadecimal) {
   EXPECT_EQ(written(Data{std::byte{0x0f}, std::byte{0xbd}, std::byte{0x77}}), "<0fbd77>");
@@ -116,7 +118,7 @@ TEST(PropertyListWriter, EveryByteOfData) {
   }
 }
 
-// Containers
+// ---- Containers ----
 
 TEST(PropertyListWriter, ArraysStandInParenthesesWithCommas) {
   EXPECT_EQ(written(Array()), "()");
@@ -148,12 +150,13 @@ TEST(PropertyListWriter, ADictionaryIsWrittenAlikeAloneAndAsAValue) {
   EXPECT_EQ(written(Dictionary()), "{}");
 }
 
-// Whole texts
+// ---- Whole texts ----
 
 TEST(PropertyListWriter, TheTextIsPureAsciiWithoutControlCharacters) {
   std::string all;
-  for (int code = 0; code < 256; ++code)
+  for (int code = 0; code < 256; ++code) {
     all += static_cast<char>(code);
+  }
   const std::string text = Dictionary{{all, Array{all, all.substr(0, 200)}}}.description();
   EXPECT_TRUE(std::all_of(text.begin(), text.end(),
                           [](char character) { return character >= ' ' && character <= '~'; }));

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/foundation/PropertyList.h"
 
 #include <gtest/gtest.h>
@@ -23,12 +25,13 @@ constexpr std::int32_t largest = std::numeric_limits<std::int32_t>::max();
 
 std::vector<std::string> keysOf(const Dictionary &dictionary) {
   std::vector<std::string> keys;
-  for (const auto &[key, value] : dictionary)
+  for (const auto &[key, value] : dictionary) {
     keys.push_back(key);
+  }
   return keys;
 }
 
-// Kinds
+// ---- Kinds ----
 
 TEST(PropertyList, TheDefaultValueIsTheEmptyString) {
   EXPECT_EQ(PropertyList(), PropertyList(""));
@@ -62,7 +65,7 @@ TEST(PropertyList, AValueIsSmallAndMovesWithoutThrowing) {
   EXPECT_TRUE(std::is_nothrow_move_assignable_v<Dictionary>);
 }
 
-// Equality
+// ---- Equality ----
 
 TEST(PropertyList, ValuesOfDifferentKindsAreNeverEqual) {
   const PropertyList values[] = {"", 0, Data(), Array(), Dictionary(), "0", "()", "{}"};
@@ -146,7 +149,7 @@ TEST(PropertyList, IntValueOfOtherKindsIsZero) {
   EXPECT_EQ(PropertyList(Dictionary{{"1", 1}}).intValue(), 0);
 }
 
-// Copies and moves
+// ---- Copies and moves ----
 
 TEST(PropertyList, ACopyIsEqualAndIndependent) {
   Dictionary original{{"a", Array{1, "text longer than a small string", Data{std::byte{2}}}},
@@ -218,7 +221,7 @@ TEST(PropertyList, AValueMayBePutIntoACopyOfItself) {
   EXPECT_EQ(value.description(), "( ( 1 ), ( 1 ) )");
 }
 
-// Dictionaries
+// ---- Dictionaries ----
 
 TEST(Dictionary, EntriesAreWalkedInTheOrderOfTheirKeysBytes) {
   const Dictionary dictionary{{"b", 1}, {"\u00E9", 2}, {"B", 3}, {"", 4}, {"a", 5}, {"ab", 6}};
@@ -234,8 +237,9 @@ TEST(Dictionary, FindGivesTheValueOrNull) {
   const Dictionary dictionary{{"a", 1}, {"c", 3}};
   ASSERT_TRUE(dictionary.find("c"));
   EXPECT_EQ(*dictionary.find("c"), PropertyList(3));
-  for (const char *key : {"", "A", "b", "cc", "d"})
+  for (const char *key : {"", "A", "b", "cc", "d"}) {
     EXPECT_FALSE(dictionary.find(key)) << key;
+  }
   EXPECT_FALSE(Dictionary().find("a"));
 }
 

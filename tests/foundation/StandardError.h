@@ -1,7 +1,9 @@
+// SPDX-License-Identifier: MIT
+
 // Standard error, taken by a test. Each object replaces the descriptor for as long as it lives; one
 // at a time, while no other thread writes there.
-#ifndef TESTS_FOUNDATION_STANDARDERROR_H
-#define TESTS_FOUNDATION_STANDARDERROR_H
+#ifndef KT_TESTS_FOUNDATION_STANDARDERROR_H
+#define KT_TESTS_FOUNDATION_STANDARDERROR_H
 
 #include <fcntl.h>
 #include <sys/socket.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/foundation/UserDefaults.h"
 
 #include <gtest/gtest.h>
@@ -34,7 +36,7 @@ class Variable {
   ~Variable() { set(saved_ ? saved_->c_str() : nullptr); }
 
   void set(const char *value) {
-    if (value) {
+    if (value != nullptr) {
       setenv(name_, value, 1);
     } else {
       unsetenv(name_);
@@ -84,7 +86,7 @@ class UserDefaults : public testing::Test {
  private:
   static fs::path newFolder() {
     std::string name = (fs::temp_directory_path() / "kt-defaults-XXXXXX").string();
-    if (!mkdtemp(name.data())) throw std::runtime_error("mkdtemp " + name);
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("mkdtemp " + name);
     return name;
   }
 };
@@ -201,7 +203,7 @@ TEST_F(UserDefaults, TheConfigurationFolderIsInTheHomeWhereNoneIsNamed) {
 TEST_F(UserDefaults, TheHomeIsTheUserDatabasesWhereTheVariableIsNotSetOrEmpty) {
   configuration_.set(nullptr);
   const passwd *user = getpwuid(getuid());
-  if (!user || !fs::is_directory(user->pw_dir)) GTEST_SKIP() << "the user has no home";
+  if ((user == nullptr) || !fs::is_directory(user->pw_dir)) GTEST_SKIP() << "the user has no home";
   const auto isRead = kt::test::inNamespaces(CLONE_NEWNS, [&] {
     // Mounted over the home, for this process only, so that nothing of the user's is touched.
     if (mount("none", user->pw_dir, "tmpfs", 0, nullptr) != 0) return false;

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How bytes that are not ASCII are read and written.
 #include <gtest/gtest.h>
 
@@ -128,8 +130,9 @@ TEST(Utf8, FourBytesOfEveryClassReadAsTheDefinitionSays) {
     for (const char second : interesting) {
       std::string all;
       for (const char third : interesting) {
-        for (const char fourth : interesting)
+        for (const char fourth : interesting) {
           all += {first, second, third, fourth, ' '};
+        }
       }
       ASSERT_EQ(stringOf(inQuotes(all)), ReferenceDecoder::replaceIllFormed(all));
     }

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The toolkit's side of the comparison with another reader and writer of property lists; see
 // property_list_oracle.py.
 //
@@ -50,8 +52,9 @@ std::string json(const PropertyList &value);
 
 std::string json(const kt::Array &array) {
   std::string text = "[";
-  for (const PropertyList &element : array)
+  for (const PropertyList &element : array) {
     text += (text.size() > 1 ? "," : "") + json(element);
+  }
   return text + "]";
 }
 

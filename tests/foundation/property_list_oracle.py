@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Compares the toolkit's property lists with an independent reader and writer, openstep-plist.
 
 usage: property_list_oracle.py PROPERTY_LIST_EXCHANGE

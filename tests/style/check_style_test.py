@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Tests of scripts/check-style: a small tree that keeps every rule, then one breach at a time."""
 import subprocess
 import sys

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the helper programs of these tests share: `--name value` options, and states of their
 // process that a host may be in.
 #ifndef KT_TESTS_SYSTEM_OPTIONS_H
@@ -45,8 +47,9 @@ class Options {
   [[nodiscard]] std::vector<std::int32_t> numbers(const std::string &name) const {
     std::vector<std::int32_t> result;
     std::istringstream stream(text(name, ""));
-    for (std::string part; std::getline(stream, part, ',');)
+    for (std::string part; std::getline(stream, part, ',');) {
       result.push_back(std::stoi(part));
+    }
     return result;
   }
 

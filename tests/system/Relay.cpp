@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Stands between clients and a server of this host and does to their datagrams what a bad network
 // does, by a plan that a seed draws: of a hundred datagrams, either way, ten are lost, ten come
 // twice, ten come up to --delay milliseconds late and ten behind the one that follows. Prints
@@ -114,11 +116,13 @@ void relay(kt::Socket &front, kt::Socket &back, const sockaddr_in &server, BadNe
                                    {STDIN_FILENO, POLLIN, 0}}};
     (void)::poll(waiting.data(), waiting.size(), network.deliver());
     if (waiting[2].revents != 0) return;
-    while (auto bytes = take(front, client))
+    while (auto bytes = take(front, client)) {
       network.carry({&back, server, std::move(*bytes)});
+    }
     sockaddr_in source{};
-    while (auto bytes = take(back, source))
+    while (auto bytes = take(back, source)) {
       network.carry({&front, client, std::move(*bytes)});
+    }
   }
 }
 

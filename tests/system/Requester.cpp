@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Clients that send numbered requests to an echo server and check that each gets the answer to its
 // own number. Prints "connected" once all are, and at the end one line for each thing it found out:
 // a name, a space, a value.
@@ -56,8 +58,9 @@ class Requester : public KtUDPClient {
   }
 
   void connect(int attempts) {
-    while (attempts-- > 0 && results_.connected == 0)
+    while (attempts-- > 0 && results_.connected == 0) {
       results_.connected = connectToServer();
+    }
     results_.address =
         std::string(::inet_ntoa(sin().sin_addr)) + ":" + std::to_string(ntohs(sin().sin_port));
     results_.port = port();
@@ -103,12 +106,14 @@ class Requester : public KtUDPClient {
 
 // Both ends' memory before and behind the requests that count, in bytes.
 void requestAndWeigh(Requester &requester, int warmUp, int requests) {
-  for (int number = 0; number < warmUp; ++number)
+  for (int number = 0; number < warmUp; ++number) {
     requester.request(number);
+  }
   const std::int64_t own = test::residentBytes();
   const std::int64_t server = requester.serverBytes();
-  for (int number = warmUp; number < warmUp + requests; ++number)
+  for (int number = warmUp; number < warmUp + requests; ++number) {
     requester.request(number);
+  }
   std::printf("client-growth %lld\n", static_cast<long long>(test::residentBytes() - own));
   std::printf("server-growth %lld\n", static_cast<long long>(requester.serverBytes() - server));
 }
@@ -117,8 +122,9 @@ void print(const Results &results) {
   std::printf("clients %d\nanswered %d\nlost %d\nwrong %d\ncoincidences %d\n", results.connected,
               results.answered, results.lost, results.wrong, results.coincidences);
   std::printf("address %s\nport %d\n", results.address.c_str(), results.port);
-  for (const std::string &server : results.servers)
+  for (const std::string &server : results.servers) {
     std::printf("server %s\n", server.c_str());
+  }
 }
 
 }  // namespace
@@ -146,15 +152,17 @@ int main(int count, char **arguments) {
     if (warmUp > 0) {
       requestAndWeigh(requester, warmUp, requests);
     } else {
-      for (int number = 0; number < requests; ++number)
+      for (int number = 0; number < requests; ++number) {
         requester.request(number);
+      }
     }
     const std::scoped_lock lock(mutex);
     total.add(requester.results());
   };
   std::vector<std::jthread> workers(static_cast<std::size_t>(threads));
-  for (std::jthread &worker : workers)
+  for (std::jthread &worker : workers) {
     worker = std::jthread(work);
+  }
   workers.clear();
   print(total);
   return 0;

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // An echo server whose answers also tell the host it runs on, and, asked for "Memory", the bytes it
 // has in use. Prints "serving PORT" or "refused".
 //

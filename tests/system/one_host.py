@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Clients and servers on one host, under load, under signals, stopped, and over a bad network."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What the tests of this folder share: the helper programs, and hosts in network namespaces.
 
 Each test runs in user, network, mount and process namespaces of its own (CMakeLists.txt has the

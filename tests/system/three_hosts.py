@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Servers, clients and bystanders on hosts of their own that share a bridge."""
 
 import unittest

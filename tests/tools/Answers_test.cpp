@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/ktd/Answers.h"
 
 #include <gtest/gtest.h>
@@ -132,8 +134,9 @@ TEST_F(KtdAnswers, AnAnswerTooLargeForADatagramIsAnError) {
 
 TEST_F(KtdAnswers, TextThatGrowsWhenItIsWrittenCountsAsItIsWritten) {
   std::string umlauts;
-  for (int count = 0; count < 20'000; ++count)
+  for (int count = 0; count < 20'000; ++count) {
     umlauts += "\u00fc";
+  }
   EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", "Echo"}, {"a", umlauts}})),
             "The answer is too large for a datagram, which carries 65507 bytes.");
 }

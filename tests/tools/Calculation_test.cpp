@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What Evaluator_test.cpp does not show: how the work is counted.
 #include "tools/common/Calculation.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What kt hello says of a server; the asking is tested by kt_hello_test.py.
 #include "tools/kt/Census.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/ktd/Complaints.h"
 
 #include <gtest/gtest.h>
@@ -28,14 +30,16 @@ TEST(Complaints, ASignalAsksForTheLinesLeftOutToBeSettled) {
   pthread_sigmask(SIG_BLOCK, &alarm, nullptr);
   Complaints complaints;
   testing::internal::CaptureStderr();
-  for (int count = 0; count < 13; ++count)
+  for (int count = 0; count < 13; ++count) {
     complaints.say("x");
+  }
   int signal = 0;
   sigwait(&alarm, &signal);
   complaints.settle();
   std::string lines;
-  for (int count = 0; count < 10; ++count)
+  for (int count = 0; count < 10; ++count) {
     lines += "ktd: x\n";
+  }
   EXPECT_EQ(testing::internal::GetCapturedStderr(), lines + "ktd: errors left out: 3\n");
 }
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/ktd/ErrorLines.h"
 
 #include <gtest/gtest.h>
@@ -14,8 +16,9 @@ const ErrorLines::Time start{std::chrono::hours(1)};
 // How many of `count` lines said at `now` come out.
 std::size_t said(ErrorLines &lines, int count, ErrorLines::Time now) {
   std::string text;
-  for (int number = 0; number < count; ++number)
+  for (int number = 0; number < count; ++number) {
     text += lines.say("line", now);
+  }
   return static_cast<std::size_t>(std::ranges::count(text, '\n'));
 }
 

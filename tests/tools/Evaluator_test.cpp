@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/common/Evaluator.h"
 
 #include <gtest/gtest.h>
@@ -20,12 +22,13 @@ std::string errorOf(std::string_view expression, std::uint64_t steps = unlimited
 
 std::string repeated(const std::string &text, int count) {
   std::string whole;
-  for (int round = 0; round < count; ++round)
+  for (int round = 0; round < count; ++round) {
     whole += text;
+  }
   return whole;
 }
 
-// ---- Values ---------------------------------------------------------------------------------
+// ---- Values ----
 
 TEST(Evaluator, NumbersAreDecimalHexadecimalOrBinary) {
   EXPECT_EQ(valueOf("12"), "12");
@@ -101,7 +104,7 @@ TEST(Evaluator, AMersennePrimeIsComputed) {
       "9640661454554977296311391480858037121987999716643812574028291115057151");
 }
 
-// ---- Errors ---------------------------------------------------------------------------------
+// ---- Errors ----
 
 TEST(Evaluator, ErrorsNameTheColumnOfTheOperation) {
   EXPECT_EQ(errorOf("12 + 1/0"), "7: division by zero");
@@ -156,7 +159,7 @@ TEST(Evaluator, WhatIsFoundIsPrintable) {
   EXPECT_EQ(errorOf(std::string_view("1\0", 2)), "2: expected an operator, found '\\000'");
 }
 
-// ---- Limits ---------------------------------------------------------------------------------
+// ---- Limits ----
 
 TEST(Evaluator, NumbersOfMoreThan4080BitsAreRefused) {
   const std::string tooLarge = ": the result takes more than 4,080 bits";

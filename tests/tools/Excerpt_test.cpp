@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/kt/Excerpt.h"
 
 #include <gtest/gtest.h>
@@ -55,8 +57,9 @@ TEST(Excerpt, ALineThatJustFitsIsNotCut) {
 
 TEST(Excerpt, CuttingLeavesNoPartOfACharacter) {
   std::string text;
-  for (int count = 0; count < 300; ++count)
+  for (int count = 0; count < 300; ++count) {
     text += "\U0001F600";
+  }
   const std::string shown = excerpt(text, 600);
   EXPECT_EQ(shown.find("fffd"), std::string::npos) << shown;
 }

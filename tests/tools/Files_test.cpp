@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The answers to requests of the kind Files.
 #include <gtest/gtest.h>
 
@@ -37,8 +39,9 @@ class KtdFiles : public testing::Test {
 
   static Names namesIn(const Dictionary &answer) {
     Names names;
-    for (const PropertyList &file : *answer.find("Files")->asArray())
+    for (const PropertyList &file : *answer.find("Files")->asArray()) {
       names.push_back(pathBytes(file).value_or("no path"));
+    }
     return names;
   }
 
@@ -50,8 +53,9 @@ class KtdFiles : public testing::Test {
       const Dictionary answer = answerTo(request);
       EXPECT_LE(replySize(daemon_, answer), largestDatagram);
       EXPECT_FALSE(answer.contains("Error")) << answer.description();
-      for (const std::string &name : namesIn(answer))
+      for (const std::string &name : namesIn(answer)) {
         paths.push_back(joined(*pathBytes(*answer.find("Root")), name));
+      }
       const PropertyList *following = answer.find("Next");
       const std::int32_t previous = std::exchange(next, -1);
       if (following != nullptr) {
@@ -71,7 +75,7 @@ Names sorted(Names names) {
   return names;
 }
 
-// What there is
+// ---- What there is ----
 
 TEST_F(KtdFiles, AreNoneUnlessTheServerWasGivenSome) {
   EXPECT_EQ(errorOf({}), "This server serves no files.");
@@ -114,7 +118,7 @@ TEST_F(KtdFiles, WhoseRootIsNotUtf8TravelAsData) {
   EXPECT_NE(answerTo({}).find("Root")->asData(), nullptr);
 }
 
-// Types
+// ---- Types ----
 
 TEST_F(KtdFiles, AreOfTheTypesThatRequestAndServerName) {
   const Tree tree{"a.txt", "b.h", "c.dat", "d"};
@@ -144,7 +148,7 @@ TEST_F(KtdFiles, AreBelowTheRootsWhateverARequestNames) {
   }
 }
 
-// Pages
+// ---- Pages ----
 
 TEST_F(KtdFiles, ArePassedOverUpToTheOffset) {
   const Tree tree{"a.txt", "b.txt", "c.txt"};
@@ -199,8 +203,9 @@ TEST_F(KtdFiles, OfLongNamesComeOnPagesThatFitADatagram) {
 
 TEST_F(KtdFiles, FillAPageToTheLastByte) {
   Tree tree;
-  for (int number = 1000; number < 6000; ++number)
+  for (int number = 1000; number < 6000; ++number) {
     tree.add(std::to_string(number) + "_name_of_20.txt");
+  }
   serve({tree.root()});
   const std::size_t size = replySize(daemon_, answerTo({}));
   EXPECT_LE(size, largestDatagram);
@@ -210,9 +215,10 @@ TEST_F(KtdFiles, FillAPageToTheLastByte) {
 
 TEST_F(KtdFiles, OfSeveralRootsAreAllOnTheirPages) {
   Tree tree;
-  for (int number = 0; number < 300; ++number)
+  for (int number = 0; number < 300; ++number) {
     tree.add(std::to_string(number % 3) + '/' + std::string(200, '\x02') + std::to_string(number) +
              ".txt");
+  }
   serve({tree.at("0"), tree.at("1"), tree.at("2")});
   const Names paths = everyPage({{"Count", 70}});
   EXPECT_EQ(paths.size(), 300U);
@@ -226,7 +232,7 @@ TEST_F(KtdFiles, WithASignatureThatLeavesNoRoomAreAnError) {
   EXPECT_EQ(errorOf({}), "The answer is too large for a datagram, which carries 65507 bytes.");
 }
 
-// Hostile requests
+// ---- Hostile requests ----
 
 TEST_F(KtdFiles, WithAnOffsetOrACountThatIsNoNumberAreAnError) {
   const Tree tree{"a.txt"};
@@ -245,17 +251,20 @@ TEST_F(KtdFiles, WithAnOffsetOrACountThatIsNoNumberAreAnError) {
                     Dictionary(),
                     Data{std::byte{'1'}},
                     -1};
-  for (const std::string key : {"Offset", "Count"})
-    for (const PropertyList &value : wrong)
+  for (const std::string key : {"Offset", "Count"}) {
+    for (const PropertyList &value : wrong) {
       EXPECT_EQ(errorOf({{key, value}}), key + " is no number from 0 up.") << value.description();
+    }
+  }
 }
 
 TEST_F(KtdFiles, WithTypesThatAreNoStringsAreAnError) {
   const Tree tree{"a.txt"};
   serve({tree.root()});
   for (const PropertyList &value : Array{Dictionary(), 7, Array{"txt", Array{"txt"}},
-                                         Array{Dictionary()}, Array{Array(), Array()}})
+                                         Array{Dictionary()}, Array{Array(), Array()}}) {
     EXPECT_EQ(errorOf({{"Types", value}}), "Types is no array of strings.") << value.description();
+  }
 }
 
 TEST_F(KtdFiles, WithMoreTypesThanAHundredAreAnError) {
@@ -267,8 +276,9 @@ TEST_F(KtdFiles, WithMoreTypesThanAHundredAreAnError) {
 
 TEST_F(KtdFiles, InACycleOfLinksThatNeverEndsAreAnErrorInTime) {
   Tree tree{"a.txt"};
-  for (const char *name : {"1", "2", "3"})
+  for (const char *name : {"1", "2", "3"}) {
     tree.link(name, ".");
+  }
   serve({tree.root()});
   EXPECT_EQ(errorOf({}), "The files are too many to be listed in time.");
 }

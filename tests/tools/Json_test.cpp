@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/kt/Json.h"
 
 #include <gtest/gtest.h>

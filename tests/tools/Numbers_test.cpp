@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/common/Numbers.h"
 
 #include <arpa/inet.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/common/Paths.h"
 
 #include <gtest/gtest.h>

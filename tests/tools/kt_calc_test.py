@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """kt calc and kt eval: arithmetic here, and by a server."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """kt files and ktd --files: the files that a server serves, page after page."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """kt hello: finding a server, or every server."""
 
 import json

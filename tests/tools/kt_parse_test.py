@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """kt parse: property-list text in canonical form, or where it is malformed."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """kt ping: round trips of Echo."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """kt send: one request and its answer."""
 
 import json

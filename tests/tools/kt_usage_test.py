@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """kt's command line: help, version, and what is refused."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """kt walk: the files of some types in trees of directories."""
 
 import json

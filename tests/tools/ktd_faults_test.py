@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """ktd under requests that nobody should send: it says so, serves on, and starts no loop."""
 
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """ktd: its options, how it starts and ends, and what it answers."""
 
 import os

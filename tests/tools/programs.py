@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The programs kt and ktd as a user runs them, and peers that play a written part.
 
 Everything here is to run in a private network: it broadcasts and binds the well-known ports. The

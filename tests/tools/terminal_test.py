@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The debug log on a terminal: what the network sent is escaped there, and nowhere else."""
 
 import os

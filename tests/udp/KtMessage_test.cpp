@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/udp/KtMessage.h"
 
 #include <gtest/gtest.h>
@@ -19,7 +21,7 @@ using test::Kind;
 
 const std::string signature = "KtUDP";
 
-// Framing
+// ---- Framing ----
 
 TEST(KtMessage, ADatagramIsTheTextAndOneNul) {
   const std::string text = Dictionary{{"key", "value"}}.description();
@@ -98,7 +100,7 @@ TEST(KtMessage, IntegersComeBackAsStringsAndKeepTheirValue) {
   EXPECT_EQ(back->find("_ServerPort")->intValue(), 4798);
 }
 
-// Handshake
+// ---- Handshake ----
 
 TEST(KtMessage, FreshHandshakesAreOddAndBetween1And32767) {
   for (int draw = 0; draw < 20'000; ++draw) {
@@ -112,8 +114,9 @@ TEST(KtMessage, FreshHandshakesAreOddAndBetween1And32767) {
 // 20,000 draws of 16,384 values hit 70 % of them, give or take half a per cent.
 TEST(KtMessage, FreshHandshakesFillTheirRange) {
   std::set<std::int32_t> seen;
-  for (int draw = 0; draw < 20'000; ++draw)
+  for (int draw = 0; draw < 20'000; ++draw) {
     seen.insert(kt::freshHandshake());
+  }
   EXPECT_GT(seen.size(), 11'000U);
   EXPECT_LT(*seen.begin(), 200);
   EXPECT_GT(*seen.rbegin(), 32'500);
@@ -157,7 +160,7 @@ TEST(KtMessage, AHandshakeTooLargeForItsKindSaturates) {
   EXPECT_EQ(kt::handshakeOf({{"_Handshake", std::int64_t{1} << 40}}), Limits::max());
 }
 
-// Envelopes and packets
+// ---- Envelopes and packets ----
 
 TEST(KtMessage, ARequestHasSignatureHandshakeAndPacket) {
   const Dictionary packet{{"KtUDPKeyword", "Status"}};
@@ -193,7 +196,7 @@ TEST(KtMessage, TheKeywordOfAnIdentificationPacketIsTheKeyOfTheName) {
                 {"KtUDPKeyword", "_ServerName"}, {"_ServerName", "amber"}, {"_ServerPort", 4822}}));
 }
 
-// What a server accepts
+// ---- What a server accepts ----
 
 const Dictionary request = kt::requestEnvelope(signature, 33, kt::discoveryPacket());
 
@@ -253,7 +256,7 @@ TEST(KtMessage, DiscoveryIsOneKeywordAndNoOther) {
   }
 }
 
-// What a client accepts
+// ---- What a client accepts ----
 
 const Dictionary reply = kt::replyEnvelope(signature, 33, {});
 
@@ -304,7 +307,7 @@ TEST(KtMessage, AReplysDataPacketIsNotLookedAt) {
   }
 }
 
-// Identification packets
+// ---- Identification packets ----
 
 const Dictionary identification = kt::serverIdPacket("amber", 4822);
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How a client finds its server.
 #include <gtest/gtest.h>
 
@@ -36,7 +38,7 @@ std::int32_t handshakeIn(const test::Datagram &datagram) {
   return kt::handshakeOf(datagram.message());
 }
 
-// No server
+// ---- No server ----
 
 TEST(KtUDPClientDiscovery, WithoutAServerEachOfSixPortsIsAskedInEachOfTwoPasses) {
   const test::HostsFile hosts(plainHosts);
@@ -180,7 +182,7 @@ TEST(KtUDPClientDiscovery, ItsOwnRequestThatComesBackIsNoReply) {
   EXPECT_EQ(log.count("Tossing invalid reply"), 1U);
 }
 
-// A server
+// ---- A server ----
 
 TEST(KtUDPClientDiscovery, AServerIsFoundAndConfirmed) {
   const test::HostsFile hosts(plainHosts);
@@ -296,7 +298,7 @@ TEST(KtUDPClientDiscovery, WrongAnswersDoNotEndAPass) {
   EXPECT_EQ(peer.received().size(), 2U);
 }
 
-// Identification packets that are refused
+// ---- Identification packets that are refused ----
 
 // What a client makes of a discovery answer with that data packet: the number of datagrams that a
 // server sees until it is given up, or found with the confirmation.
@@ -376,7 +378,7 @@ TEST(KtUDPClient, IsServerIdReplyRecordsAddressAndPortOfWhatItAccepts) {
   EXPECT_EQ(client.inet(), address("10.9.8.7"));
 }
 
-// Confirmation
+// ---- Confirmation ----
 
 TEST(KtUDPClientDiscovery, AMissingConfirmationResetsTheRecordedAddressOnly) {
   const test::HostsFile hosts(plainHosts);

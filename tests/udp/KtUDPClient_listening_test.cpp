@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How a client sends, how it listens for one period, and how a request is sent again.
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -35,7 +37,7 @@ std::string answerIn(const std::optional<Dictionary> &reply) {
   return *packet->find("Answer")->asString();
 }
 
-// One listening period
+// ---- One listening period ----
 
 TEST(KtUDPClient, AWaitDoesNotUseUpTheStoredValue) {
   ScriptedPeer peer(0, {});
@@ -172,7 +174,7 @@ TEST(KtUDPClient, APeriodIsAsLongAsTheBaseTimeoutWhateverItsWaits) {
   EXPECT_LE(log.count("Bad select"), 7U);
 }
 
-// The retry schedule
+// ---- The retry schedule ----
 
 TEST(KtUDPClient, AnUnansweredRequestIsSentFourTimesUnchanged) {
   ScriptedPeer peer(0, {});
@@ -295,7 +297,7 @@ TEST(KtUDPClient, DoublingSaturates) {
   EXPECT_EQ(client.timeValue().tv_usec, -648'000);
 }
 
-// Sizes
+// ---- Sizes ----
 
 TEST(KtUDPClient, AMessageOfTheLargestDatagramIsSentAndOneByteMoreIsNot) {
   ScriptedPeer peer(0, {});
@@ -330,8 +332,9 @@ TEST(KtUDPClient, RepliesOfEverySizeAreReadWithAndWithoutNul) {
   client.setBaseReplyTimeout(0);
   client.setRcvTimeout(5000);
   std::vector<std::size_t> sizes{65505, 65506, 65507};
-  for (std::size_t size = 0; size <= 300; ++size)
+  for (std::size_t size = 0; size <= 300; ++size) {
     sizes.push_back(size);
+  }
   for (const std::size_t size : sizes) {
     for (const bool terminated : {false, true}) {
       const std::string bytes = replyOfSize(size, terminated);

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the requests of a client are that has found its server, and what it makes of the answers.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What a client is made of: set-up, addresses and waits. The files beside this one have the
 // listening (KtUDPClient_listening_test.cpp) and the discovery (KtUDPClient_discovery_test.cpp).
 #include "kt/udp/KtUDPClient.h"
@@ -20,7 +22,7 @@ namespace {
 using test::address;
 using test::LogCapture;
 
-// Set-up
+// ---- Set-up ----
 
 TEST(KtUDPClient, BeginsWithTheDefaults) {
   const KtUDPClient client;
@@ -85,7 +87,7 @@ TEST(KtUDPClient, HelloIsTheTextOfTheDiscoveryPacket) {
   EXPECT_EQ(KtUDPClient().hello(), "{ KtUDPKeyword = HelloKtUDP; }");
 }
 
-// Addresses
+// ---- Addresses ----
 
 TEST(KtUDPClient, TheBroadcastAddressIs255255255255WithoutABroadcasthost) {
   const test::HostsFile hosts("127.0.0.1 localhost\n");
@@ -144,7 +146,7 @@ TEST(KtUDPClient, AHostThatIsNotIPv4IsRefusedAndLeavesTheAddress) {
   EXPECT_EQ(log.lines(), test::Lines{});
 }
 
-// Waits
+// ---- Waits ----
 
 TEST(KtUDPClient, AReceiveTimeoutIsSplitIntoSecondsAndMicroseconds) {
   const std::array<std::array<std::int32_t, 3>, 9> cases{{{0, 0, 100'000},

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The serving loop, as the datagrams show it that come back.
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -129,7 +131,7 @@ TEST_F(KtUDPDaemonServing, EveryDatagramIsCountedAndEveryAnswer) {
   EXPECT_EQ(daemon_.answered(), 3U + 1U);
 }
 
-// Log
+// ---- Log ----
 
 TEST_F(KtUDPDaemonServing, LogLinesAreToTheLetterAndInOrder) {
   LogCapture log;
@@ -169,8 +171,9 @@ TEST_F(KtUDPDaemonServing, ALoggedRequestEndsAtTheNulOfAnEarlierOne) {
   LogCapture log;
   const test::ServedDaemon served(daemon_);
   const RawSocket socket;
-  for (const char *bytes : {"0123456789", "short", "abc"})
+  for (const char *bytes : {"0123456789", "short", "abc"}) {
     socket.send(bytes, daemon_.port());
+  }
   EXPECT_TRUE(log.waitFor("Received request\nabcrt 3"));
 }
 
@@ -181,7 +184,7 @@ TEST_F(KtUDPDaemonServing, PercentSignsOfARequestAreLoggedAsTheyStand) {
   EXPECT_EQ(log.count("Received request\n%d %@ %s %n 12"), 1U);
 }
 
-// Exceptions
+// ---- Exceptions ----
 
 TEST_F(KtUDPDaemonServing, APacketThatIsNoDictionaryLeavesItAndServingGoesOn) {
   test::ServedDaemon served(daemon_);
@@ -216,7 +219,7 @@ TEST_F(KtUDPDaemonServing, WithoutADelegateDiscoveryIsAnsweredAllTheSame) {
   EXPECT_EQ(served.stop().size(), 1U);
 }
 
-// Sizes
+// ---- Sizes ----
 
 // The keyword of a request that is so many bytes long; 0 when no request is.
 std::size_t keywordLength(std::size_t size, bool terminated) {
@@ -245,8 +248,9 @@ TEST_F(KtUDPDaemonServing, RequestsOfEverySizeAreReadWithAndWithoutNul) {
   const test::ServedDaemon served(daemon_);
   const RawSocket socket;
   std::vector<std::size_t> sizes{65505, 65506, 65507};
-  for (std::size_t size = 0; size <= 300; ++size)
+  for (std::size_t size = 0; size <= 300; ++size) {
     sizes.push_back(size);
+  }
   for (const std::size_t size : sizes) {
     for (const bool terminated : {false, true}) {
       const std::string bytes = requestOfSize(size, terminated);

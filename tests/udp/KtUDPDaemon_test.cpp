@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A server's set-up, its port and its answers, as far as no datagram is involved.
 // KtUDPDaemon_serving_test.cpp has the loop.
 #include "kt/udp/KtUDPDaemon.h"
@@ -30,7 +32,7 @@ using test::EchoDelegate;
 using test::Kind;
 using test::LogCapture;
 
-// Set-up
+// ---- Set-up ----
 
 TEST(KtUDPDaemon, BeginsWithTheDefaults) {
   const KtUDPDaemon daemon;
@@ -66,7 +68,7 @@ TEST(KtUDPDaemon, SetDelegateGivesTheServerBack) {
   EXPECT_EQ(&daemon.setDelegate(nullptr), &daemon);
 }
 
-// Uniqueness
+// ---- Uniqueness ----
 
 // Stands in for the client; the test says what it finds and sees what it was told.
 struct FakeClient {
@@ -173,7 +175,7 @@ TEST(KtUDPDaemon, OnlyAServerOfTheSameSignatureOnAPortOfTheListStandsInTheWay) {
   EXPECT_EQ(third.port(), 5600);
 }
 
-// The port
+// ---- The port ----
 
 TEST(KtUDPDaemon, BindsTheFirstPortThatIsFree) {
   const test::RawSocket first(4798);
@@ -268,7 +270,7 @@ TEST(KtUDPDaemon, UnregisteredItDoesNotServe) {
   EXPECT_EQ(log.lines(), test::Lines{});
 }
 
-// Answers
+// ---- Answers ----
 
 // What becomes of a request.
 enum class Outcome { silence, bare, identification, delegated, badPacket };
@@ -406,7 +408,7 @@ TEST(KtUDPDaemon, DiscoveryIsAnsweredWithoutTheDelegate) {
   EXPECT_THROW((void)daemon.replyFor(statusRequest), std::runtime_error);
 }
 
-// Delegates
+// ---- Delegates ----
 
 const Dictionary yes{{"Answer", "yes"}};
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/udp/Socket.h"
 
 #include <fcntl.h>
@@ -44,7 +46,7 @@ Socket boundSocket() {
   return socket;
 }
 
-// Ownership
+// ---- Ownership ----
 
 TEST(Socket, WithoutADescriptorEveryCallFails) {
   Socket socket;
@@ -97,7 +99,7 @@ TEST(Socket, WithoutFreeDescriptorsThereIsNone) {
   EXPECT_EQ(socket.descriptor(), -1);
 }
 
-// Ports and datagrams
+// ---- Ports and datagrams ----
 
 TEST(Socket, BindsAPortOnEveryInterfaceUnlessItIsTaken) {
   Socket first = boundSocket();
@@ -165,7 +167,7 @@ TEST(Socket, BroadcastNeedsToBeAllowed) {
   EXPECT_TRUE(listener.receive());
 }
 
-// Waiting
+// ---- Waiting ----
 
 TEST(ReadSet, AWaitEndsWhenThereIsADatagramAndDoesNotTakeIt) {
   Socket socket = boundSocket();
@@ -245,20 +247,22 @@ TEST(ReadSet, HasRoomForAnyDescriptor) {
   Socket low = boundSocket();
   // The next socket gets the lowest free descriptor: all below are filled up.
   std::vector<int> fillers;
-  for (int filler = 0; filler < 1500;)
+  for (int filler = 0; filler < 1500;) {
     fillers.push_back(filler = ::dup(low.descriptor()));
+  }
   Socket high = boundSocket();
   ASSERT_GT(high.descriptor(), 1500);
   const timeval limit = limitOf(20);
   EXPECT_EQ(ReadSet(high).wait(&limit), 0);
   ASSERT_TRUE(low.send({}, test::loopback(high.boundPort())));
   EXPECT_EQ(ReadSet(high).wait(&limit), 1);
-  for (const int filler : fillers)
+  for (const int filler : fillers) {
     ::close(filler);
+  }
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
 }
 
-// Names
+// ---- Names ----
 
 TEST(LookUpHost, TellsIPv4FromOtherHostsAndFromNone) {
   const test::HostsFile hosts("10.9.8.7 amber\nfd00::7 sapphire\nfd00::8 both\n10.9.8.8 both\n");

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Listings of file systems that this machine may not have: the tests stand in for the system's call
 // that lists a directory. Outside them it is the system's own.
 #include "kt/walker/Listing.h"
@@ -79,8 +81,9 @@ TEST_F(KtWalkerListing, WithoutTypesIsWalkedAsOneWithThem) {
 
 TEST_F(KtWalkerListing, InManySmallPiecesIsWhole) {
   Tree tree;
-  for (int number = 0; number < 500; ++number)
+  for (int number = 0; number < 500; ++number) {
     tree.add(std::to_string(number) + ".txt");
+  }
   const Paths found = foundBelow(tree.root(), {"txt"});
   const int callsAtOnce = std::exchange(play_.calls, 0);
   play_.room = 100;
@@ -115,8 +118,9 @@ TEST_F(KtWalkerListing, OfADirectoryIsReadOnce) {
 TEST_F(KtWalkerListing, LargerThanOneCallsRoomKeepsThoseOfTheParents) {
   Tree tree{"0/a.txt", "9/b.txt"};
   const std::string longName(200, 'n');
-  for (int number = 0; number < 1000; ++number)
+  for (int number = 0; number < 1000; ++number) {
     tree.add("5/" + longName + std::to_string(number) + ".txt");
+  }
   EXPECT_EQ(foundBelow(tree.root(), {"txt"}).size(), 1002U);
 }
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Delegates that write down what a walker tells and asks them. For one thread at a time.
 #ifndef KT_TESTS_WALKER_RECORDERS_H
 #define KT_TESTS_WALKER_RECORDERS_H

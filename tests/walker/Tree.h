@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Trees of files that a test makes and that are gone behind it. For one thread at a time.
 #ifndef KT_TESTS_WALKER_TREE_H
 #define KT_TESTS_WALKER_TREE_H
@@ -25,8 +27,9 @@ class Tree {
   Tree(std::initializer_list<const char *> paths = {})
       : root_(testing::TempDir() + "kt-walker-XXXXXX") {
     if (mkdtemp(root_.data()) == nullptr) throw std::runtime_error("no scratch folder " + root_);
-    for (const std::string path : paths)
+    for (const std::string path : paths) {
       add(path);
+    }
   }
   Tree(const Tree &) = delete;
   Tree &operator=(const Tree &) = delete;

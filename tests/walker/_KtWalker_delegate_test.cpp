@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What a walker asks of its delegate, and what its answers do.
 #include <gtest/gtest.h>
 
@@ -26,7 +28,7 @@ class KtWalkerDelegate : public testing::Test {
   _KtWalker walker_;
 };
 
-// Which methods it has
+// ---- Which methods it has ----
 
 struct Mute {};
 
@@ -213,7 +215,7 @@ TEST_F(KtWalkerDelegate, IsAskedBeforeItIsToldOfTheDirectory) {
   EXPECT_EQ(askedWhenTold, 1);
 }
 
-// State between calls
+// ---- State between calls ----
 
 TEST_F(KtWalkerDelegate, AnAbortThatStandsLeavesWalkDirectoryItsOwnPathOnly) {
   const Tree tree{"x.txt/a.txt"};
@@ -277,7 +279,7 @@ TEST_F(KtWalkerDelegate, WalkTreesClearsAnAbortEvenWithoutTrees) {
   EXPECT_FALSE(walker_.aborted());
 }
 
-// What it does meanwhile
+// ---- What it does meanwhile ----
 
 TEST_F(KtWalkerDelegate, ThatThrowsEndsTheWalkAndTheWalkerCanBeUsedAgain) {
   const Tree tree{"a.txt", "d/b.txt"};

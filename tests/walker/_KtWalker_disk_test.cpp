@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Trees as disks have them: odd names, long paths, links and cycles of links, what may not be read
 // and what vanishes, many files, several walkers.
 #include <gtest/gtest.h>
@@ -22,7 +24,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Names
+// ---- Names ----
 
 TEST(KtWalkerDisk, NamesAreBytes) {
   Tree tree;
@@ -56,7 +58,7 @@ TEST(KtWalkerDisk, TheLongestNamesAreWhole) {
   EXPECT_EQ(foundBelow(tree.root(), {"txt"}), Paths{tree.at(directory + '/' + file)});
 }
 
-// Paths
+// ---- Paths ----
 
 // Makes the file a.txt, whose path has `size` bytes, at the end of a chain of directories of the
 // name `step`. Gives the folder that it is in.
@@ -100,7 +102,7 @@ TEST(KtWalkerDisk, APathLargerThanTheSystemTakesIsNoDirectory) {
             (Paths{folder + "/a.txt", folder + "/longer.txt"}));
 }
 
-// Links
+// ---- Links ----
 
 TEST(KtWalkerDisk, ALinkToADirectoryIsEnteredAndOneToAFileIsAFile) {
   Tree tree{"real/a.txt"};
@@ -145,15 +147,17 @@ TEST(KtWalkerDisk, ACycleOfOneLinkEndsWithTheSystemsLimitOfLinksInAPath) {
   // the links that it has followed twice. Not every time.
   constexpr int attempts = 10;
   Paths found;
-  for (int attempt = 0; attempt < attempts && found.size() != expected.size(); ++attempt)
+  for (int attempt = 0; attempt < attempts && found.size() != expected.size(); ++attempt) {
     found = sorted(foundBelow(tree.root(), {"txt"}));
+  }
   EXPECT_EQ(found, sorted(expected));
 }
 
 TEST(KtWalkerDisk, ACycleOfManyLinksIsLeftByAnAbort) {
   Tree tree{"a.txt"};
-  for (const char *name : {"1", "2", "3"})
+  for (const char *name : {"1", "2", "3"}) {
     tree.link(name, ".");
+  }
   std::size_t count = 0;
   struct Counter {
     bool fileFound(const std::string &) { return ++count < 10'000; }
@@ -166,7 +170,7 @@ TEST(KtWalkerDisk, ACycleOfManyLinksIsLeftByAnAbort) {
   EXPECT_EQ(count, 10'000U);
 }
 
-// What may not be read
+// ---- What may not be read ----
 
 // What `act` gives in a process of its own that has no privileges.
 Paths asUnprivileged(const std::function<Paths()> &act) {
@@ -176,8 +180,9 @@ Paths asUnprivileged(const std::function<Paths()> &act) {
   if (child == 0) {
     constexpr uid_t nobody = 65534;
     if (geteuid() == 0 && (setgid(nobody) != 0 || setuid(nobody) != 0)) _exit(1);
-    for (const std::string &path : act())
+    for (const std::string &path : act()) {
       if (write(ends[1], path.c_str(), path.size() + 1) < 0) _exit(1);
+    }
     _exit(0);
   }
   close(ends[1]);
@@ -237,14 +242,15 @@ TEST_F(KtWalkerUnreadable, ADirectoryThatMayNotBeReadIsADirectoryWithoutContents
             (Paths{"directory", "nothing"}));
 }
 
-// What vanishes
+// ---- What vanishes ----
 
 TEST(KtWalkerDisk, ADirectoryThatVanishesDuringTheWalkIsPassedOver) {
   const Tree tree{"d/a.txt", "e/a.txt", "f/a.txt"};
   Finder finder;
   finder.answer = [&](const std::string &path) {
-    for (const char *name : {"d", "e", "f"})
+    for (const char *name : {"d", "e", "f"}) {
       if (!path.starts_with(tree.at(name))) fs::remove_all(tree.at(name));
+    }
     return true;
   };
   _KtWalker walker;
@@ -286,7 +292,7 @@ TEST(KtWalkerDisk, ADirectoryMovedAwayDuringTheWalkIsNotFollowed) {
   EXPECT_EQ(finder.found, Paths{tree.at("root.txt")});
 }
 
-// Many
+// ---- Many ----
 
 Paths foundByFind(const std::string &root) {
   const std::string command = "find '" + root + "' -name '*.txt'";
@@ -314,8 +320,9 @@ class KtWalkerManyFiles : public testing::Test {
       const std::string folder =
           tree->at(digits.substr(1, 2) + '/' + digits.substr(3, 1) + '/' + digits.substr(4));
       fs::create_directories(folder);
-      for (int file = 0; file < 50; ++file)
+      for (int file = 0; file < 50; ++file) {
         touch(folder + '/' + std::to_string(file) + (file % 2 == 0 ? ".txt" : ".dat"));
+      }
     }
   }
   static void TearDownTestSuite() { tree.reset(); }

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "kt/walker/_KtWalker.h"
 
 #include <dirent.h>
@@ -20,7 +22,7 @@ bool accepts(const std::string &type, std::string_view path) {
   return walker.isAcceptableFile(path);
 }
 
-// Types
+// ---- Types ----
 
 TEST(KtWalker, IsRecursiveAndNotAbortedWhenNew) {
   const _KtWalker walker;
@@ -45,10 +47,13 @@ TEST(KtWalker, TypesAreComparedToTheLetter) {
 }
 
 TEST(KtWalker, AnExtensionIsWhatStandsBehindTheLastDotOfTheLastComponent) {
-  for (const char *path : {"a.b.txt", ".txt", "..txt", "/d.c/a.txt", "a.txt/", "a.txt///", "/.txt"})
+  for (const char *path :
+       {"a.b.txt", ".txt", "..txt", "/d.c/a.txt", "a.txt/", "a.txt///", "/.txt"}) {
     EXPECT_TRUE(accepts("txt", path)) << path;
-  for (const char *path : {"txt", "a.txt.b", "a.txt/b", "/d.txt/a", "a.txt.", "a.txt ", "a/txt"})
+  }
+  for (const char *path : {"txt", "a.txt.b", "a.txt/b", "/d.txt/a", "a.txt.", "a.txt ", "a/txt"}) {
     EXPECT_FALSE(accepts("txt", path)) << path;
+  }
 }
 
 TEST(KtWalker, AnEmptyExtensionIsAcceptedByTheEmptyTypeOnly) {
@@ -69,7 +74,7 @@ TEST(KtWalker, EachOfSeveralTypesIsAcceptedAndNewTypesReplaceTheOld) {
   EXPECT_TRUE(walker.isAcceptableFile("a.c"));
 }
 
-// Looking at the disk
+// ---- Looking at the disk ----
 
 TEST(KtWalker, ALinkToADirectoryIsADirectory) {
   Tree tree{"directory/file"};
@@ -80,8 +85,9 @@ TEST(KtWalker, ALinkToADirectoryIsADirectory) {
   const _KtWalker walker;
   EXPECT_TRUE(walker.isDirectoryAtAbsolutePath(tree.at("directory")));
   EXPECT_TRUE(walker.isDirectoryAtAbsolutePath(tree.at("to-directory")));
-  for (const char *path : {"directory/file", "to-file", "to-nothing", "to-itself", "missing"})
+  for (const char *path : {"directory/file", "to-file", "to-nothing", "to-itself", "missing"}) {
     EXPECT_FALSE(walker.isDirectoryAtAbsolutePath(tree.at(path))) << path;
+  }
 }
 
 TEST(KtWalker, APathWithANulNamesNothing) {
@@ -112,8 +118,9 @@ Paths listed(const std::string &path) {
 
 TEST(KtWalker, ContentsComeInTheFileSystemsOrder) {
   Tree tree;
-  for (int number = 0; number < 1000; ++number)
+  for (int number = 0; number < 1000; ++number) {
     tree.add(std::to_string(number * 7919 % 1000) + ".txt");
+  }
   const _KtWalker walker;
   EXPECT_EQ(walker.directoryContentsAtPath(tree.root()), listed(tree.root()));
 }
@@ -127,7 +134,7 @@ TEST(KtWalker, ContentsOfAnEmptyDirectoryAreEmptyAndOfNoneAreNothing) {
   EXPECT_FALSE(walker.directoryContentsAtPath(""));
 }
 
-// Walking
+// ---- Walking ----
 
 TEST(KtWalker, OfTheTypeTxtOnlySuchFilesAreReportedWithTheirFullPath) {
   const Tree tree{"a.txt", "b.TXT", "c"};
@@ -165,8 +172,9 @@ TEST(KtWalker, ATreeIsWalkedBeforeItsDirectorysNextEntry) {
   Paths expected;
   for (const std::string &name : listed(tree.root())) {
     if (name.ends_with(".txt")) expected.push_back(tree.at(name));
-    for (const std::string &path : foundBelow(tree.at(name), {"txt"}))
+    for (const std::string &path : foundBelow(tree.at(name), {"txt"})) {
       if (!name.ends_with(".txt")) expected.push_back(path);
+    }
   }
   EXPECT_EQ(found, expected);
   EXPECT_EQ(found.size(), 6U);
@@ -196,8 +204,9 @@ TEST(KtWalker, TheSystemsRootIsJoinedWithOneSlashToo) {
   walker.setRecursive(false);
   walker.walkTree("//");
   Paths expected{"//"};
-  for (const std::string &name : listed("/"))
+  for (const std::string &name : listed("/")) {
     if (name.find('.') == std::string::npos) expected.push_back('/' + name);
+  }
   EXPECT_EQ(finder.found, expected);
 }
 

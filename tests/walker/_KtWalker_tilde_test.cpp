@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Tildes at the front of a path: walkTrees expands them, everything else takes them literally.
 #include <gtest/gtest.h>
 #include <pwd.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Whole walks compared, step by step, with a walk that does it the long way round: it looks at each
 // entry by its path and trusts no listing with more than names. What the delegate is told and asked
 // must be the same, in the same order, wherever it aborts.

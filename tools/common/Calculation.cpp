@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/common/Calculation.h"
 
 #include <algorithm>
@@ -117,8 +119,9 @@ Integer Calculation::factorial(const Integer &a) {
   constexpr std::uint64_t stepsPerFactor = 150;
   spend(plainOperation + static_cast<std::uint64_t>(last) * stepsPerFactor);
   Integer result = 1;
-  for (int factor = 2; factor <= last; ++factor)
+  for (int factor = 2; factor <= last; ++factor) {
     result *= factor;
+  }
   return result;
 }
 

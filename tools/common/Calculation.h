@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Integer arithmetic on a budget. Every operation says what it will cost before it begins, counted
 // from the sizes of its operands, and is refused when more has been spent than is allowed; no clock
 // is asked, so that the same numbers are refused everywhere. One object for one expression, on one

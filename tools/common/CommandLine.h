@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the command lines of the programs have in common: the options that say which server is
 // meant, how an option's text is checked, and how a wrong command line ends. For the main thread,
 // while the program starts.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A client whose discovery may be sent to a given address instead of the broadcast address. Lives
 // and is used as KtUDPClient.
 #ifndef KT_TOOLS_COMMON_DIRECTEDCLIENT_H

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/common/Evaluator.h"
 
 #include <algorithm>
@@ -19,7 +21,7 @@ namespace {
 // the stack and the memory: a number takes about 600 bytes.
 constexpr std::size_t mostLevels = 64;
 
-// ---- What there is to compute ---------------------------------------------------------------
+// ---- What there is to compute ----
 
 struct BinaryOperator {
   std::string_view symbol;
@@ -81,7 +83,7 @@ std::string described(const Token &token) {
   return "'" + visible(token.text.substr(0, enough)) + "...'";
 }
 
-// ---- Reading and computing at once ----------------------------------------------------------
+// ---- Reading and computing at once ----
 
 class Evaluation {
  public:
@@ -185,8 +187,9 @@ Integer Evaluation::binary(int lowest) {
 Integer Evaluation::unary() {
   const Token first = tokens_.next();
   bool negative = false;
-  for (; isNext("-"); tokens_.take())
+  for (; isNext("-"); tokens_.take()) {
     negative = !negative;
+  }
   Integer value = power();
   if (!negative) return value;
   return computeAt(first, [&] { return calculation_.opposite(value); });

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Arithmetic on whole numbers, written as people write it, for the programs. What an expression may
 // hold, from what binds most loosely to what binds tightest:
 //

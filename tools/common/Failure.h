@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The two ways in which a program of this folder fails. Functions throw them; main prints the text
 // on standard error and ends with the status that goes with it. Texts may have several lines; what
 // came from outside stands in them escaped (Visible.h).

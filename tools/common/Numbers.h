@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The numbers and addresses of a command line, read strictly: the whole text counts, without white
 // space or a plus sign, and what does not fit is nothing. Functions without state.
 #ifndef KT_TOOLS_COMMON_NUMBERS_H

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Lines on standard output that arrive or fail. Any thread may print; lines stay whole.
 #ifndef KT_TOOLS_COMMON_OUTPUT_H
 #define KT_TOOLS_COMMON_OUTPUT_H

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/common/Paths.h"
 
 #include <dirent.h>
@@ -37,8 +39,9 @@ std::string joined(std::string_view directory, std::string_view name) {
 
 std::string extensionProblem(const std::string &text) {
   if (text.find('.') != std::string::npos) return inQuotes(text) + " is no extension: it has a dot";
-  if (text.find('/') != std::string::npos)
+  if (text.find('/') != std::string::npos) {
     return inQuotes(text) + " is no extension: it has a slash";
+  }
   return {};
 }
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Paths of files on their way: as bytes on the disk, as values in messages. Functions without
 // state.
 #ifndef KT_TOOLS_COMMON_PATHS_H

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Keeps the debug log from writing to a terminal what the network sent as it stands. The log
 // repeats datagrams unchanged, which is right for a file; a terminal would obey the control
 // characters in them. For the main thread, while the program starts, but for endProcess.

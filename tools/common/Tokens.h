@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The words of an arithmetic expression, one after the other: numbers, names and symbols. Views
 // into the expression, which must outlive them; nothing is copied and nothing can fail. One object
 // serves one thread.

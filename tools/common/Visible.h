@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Text from elsewhere made fit for a terminal: what comes out is printable ASCII, whatever went in,
 // so that no name or message from the network can move the cursor, change colours or forge a line.
 // The escapes are those of property-list text. Functions without state; any thread may call them.

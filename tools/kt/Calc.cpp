@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // kt calc: computes here.
 #include <cerrno>
 #include <cstdio>

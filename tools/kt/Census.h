@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Every server that answers a discovery request, where the client class takes the first one only.
 // The functions block as they say; any thread may call them.
 #ifndef KT_TOOLS_KT_CENSUS_H

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The subcommands of kt: each is one function in a file of its own; the table in main.cpp names
 // them all. Everything runs on the main thread but where a command says otherwise.
 #ifndef KT_TOOLS_KT_COMMAND_H

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/kt/Connection.h"
 
 #include <cerrno>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How the subcommands come to a server, and what they say when there is none or when it is silent.
 // For the thread that uses the client.
 #ifndef KT_TOOLS_KT_CONNECTION_H

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // kt eval: lets a server compute.
 #include <memory>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Shows people where reading stopped. A function without state.
 #ifndef KT_TOOLS_KT_EXCERPT_H
 #define KT_TOOLS_KT_EXCERPT_H

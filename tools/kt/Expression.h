@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the commands that compute have in common: their arguments, and how they say what is wrong
 // with an expression. For the main thread.
 #ifndef KT_TOOLS_KT_EXPRESSION_H

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // kt files: the files that a server serves, page after page.
 #include <unistd.h>
 
@@ -63,8 +65,9 @@ Page pageOf(const Dictionary &answer, std::int32_t offset) {
   page.total = valueIn(answer, "Total").intValue();
   const Array *files = valueIn(answer, "Files").asArray();
   if (files == nullptr) throw badAnswer("its Files are no array");
-  for (const PropertyList &file : *files)
+  for (const PropertyList &file : *files) {
     page.files.push_back(pathIn(file));
+  }
   if (const PropertyList *next = answer.find("Next")) page.next = next->intValue();
   // Else a server could keep a client asking for ever.
   if (page.next && *page.next <= offset) throw badAnswer("the next page is not behind this one");
@@ -75,8 +78,9 @@ Dictionary requestFor(const Arguments &arguments, std::int32_t offset) {
   Dictionary request{{std::string(keywordKey), "Files"}, {"Offset", offset}};
   if (arguments.types.empty()) return request;
   Array types;
-  for (const std::string &type : arguments.types)
+  for (const std::string &type : arguments.types) {
     types.push_back(pathValue(type));
+  }
   request["Types"] = types;
   return request;
 }

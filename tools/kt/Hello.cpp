@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // kt hello: finds a server, or every server.
 #include <memory>
 
@@ -47,8 +49,9 @@ std::vector<FoundServer> allServers(const Options &options) {
 
 int hello(bool all, const Options &options) {
   if (all) {
-    for (const FoundServer &server : allServers(options))
+    for (const FoundServer &server : allServers(options)) {
       print(server, options);
+    }
   } else {
     print(oneServer(options), options);
   }

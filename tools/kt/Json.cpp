@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/kt/Json.h"
 
 #include <string>
@@ -11,15 +13,17 @@ namespace {
 
 std::string hexadecimal(const Data &data) {
   std::string digits;
-  for (const std::byte byte : data)
+  for (const std::byte byte : data) {
     digits += kt::format("%02x", std::to_integer<int>(byte));
+  }
   return digits;
 }
 
 Json jsonOf(const Array &array) {
   Json elements = Json::array();
-  for (const PropertyList &element : array)
+  for (const PropertyList &element : array) {
     elements.push_back(tools::jsonOf(element));
+  }
   return elements;
 }
 
@@ -35,8 +39,9 @@ Json jsonOf(const PropertyList &value) {
 
 Json jsonOf(const Dictionary &dictionary) {
   Json object = Json::object();
-  for (const auto &[key, value] : dictionary)
+  for (const auto &[key, value] : dictionary) {
     object[key] = jsonOf(value);
+  }
   return object;
 }
 

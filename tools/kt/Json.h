@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Property lists as JSON, for programs that read kt's output. Functions without state.
 #ifndef KT_TOOLS_KT_JSON_H
 #define KT_TOOLS_KT_JSON_H

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // kt parse: property-list text from a file or standard input, printed in canonical form.
 #include <array>
 #include <cerrno>

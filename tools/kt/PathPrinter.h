@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Paths on standard output, many of them: written in blocks, but none is kept back for long. For
 // the main thread.
 #ifndef KT_TOOLS_KT_PATHPRINTER_H

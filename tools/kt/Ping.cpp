@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // kt ping: round trips of Echo, until their number is reached or Ctrl-C.
 #include <pthread.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/kt/PingReport.h"
 
 #include <utility>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What a ping prints: a line for each round trip and a summary at the end. The thread that pings
 // and the one that waits for Ctrl-C share it: any thread may call it.
 #ifndef KT_TOOLS_KT_PINGREPORT_H

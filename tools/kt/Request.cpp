@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/kt/Request.h"
 
 #include <string_view>
@@ -39,8 +41,9 @@ void addEntry(Dictionary &packet, const std::string &entry) {
 
 Dictionary requestOf(const std::string &keyword, const std::vector<std::string> &entries) {
   Dictionary packet{{std::string(keywordKey), keyword}};
-  for (const std::string &entry : entries)
+  for (const std::string &entry : entries) {
     addEntry(packet, entry);
+  }
   return packet;
 }
 

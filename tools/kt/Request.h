@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Requests as a command line names them. Functions without state.
 #ifndef KT_TOOLS_KT_REQUEST_H
 #define KT_TOOLS_KT_REQUEST_H

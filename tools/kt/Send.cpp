@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // kt send: one request and its answer.
 #include <memory>
 

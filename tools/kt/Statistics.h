@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The figures at the end of a ping. A function without state.
 #ifndef KT_TOOLS_KT_STATISTICS_H
 #define KT_TOOLS_KT_STATISTICS_H

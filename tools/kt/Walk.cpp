@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // kt walk: the files of some types in trees of directories, on this machine.
 #include <csignal>
 #include <filesystem>

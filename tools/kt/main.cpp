@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // kt: a client for KtUDPDaemon. Reads the command line, runs the subcommand that it names and turns
 // what that throws into a text and a status.
 #include <array>
@@ -80,8 +82,9 @@ int runGuarded(const CLI::App &app, const Options &options, const Action &action
 
 int refuseWithoutCommand(const Options &) {
   std::string names;
-  for (const Command &command : commands)
+  for (const Command &command : commands) {
     names += std::string(names.empty() ? "" : ", ") + command.name;
+  }
   throw Misuse("a command is needed: " + names);
 }
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What ktd answers: the delegate of its server. It finds the kind that a request names and sees to
 // it that what leaves the server is fit to leave. Used on the serving thread.
 #ifndef KT_TOOLS_KTD_ANSWERS_H

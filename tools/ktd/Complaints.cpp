@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/ktd/Complaints.h"
 
 #include <unistd.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // ktd's lines on standard error about requests that failed, kept to a bearable number. Any thread
 // may use it.
 #ifndef KT_TOOLS_KTD_COMPLAINTS_H

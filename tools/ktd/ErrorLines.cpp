@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/ktd/ErrorLines.h"
 
 #include "kt/foundation/Format.h"

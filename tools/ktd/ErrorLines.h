@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Keeps a flood of errors from flooding the terminal or the disk: at most ten lines within any
 // second, then silence for a second, then one line that says how many were left out. It is given
 // the time and gives back text, so it neither waits nor writes; one thread at a time may use it.

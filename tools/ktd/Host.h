@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The server of ktd: registers as its options say, announces itself and serves. Runs on one thread,
 // which it keeps.
 #ifndef KT_TOOLS_KTD_HOST_H

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How large a reply becomes. A function without state.
 #ifndef KT_TOOLS_KTD_REPLYSIZE_H
 #define KT_TOOLS_KTD_REPLYSIZE_H

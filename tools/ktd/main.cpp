@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // ktd: a host for KtUDPDaemon. The server has a thread of its own; the main thread waits for the
 // signals that end the process.
 #include <pthread.h>

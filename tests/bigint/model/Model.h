@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The plain model of the big integers: every function of the family, one word and one bit at a time
 // and in the plainest order of steps, over a record of its own. It shares nothing with the library,
 // so that a result which both give is worth something, and it is slow: the library is what is fast.
@@ -6,8 +8,8 @@
 // library leaves open is the capacity of the composed functions (product, quotient, remainder,
 // power, decode): the model's is the largest that is allowed. An assertion is a thrown
 // FailedAssertion. A record serves one thread at a time.
-#ifndef TESTS_BIGINT_MODEL_MODEL_H
-#define TESTS_BIGINT_MODEL_MODEL_H
+#ifndef KT_TESTS_BIGINT_MODEL_MODEL_H
+#define KT_TESTS_BIGINT_MODEL_MODEL_H
 
 #include <cstdint>
 #include <stdexcept>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Products one word of the multiplier at a time, quotients one bit at a time.
 #include <algorithm>
 
@@ -38,7 +40,7 @@ void product(const Int *multiplicand, const Int *multiplier, Int *c) {
 }  // namespace
 
 void mulS(Int *a, Word s) {
-  require(a, unit, 193, "a != NULL");
+  require(a != nullptr, unit, 193, "a != NULL");
   setMinLengthToSpare(a, a->length + 1);
   std::uint32_t carry = 0;
   for (std::int64_t i = 0; i < a->length; ++i) {
@@ -53,7 +55,8 @@ void mulS(Int *a, Word s) {
 }
 
 void mul(const Int *a, const Int *b, Int *c) {
-  require(a && b && c, unit, 450, "a != NULL && b != NULL && c != NULL");
+  require((a != nullptr) && (b != nullptr) && (c != nullptr), unit, 450,
+          "a != NULL && b != NULL && c != NULL");
   if (c != a && c != b) {
     product(a, b, c);
   } else {
@@ -67,14 +70,16 @@ void mul(const Int *a, const Int *b, Int *c) {
 }
 
 void mod(const Int *a, Int *b, Int *c) {
-  require(a && b && c, unit, 483, "a != NULL && b != NULL && c != NULL");
+  require((a != nullptr) && (b != nullptr) && (c != nullptr), unit, 483,
+          "a != NULL && b != NULL && c != NULL");
   require(!zero(b), unit, 484, "!_KtIntZero(b)");
   Int t = allocUnlimited();
   abs(b, &t);
   abs(a, c);
   std::int32_t rounds = 1;
-  for (; gt(c, &t); rounds += 16)
+  for (; gt(c, &t); rounds += 16) {
     blockShiftLeft(&t, 1);
+  }
   for (; rounds > 0; --rounds) {
     if (le(&t, c)) sub(c, &t, c);
     shiftRight(&t, 1);
@@ -82,8 +87,10 @@ void mod(const Int *a, Int *b, Int *c) {
 }
 
 void div(const Int *dividend, Int *divisor, Int *quotient, Int *remainder) {
-  require(dividend && divisor, unit, 497, "dividend != NULL && divisor != NULL");
-  require(quotient && remainder, unit, 498, "quotient != NULL && remainder != NULL");
+  require((dividend != nullptr) && (divisor != nullptr), unit, 497,
+          "dividend != NULL && divisor != NULL");
+  require((quotient != nullptr) && (remainder != nullptr), unit, 498,
+          "quotient != NULL && remainder != NULL");
   require(quotient != remainder, unit, 499, "quotient != remainder");
   require(!zero(divisor), unit, 500, "!_KtIntZero(divisor)");
   Int t = allocUnlimited();
@@ -91,8 +98,9 @@ void div(const Int *dividend, Int *divisor, Int *quotient, Int *remainder) {
   abs(dividend, remainder);
   setValue(quotient, 0);
   std::int32_t rounds = 1;
-  for (; gt(remainder, &t); rounds += 16)
+  for (; gt(remainder, &t); rounds += 16) {
     blockShiftLeft(&t, 1);
+  }
   for (; rounds > 0; --rounds) {
     shiftLeft(quotient, 1);
     if (le(&t, remainder)) {
@@ -108,7 +116,7 @@ void div(const Int *dividend, Int *divisor, Int *quotient, Int *remainder) {
 }
 
 void powS(Int *a, Word e) {
-  require(a, unit, 215, "a != NULL");
+  require(a != nullptr, unit, 215, "a != NULL");
   const bool negativePower = a->negative && e % 2 == 1;
   Int base = alloc(0);
   Int accumulator = alloc(0);

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Shifts by words and by bits, and what is done with the highest bit.
 #include <array>
 #include <cstddef>
@@ -14,18 +16,21 @@ constexpr const char *one = "a != NULL";
 
 std::array<std::int8_t, 256> makeMsbTable() {
   std::array<std::int8_t, 256> table{};
-  for (std::size_t x = 2; x < table.size(); ++x)
+  for (std::size_t x = 2; x < table.size(); ++x) {
     table[x] = static_cast<std::int8_t>(table[x / 2] + 1);
+  }
   return table;
 }
 
 // The words go up by n places, zeros come in below.
 void moveUp(Int *a, std::int64_t n) {
   haveWords(a, a->length + n);
-  for (std::int64_t k = a->length - 1; k >= 0; --k)
+  for (std::int64_t k = a->length - 1; k >= 0; --k) {
     a->digits[static_cast<std::size_t>(k + n)] = a->digits[static_cast<std::size_t>(k)];
-  for (std::int64_t k = 0; k < n; ++k)
+  }
+  for (std::int64_t k = 0; k < n; ++k) {
     a->digits[static_cast<std::size_t>(k)] = 0;
+  }
 }
 
 // The shifts themselves, whose counts have 64 bits so that each has a negation.
@@ -52,8 +57,9 @@ void blocksRight(Int *a, std::int64_t n) {
   shorten(a);
   if (a->length <= n) return setToZero(a);
   a->length -= n;
-  for (std::int64_t k = 0; k < a->length; ++k)
+  for (std::int64_t k = 0; k < a->length; ++k) {
     a->digits[static_cast<std::size_t>(k)] = a->digits[static_cast<std::size_t>(k + n)];
+  }
 }
 
 void bitsLeft(Int *a, std::int64_t n) {
@@ -96,46 +102,47 @@ std::int32_t highestBit(Word word) {
 }
 
 void blockShiftLeft(Int *a, std::int32_t n) {
-  require(a, unit, 276, one);
+  require(a != nullptr, unit, 276, one);
   blocksLeft(a, n);
 }
 
 void blockShiftRight(Int *a, std::int32_t n) {
-  require(a, unit, 296, one);
+  require(a != nullptr, unit, 296, one);
   blocksRight(a, n);
 }
 
 void shiftLeft(Int *a, std::int32_t n) {
-  require(a, unit, 324, one);
+  require(a != nullptr, unit, 324, one);
   bitsLeft(a, n);
 }
 
 void shiftRight(Int *a, std::int32_t n) {
-  require(a, unit, 354, one);
+  require(a != nullptr, unit, 354, one);
   bitsRight(a, n);
 }
 
 std::int32_t log2(Int *a) {
-  require(a, logUnit, 30, one);
+  require(a != nullptr, logUnit, 30, one);
   shorten(a);
   const Word top = a->digits[static_cast<std::size_t>(a->length) - 1];
   return static_cast<std::int32_t>(16 * (a->length - 1)) + highestBit(top);
 }
 
 void exp2(Int *a, std::uint32_t n) {
-  require(a, logUnit, 40, one);
+  require(a != nullptr, logUnit, 40, one);
   const std::int64_t w = n >> 4;
   setMinLength(a, w + 1);
   const std::int64_t words = w + 1 <= maxLength ? w + 1 : (w + 1) % 256;
   if (words == 0) return setToZero(a);
   haveWords(a, words);
-  for (std::int64_t k = 0; k < words; ++k)
+  for (std::int64_t k = 0; k < words; ++k) {
     a->digits[static_cast<std::size_t>(k)] = static_cast<Word>(k == w ? 1U << (n % 16) : 0);
+  }
   a->length = words;
 }
 
 void clearHighBit(Int *a) {
-  require(a, logUnit, 55, one);
+  require(a != nullptr, logUnit, 55, one);
   shorten(a);
   Word &top = a->digits[static_cast<std::size_t>(a->length) - 1];
   top = static_cast<Word>(top & ~(1U << highestBit(top)));

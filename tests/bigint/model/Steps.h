@@ -1,6 +1,8 @@
+// SPDX-License-Identifier: MIT
+
 // What the model's files share and its users have no need of.
-#ifndef TESTS_BIGINT_MODEL_STEPS_H
-#define TESTS_BIGINT_MODEL_STEPS_H
+#ifndef KT_TESTS_BIGINT_MODEL_STEPS_H
+#define KT_TESTS_BIGINT_MODEL_STEPS_H
 
 #include "tests/bigint/model/Model.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The record: making, sizing, copying, loading, normal form.
 #include <algorithm>
 #include <utility>
@@ -26,8 +28,9 @@ void setMinLengthToSpare(Int *i, std::int64_t n) {
 
 bool setLength(Int *i, std::int64_t n) {
   if (!i->unlimited) {
-    while (n > maxLength && i->digits[static_cast<std::size_t>(n) - 1] == 0)
+    while (n > maxLength && i->digits[static_cast<std::size_t>(n) - 1] == 0) {
       --n;
+    }
     if (n % 256 == 0 && n > 0) {
       setToZero(i);
       return false;
@@ -63,8 +66,9 @@ void setMinLength(Int *i, std::int64_t n) {
 void shorten(Int *i) {
   require(i != nullptr, unit, 109, "i != NULL");
   std::int64_t k = i->length;
-  while (k > 1 && i->digits[static_cast<std::size_t>(k) - 1] == 0)
+  while (k > 1 && i->digits[static_cast<std::size_t>(k) - 1] == 0) {
     --k;
+  }
   i->length = k;
   if (i->length == 1 && i->digits[0] == 0) i->negative = 0;
 }
@@ -95,8 +99,9 @@ void copy(const Int *src, Int *dst) {
   haveWords(dst, src->length);
   dst->length = src->length;
   dst->negative = src->negative;
-  for (std::size_t k = 0; k < static_cast<std::size_t>(src->length); ++k)
+  for (std::size_t k = 0; k < static_cast<std::size_t>(src->length); ++k) {
     dst->digits[k] = src->digits[k];
+  }
 }
 
 void swap(Int *a, Int *b) {

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Sums, differences, signs.
 #include <algorithm>
 
@@ -50,8 +52,9 @@ void magnitudeDifference(const Int *larger, const Int *smaller, Int *c, std::uin
 bool magnitudeAtLeast(const Int *x, const Int *y) {
   if (x->length != y->length) return x->length > y->length;
   std::int64_t k = x->length - 1;
-  while (k > 0 && wordAt(x, k) == wordAt(y, k))
+  while (k > 0 && wordAt(x, k) == wordAt(y, k)) {
     --k;
+  }
   return k < 0 || wordAt(x, k) >= wordAt(y, k);
 }
 
@@ -100,7 +103,8 @@ void flip(Int *a, Word s, std::uint8_t sign) {
 }  // namespace
 
 void add(Int *a, Int *b, Int *c) {
-  require(a && b && c, unit, 378, "a != NULL && b != NULL && c != NULL");
+  require((a != nullptr) && (b != nullptr) && (c != nullptr), unit, 378,
+          "a != NULL && b != NULL && c != NULL");
   if (a->negative && b->negative) return magnitudeSum(a, b, c, 1);
   if (!a->negative && !b->negative) return magnitudeSum(a, b, c, 0);
   if (a->negative) return signedDifference(b, a, c);
@@ -108,7 +112,8 @@ void add(Int *a, Int *b, Int *c) {
 }
 
 void sub(Int *a, Int *b, Int *c) {
-  require(a && b && c, unit, 413, "a != NULL && b != NULL && c != NULL");
+  require((a != nullptr) && (b != nullptr) && (c != nullptr), unit, 413,
+          "a != NULL && b != NULL && c != NULL");
   if (a->negative && !b->negative) return magnitudeSum(a, b, c, 1);
   if (!a->negative && b->negative) return magnitudeSum(a, b, c, 0);
   if (a->negative) return signedDifference(b, a, c);
@@ -116,7 +121,7 @@ void sub(Int *a, Int *b, Int *c) {
 }
 
 void addS(Int *a, Word s) {
-  require(a, unit, 149, "a != NULL");
+  require(a != nullptr, unit, 149, "a != NULL");
   if (!a->negative) return addToMagnitude(a, s);
   shorten(a);
   if (a->length <= 1 && a->digits[0] <= s) return flip(a, s, 0);
@@ -124,7 +129,7 @@ void addS(Int *a, Word s) {
 }
 
 void subS(Int *a, Word s) {
-  require(a, unit, 170, "a != NULL");
+  require(a != nullptr, unit, 170, "a != NULL");
   if (a->negative) return addToMagnitude(a, s);
   shorten(a);
   if (a->length <= 1 && a->digits[0] < s) return flip(a, s, 1);
@@ -132,20 +137,20 @@ void subS(Int *a, Word s) {
 }
 
 void neg(const Int *a, Int *b) {
-  require(a && b, unit, 250, "a != NULL && b != NULL");
+  require((a != nullptr) && (b != nullptr), unit, 250, "a != NULL && b != NULL");
   copy(a, b);
   if (zero(b)) return;
   b->negative = b->negative ? 0 : 1;
 }
 
 void abs(const Int *a, Int *b) {
-  require(a && b, unit, 259, "a != NULL && b != NULL");
+  require((a != nullptr) && (b != nullptr), unit, 259, "a != NULL && b != NULL");
   copy(a, b);
   b->negative = 0;
 }
 
 std::int32_t sign(Int *a) {
-  require(a, unit, 267, "a != NULL");
+  require(a != nullptr, unit, 267, "a != NULL");
   if (zero(a)) return 0;
   return a->negative ? -1 : 1;
 }

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Text in the digits of an alphabet, one digit at a time.
 #include <algorithm>
 
@@ -6,7 +8,7 @@
 namespace model {
 
 std::string encode(const Int *v, const std::string &alphabet) {
-  require(v, "_KtEncoding", 38, "v != NULL");
+  require(v != nullptr, "_KtEncoding", 38, "v != NULL");
   Int magnitude = alloc(0);
   Int remainder = alloc(0);
   abs(v, &magnitude);

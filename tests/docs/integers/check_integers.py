@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """The examples of big integers print what the document says. The environment names the programs."""
 
 import os

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """What the page about the walker shows is what a walk finds: the worked example, the example
 program, a server's answer. The environment names the programs (KT, KTD) and the example (WALKER).
 """

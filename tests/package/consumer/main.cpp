@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A program of somebody else's, with one call into each library; prints what came of it.
 #include <kt/kt.h>
 

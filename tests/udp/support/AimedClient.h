@@ -1,6 +1,8 @@
+// SPDX-License-Identifier: MIT
+
 // Clients whose traffic stays between two sockets of this host.
-#ifndef KT_TESTS_UDP_AIMEDCLIENT_H
-#define KT_TESTS_UDP_AIMEDCLIENT_H
+#ifndef KT_TESTS_UDP_SUPPORT_AIMEDCLIENT_H
+#define KT_TESTS_UDP_SUPPORT_AIMEDCLIENT_H
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>

@@ -1,6 +1,8 @@
+// SPDX-License-Identifier: MIT
+
 // The kinds of value that a key may hold where another one belongs.
-#ifndef KT_TESTS_UDP_KINDS_H
-#define KT_TESTS_UDP_KINDS_H
+#ifndef KT_TESTS_UDP_SUPPORT_KINDS_H
+#define KT_TESTS_UDP_SUPPORT_KINDS_H
 
 #include <array>
 #include <cstddef>

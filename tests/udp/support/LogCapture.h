@@ -1,7 +1,9 @@
+// SPDX-License-Identifier: MIT
+
 // Switches the debug log on and collects its lines from standard error, without what the log puts
 // in front of them. Lives while the lines of interest are written; one at a time.
-#ifndef KT_TESTS_UDP_LOGCAPTURE_H
-#define KT_TESTS_UDP_LOGCAPTURE_H
+#ifndef KT_TESTS_UDP_SUPPORT_LOGCAPTURE_H
+#define KT_TESTS_UDP_SUPPORT_LOGCAPTURE_H
 
 #include <condition_variable>
 #include <mutex>

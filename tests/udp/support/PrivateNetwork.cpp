@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/udp/support/PrivateNetwork.h"
 
 #include <arpa/inet.h>

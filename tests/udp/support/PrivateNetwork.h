@@ -1,8 +1,10 @@
+// SPDX-License-Identifier: MIT
+
 // The network that the tests of this folder run in: one of their own, with nothing but a loopback
 // interface that takes broadcasts too (tests/private-network makes it). Including this header makes
 // the test program refuse to run anywhere else, because clients send to 255.255.255.255.
-#ifndef KT_TESTS_UDP_PRIVATENETWORK_H
-#define KT_TESTS_UDP_PRIVATENETWORK_H
+#ifndef KT_TESTS_UDP_SUPPORT_PRIVATENETWORK_H
+#define KT_TESTS_UDP_SUPPORT_PRIVATENETWORK_H
 
 #include <netinet/in.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/udp/support/RawSocket.h"
 
 #include <gtest/gtest.h>

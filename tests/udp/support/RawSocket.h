@@ -1,7 +1,9 @@
+// SPDX-License-Identifier: MIT
+
 // A UDP socket of the test's own: sends any bytes and sees the bytes that come back. Serves one
 // thread at a time.
-#ifndef KT_TESTS_UDP_RAWSOCKET_H
-#define KT_TESTS_UDP_RAWSOCKET_H
+#ifndef KT_TESTS_UDP_SUPPORT_RAWSOCKET_H
+#define KT_TESTS_UDP_SUPPORT_RAWSOCKET_H
 
 #include <netinet/in.h>
 

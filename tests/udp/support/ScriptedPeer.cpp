@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/udp/support/ScriptedPeer.h"
 
 #include <gtest/gtest.h>
@@ -63,8 +65,9 @@ Act fromElsewhere(const RawSocket &elsewhere, const kt::Dictionary &packet) {
 
 Act inTurn(std::vector<Act> acts) {
   return [acts = std::move(acts)](const Cue &cue) {
-    for (const Act &act : acts)
+    for (const Act &act : acts) {
       act(cue);
+    }
   };
 }
 

@@ -1,9 +1,11 @@
+// SPDX-License-Identifier: MIT
+
 // A peer that plays a written part: the first datagram that comes meets the first act, the second
 // one the second, and whatever comes behind the last act meets silence. Every datagram is kept.
 //
 //   ScriptedPeer server(4798, {identify(), silent(), wrongHandshake(), right()});
-#ifndef KT_TESTS_UDP_SCRIPTEDPEER_H
-#define KT_TESTS_UDP_SCRIPTEDPEER_H
+#ifndef KT_TESTS_UDP_SUPPORT_SCRIPTEDPEER_H
+#define KT_TESTS_UDP_SUPPORT_SCRIPTEDPEER_H
 
 #include <functional>
 #include <string>

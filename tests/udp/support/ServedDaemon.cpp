@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tests/udp/support/ServedDaemon.h"
 
 #include <gtest/gtest.h>

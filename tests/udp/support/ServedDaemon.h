@@ -1,7 +1,9 @@
+// SPDX-License-Identifier: MIT
+
 // A daemon that serves on a thread of its own for as long as the object lives. What leaves
 // processQueries is kept and the serving goes on, as a host does that means to survive it.
-#ifndef KT_TESTS_UDP_SERVEDDAEMON_H
-#define KT_TESTS_UDP_SERVEDDAEMON_H
+#ifndef KT_TESTS_UDP_SUPPORT_SERVEDDAEMON_H
+#define KT_TESTS_UDP_SUPPORT_SERVEDDAEMON_H
 
 #include <atomic>
 #include <string>

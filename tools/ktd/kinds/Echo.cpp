@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "tools/ktd/kinds/Kind.h"
 
 namespace kt::tools {

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include <algorithm>
 #include <chrono>
 #include <limits>
@@ -21,7 +23,7 @@ constexpr std::size_t mostTypes = 100;          // of one request; each file is 
 constexpr std::chrono::seconds longestWalk{5};  // other requests wait as long
 constexpr std::int32_t largestNumber = std::numeric_limits<std::int32_t>::max();
 
-// ---- The request
+// ---- The request ----
 
 // Says what is wrong with a request.
 class BadRequest : public std::runtime_error {
@@ -67,7 +69,7 @@ std::vector<std::string> typesFor(const Dictionary &request,
   return types;
 }
 
-// ---- The page
+// ---- The page ----
 
 // The walker's delegate: counts all files and keeps those of one page. A page ends where the
 // request, the datagram or the root ends it.

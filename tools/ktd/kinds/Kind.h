@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The kinds of requests that ktd answers. Each is one function in a file of its own; the table in
 // Kinds.cpp names them all. They run on the serving thread.
 #ifndef KT_TOOLS_KTD_KINDS_KIND_H

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include <array>
 
 #include "tools/ktd/kinds/Kind.h"
