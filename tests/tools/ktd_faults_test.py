@@ -8,7 +8,7 @@ import unittest
 
 from programs import Daemon, ProgramTest, envelope, identification, udp_socket
 
-FAULT = "ktd: a request failed: the request's data packet is no dictionary\n"
+FAULT = "ktd: a request failed: the request's data packet is not a dictionary\n"
 A, B = 4798, 4711
 
 
