@@ -12,9 +12,9 @@
 
 #include "kt/walker/Listing.h"
 
-// ---- Paths ----
-
 namespace {
+
+// ---- Paths ----
 
 std::string_view withoutTrailingSlashes(std::string_view path) {
   path.remove_suffix(path.size() - (path.find_last_not_of('/') + 1));
@@ -31,11 +31,7 @@ std::string_view extensionOf(std::string_view name) {
   return dot == std::string_view::npos ? std::string_view() : name.substr(dot + 1);
 }
 
-}  // namespace
-
 // ---- Tildes ----
-
-namespace {
 
 // Returns the home directory of the user that `look` finds in the user database, or nothing.
 // `look` is getpwnam_r or getpwuid_r with its first argument bound.

@@ -91,12 +91,12 @@ class _KtWalker {
   void fileFound(const std::string &path);
 
   // Walks the directory at `path`. Does not clear aborted() first.
-  // 1. Calls the delegate's wantsAbort and sets aborted() to its result.
+  // 1. Calls the delegate's wantsAbort, if any, and sets aborted() to its result.
   // 2. Lists the directory to its end. A path that is not a directory has no entries.
   // 3. Reports `path` itself, exactly as given, if it is acceptable. This happens even if the walk
   //    is aborted; the result of that report does not clear the abort.
-  // 4. Visits the entries until the walk is aborted. A subdirectory is walked as by
-  //    walkTree; any other path is reported if it is acceptable.
+  // 4. Visits the entries until the walk is aborted. If recursive(), a subdirectory is walked as by
+  //    walkTree. Any other path is reported if it is acceptable.
   //
   // The path of an entry is `path`, exactly one slash, and the entry's name. A subdirectory is
   // opened before wantsAbort is called for it. Cycles of links are not detected: they end at the
