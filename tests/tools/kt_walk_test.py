@@ -12,10 +12,10 @@ from programs import Program, ProgramTest, Terminal, kt
 
 
 class WalkTest(ProgramTest):
-    """A temporary directory tree to walk."""
+    """A temporary directory tree to walk: in memory, as some have thousands of files."""
 
     def setUp(self):
-        folder = tempfile.TemporaryDirectory()
+        folder = tempfile.TemporaryDirectory(dir="/dev/shm" if os.path.isdir("/dev/shm") else None)
         self.addCleanup(folder.cleanup)
         self.root = folder.name
 
