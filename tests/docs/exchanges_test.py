@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The exchanges in the documents are those of the programs: sessions, datagrams, the examples, and
+"""The documents show what the programs exchange and print: sessions, datagrams, the examples, and
 the peer in another language.
 
 Needs a namespace of its own for the host name. The environment names the programs (KT, KTD) and the
@@ -72,7 +72,7 @@ class Dumps(ProgramTest):
         return client.recv(65536)
 
     def assert_shown(self, name, datagram):
-        """The datagram is the one shown, except for the value of its handshake."""
+        """Asserts that the datagram is the one shown, except for the value of its handshake."""
         handshake = re.search(rb"_Handshake = \d+", self.shown(name)).group()
         datagram = re.sub(rb"_Handshake = \d+", handshake, datagram)
         self.assertEqual(dump(datagram), block(PROTOCOL, "dump", name))

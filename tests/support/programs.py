@@ -114,6 +114,7 @@ class Program:
     def close_output(self):
         """Lets the program write to a pipe that nobody reads any more."""
         self.process.stdout.close()
+        self._unread[self.process.stdout] = b""
 
     def send_signal(self, number):
         self.process.send_signal(number)
@@ -198,5 +199,5 @@ class ProgramTest(unittest.TestCase):
         self.assert_result(result, 2, "", f'{command}: {problem}\nTry "{command} --help".\n')
 
     def assert_printable(self, text):
-        """The text has only printable ASCII characters and line feeds."""
+        """Asserts that the text has only printable ASCII characters and line feeds."""
         self.assertEqual(re.findall(r"[^ -~\n]", text), [], repr(text))

@@ -37,8 +37,8 @@ class HostsTest(SystemTest):
         """Returns the results of a client on `host` that sends `count` requests."""
         return Requester(self, "--requests", count, host=host).results()
 
-    def expect_discovery_only(self, datagrams, sender):
-        """The bystander received one or two passes of discovery and none of the requests."""
+    def assert_discovery_only(self, datagrams, sender):
+        """Asserts that the bystander received one or two passes of discovery and no request."""
         passes = len(datagrams[0])
         self.assertIn(passes, (1, 2))
         for of_port in datagrams:
@@ -56,7 +56,7 @@ class KtUDPClient(HostsTest):
         self.assert_all_answered(results, 20)
         self.assertEqual(results.only("address"), f"{server.address}:4798")
         self.assertEqual(results.only("server"), server.name)
-        self.expect_discovery_only(heard(ears), client)
+        self.assert_discovery_only(heard(ears), client)
 
     # This host has no route to 255.255.255.255, only to the address of the name broadcasthost.
     def test_finds_server_by_address_of_broadcasthost(self):
@@ -65,7 +65,7 @@ class KtUDPClient(HostsTest):
         results = self.requested(20, client)
         self.assert_all_answered(results, 20)
         self.assertEqual(results.only("address"), f"{server.address}:4798")
-        self.expect_discovery_only(heard(ears), client)
+        self.assert_discovery_only(heard(ears), client)
 
     def test_finds_no_server_without_broadcast_route(self):
         server, client, _, ears = self.build()

@@ -17,13 +17,13 @@ def no_server(address="255.255.255.255", signature="KtUDP", ports=DEFAULT_PORTS)
 
 
 def all_servers(*arguments, count=1):
-    """Looks for all servers, for longer if there were fewer than `count` lines."""
+    """Looks for all servers, with a longer timeout if it finds fewer than `count`."""
     return kt_briefly("hello", "--all", *arguments,
                       heard=lambda result: result.stdout.count("\n") >= count)
 
 
 def no_servers(*arguments):
-    """Looks for all servers where there is none."""
+    """Looks for all servers if none is expected."""
     return kt("hello", "--all", "--timeout", BRIEF[0], *arguments)
 
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""kt parse: property-list text in canonical form, or the place where it is malformed."""
+"""kt parse: prints property-list text in canonical form, or points at the error."""
 
 import json
 import os

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""kt send: one request and its answer."""
+"""kt send: sends one request and prints its answer."""
 
 import json
 import unittest
@@ -55,7 +55,7 @@ class KtSend(ProgramTest):
 
 
 class KtSendSize(ProgramTest):
-    # The size of a request without the value of `a`: with its NUL and a handshake of five digits.
+    # Bytes of a request without the value of `a`. The NUL and a five-digit handshake count.
     frame = len("{ _DataPacket = { KtUDPKeyword = Echo; a = ; }; "
                 "_Handshake = 12345; _Signature = KtUDP; }") + 1
 

@@ -12,7 +12,7 @@ from programs import Program, ProgramTest, Terminal, kt
 
 
 class WalkTest(ProgramTest):
-    """A temporary directory tree to walk: in memory, as some have thousands of files."""
+    """A temporary directory tree to walk. It is in memory, as some have thousands of files."""
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory(dir="/dev/shm" if os.path.isdir("/dev/shm") else None)
@@ -139,7 +139,7 @@ class KtWalkOutput(WalkTest):
 
 class KtWalkPipe(WalkTest):
     def endless_walk(self):
-        """Starts a walk that practically never ends: of nested cycles of links."""
+        """Starts a walk over nested cycles of links, which practically never ends."""
         self.make("a.txt")
         for name in ("1", "2", "3"):
             os.symlink(".", self.at(name))

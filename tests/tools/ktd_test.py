@@ -57,7 +57,7 @@ class KtdUnique(ProgramTest):
              "Stop it, or start without --unique or with another --signature.\n")
 
     def assert_refused(self, *arguments):
-        """A ktd refuses to start.
+        """Asserts that a ktd refuses to start.
 
         It looks for other servers for a short, fixed time. On a busy machine it may miss them and
         serve; then another one is started.
