@@ -61,6 +61,8 @@ class Requester(Helper):
 
 
 class SystemTest(ProgramTest):
+    case_limit = 240
+
     def setUp(self):
         # The leak sanitizer finds its threads by the process ids of this namespace. A container may
         # not let its processes mount /proc; then only the other tests look for leaks.
