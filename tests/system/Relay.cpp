@@ -13,7 +13,6 @@
 #include <chrono>
 #include <cstdio>
 #include <map>
-#include <memory>
 #include <optional>
 #include <random>
 #include <string>
