@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 
 // Decodes any text in any alphabet and compares the value with the plain model's. The value,
-// written again, has only digits of the alphabet, ends with a NUL after which nothing is written,
-// and reads back as the same value.
+// written again, has only digits of the alphabet and reads back as the same value. Nothing is
+// written after its NUL.
 //
 // The input is one byte for the number of the alphabet's characters, these characters, and the
 // text.

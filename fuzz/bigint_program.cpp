@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Runs the input as a program on four records of the library and of the plain model, and requires
-// every field of both to be equal after each instruction.
+// Runs the input as a program on four records of the library and four of the plain model. After
+// each instruction every field of both must be equal.
 //
 // An instruction is one byte for the operation, one byte for its records, two bits each, and:
 // - for a load, the number of words, the length of their period, and the words of one period;

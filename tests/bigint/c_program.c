@@ -17,10 +17,10 @@ static int expectAt(int line, const _KtInt *value, const char *expected) {
 
 #define EXPECT(value, text) \
   if (expectAt(__LINE__, value, text) != 0) return 1
-#define EXPECT_NUMBER(number, expected)                                       \
-  if ((number) != (expected)) {                                               \
-    fprintf(stderr, "c_program.c:%d: not %s\n", __LINE__, #number #expected); \
-    return 1;                                                                 \
+#define EXPECT_NUMBER(number, expected)                                              \
+  if ((number) != (expected)) {                                                      \
+    fprintf(stderr, "c_program.c:%d: %s is not %s\n", __LINE__, #number, #expected); \
+    return 1;                                                                        \
   }
 
 static int checkStorage(_KtInt *a, _KtInt *b) {

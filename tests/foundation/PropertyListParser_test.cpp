@@ -396,7 +396,7 @@ TEST(PropertyListParser, CountsNoColumnForByteOrderMark) {
   expectPlace("\uFEFF)", 3, 1, 1);
 }
 
-TEST(PropertyListParser, MakesErrorForAnyPlaceOfText) {
+TEST(PropertyListError, ReportsGivenPlaceOfText) {
   const PropertyListError error("ab\ncd", 4, "expected something else");
   EXPECT_EQ(error.offset(), 4u);
   EXPECT_EQ(error.line(), 2u);

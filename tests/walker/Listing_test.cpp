@@ -40,11 +40,10 @@ void forgetTypes(char *entries, ssize_t size) {
 }  // namespace
 }  // namespace kt::test
 
-// Replaces the C library's function. It is visible, so that a shared library calls it too. The
-// parameters of the library's declaration have reserved names.
+// Replaces the C library's function, also for a shared library. The parameters of the library's
+// declaration have reserved names.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
-extern "C" [[gnu::visibility("default")]] ssize_t getdents64(int descriptor, void *entries,
-                                                             size_t room) {
+extern "C" ssize_t getdents64(int descriptor, void *entries, size_t room) {
   using kt::test::play;
   if (play != nullptr) {
     if (play->calls++ == play->failAfter) {
