@@ -15,9 +15,9 @@ class Documents(unittest.TestCase):
 
     def assert_all(self, holds, named):
         """Asserts that holds(document, text) is true for each pair of `named`; lists the others."""
-        wrong = [f"{document.name}: {text}" for document, text in named
-                 if not holds(document, text)]
-        self.assertEqual("\n".join(wrong), "")
+        wrong = {f"{document.name}: {text}" for document, text in named
+                 if not holds(document, text)}
+        self.assertEqual("\n".join(sorted(wrong)), "")
 
     def test_show_examples_unchanged(self):
         shown = {block.name: block.text for document in DOCUMENTS for block in blocks(document)
