@@ -20,10 +20,7 @@ namespace {
 std::optional<std::string> refusalToSend(const Options &options, std::uint32_t address) {
   Socket socket = Socket::open();
   (void)socket.allowBroadcast();  // the send below shows a failure
-  sockaddr_in destination{};
-  destination.sin_family = AF_INET;
-  destination.sin_addr.s_addr = address;
-  destination.sin_port = htons(static_cast<std::uint16_t>(options.ports.front()));
+  const sockaddr_in destination = ipv4(address, static_cast<std::uint16_t>(options.ports.front()));
   const std::string text =
       requestEnvelope(options.signature, freshHandshake(), discoveryPacket()).description();
   if (socket.send(datagramBytes(text), destination)) return std::nullopt;

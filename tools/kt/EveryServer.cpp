@@ -39,18 +39,16 @@ class Pass {
 
   void send(std::uint32_t address) {
     const std::string text = envelope_.description();
-    sockaddr_in destination{};
-    destination.sin_family = AF_INET;
-    destination.sin_addr.s_addr = address;
     for (const std::int32_t port : options_.ports) {
-      destination.sin_port = htons(static_cast<std::uint16_t>(port));
+      const sockaddr_in destination = ipv4(address, static_cast<std::uint16_t>(port));
       sentAt_.push_back(Clock::now());
       (void)socket_.send(datagramBytes(text), destination);  // a refusal appears as silence
     }
   }
 
   void listen(std::vector<FoundServer> &found) {
-    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(options_.timeoutMs.value_or(usualTimeoutMs));
+    const Clock::time_point deadline =
+        Clock::now() + std::chrono::milliseconds(options_.timeoutMs.value_or(usualTimeoutMs));
     while (Clock::now() < deadline) {
       const timeval rest = timeUntil(deadline);
       if (udp::ReadSet(socket_).wait(&rest) > 0) receive(found);
@@ -111,7 +109,8 @@ std::string lineFor(const FoundServer &server, const std::string &signature,
   if (server.id.port != ntohs(server.source.sin_port)) {
     line += kt::format("; announces port %d", server.id.port);
   }
-  if (named.kind == udp::HostAddress::Kind::ipv4 && named.address != server.source.sin_addr.s_addr) {
+  if (named.kind == udp::HostAddress::Kind::ipv4 &&
+      named.address != server.source.sin_addr.s_addr) {
     line += "; its name stands for " + dotted(named.address);
   }
   return line;
