@@ -8,7 +8,7 @@ if(KT_BUILD_FUZZERS)
   if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     message(FATAL_ERROR "KT_BUILD_FUZZERS needs clang++: cmake --preset fuzz")
   endif()
-  foreach(library IN ITEMS foundation diagnostics udp bigint walker evaluator)
+  foreach(library IN ITEMS foundation diagnostics udp bigint walker text calculator)
     if(TARGET kt-${library})
       target_compile_options(kt-${library} PRIVATE
         -fsanitize=fuzzer-no-link,${KT_FUZZ_SANITIZERS} -fno-sanitize-recover=all)

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 
-// Any text as an expression, within what a server spends on one. It has a value, which reads back
-// from its own text and is the same without a limit, or an error at a column of the text.
+// Evaluates any text as an expression within a server's budget. The result is a value, which reads
+// back from its own text and is the same without a budget, or an error at a column of the text.
+#include "tools/calculator/Evaluator.h"
+
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>
-
-#include "tools/common/Evaluator.h"
 
 namespace {
 

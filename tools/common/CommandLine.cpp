@@ -2,58 +2,144 @@
 
 #include "tools/common/CommandLine.h"
 
-#include <iostream>
+#include <CLI/CLI.hpp>
 
 #include "tools/common/Failure.h"
-#include "tools/common/Numbers.h"
+#include "tools/text/Escape.h"
 
 namespace kt::tools {
 
 namespace {
 
-std::string misuseText(const CLI::App *app, const CLI::Error &error) {
-  const std::string name = commandName(*app);
-  return name + ": " + visible(error.what()) + "\nTry \"" + name + " --help\".\n";
+std::string chosenCommand(const CLI::App &app) {
+  const std::vector<const CLI::App *> chosen =
+      app.get_subcommands([](const CLI::App *command) { return command->parsed(); });
+  return chosen.empty() ? std::string() : chosen.front()->get_name();
 }
 
-}  // namespace
+std::string nameWithCommand(const CLI::App &app) {
+  const std::string command = chosenCommand(app);
+  return command.empty() ? app.get_name() : app.get_name() + ' ' + command;
+}
 
-void addVersionFlag(CLI::App &app, const std::string &program) {
+std::string misuseText(const CLI::App *app, const CLI::Error &error) {
+  const std::string name = nameWithCommand(*app);
+  return name + ": " + escaped(error.what()) + "\nTry \"" + name + " --help\".\n";
+}
+
+void setVersionFlag(CLI::App &app, const std::string &program) {
   app.set_version_flag("--version", program + ' ' + std::string(version),
                        "Print the version and end");
 }
 
-void addServerOptions(CLI::App &app, ServerOptions &options) {
-  app.add_option("--signature", options.signature, "The server's signature (default: \"KtUDP\")")
-      ->type_name("TEXT");
-  addOption(app, "--ports", options.ports, readPorts,
-            "a list of ports from 1 to 65535 with commas between them",
-            "The server's ports, in order\n(default: " + portList(options.ports) + ")")
-      ->type_name("N,N,...");
-  addOption(app, "--broadcast", options.broadcast, readAddress,
-            "an IPv4 address such as 192.168.1.255",
-            "Look for servers at this address (default:\n"
-            "that of the host \"broadcasthost\", else 255.255.255.255)")
-      ->type_name("ADDRESS");
-  app.add_flag("--debug", options.debug, "Log what is sent and received on standard error");
-  const CLI::App &program = app.get_parent() != nullptr ? *app.get_parent() : app;
-  addVersionFlag(app, program.get_name());
+}  // namespace
+
+// ---- CommandLine ----
+
+void CommandLine::beginGroup(const char *heading) {
+  app_->option_defaults()->group(heading);
 }
 
-std::optional<int> parseCommandLine(CLI::App &app, int argc, const char *const *argv) {
-  app.failure_message(misuseText);
+void CommandLine::addFlag(const char *names, bool &value, const std::string &description) {
+  app_->add_flag(names, value, description);
+}
+
+void CommandLine::addText(const OptionHelp &help, std::string &value) {
+  app_->add_option(help.names, value, help.description)->type_name(help.valueName);
+}
+
+void CommandLine::addTexts(const OptionHelp &help, std::vector<std::string> &values,
+                           CheckText check) {
+  app_->add_option(help.names, values, help.description)
+      ->type_name(help.valueName)
+      ->check(check)
+      ->allow_extra_args(false);
+}
+
+void CommandLine::addSeveral(const OptionHelp &help, std::vector<std::string> &values) {
+  app_->add_option(help.names, values, help.description)->type_name(help.valueName);
+}
+
+void CommandLine::addList(const OptionHelp &help, std::vector<std::string> &values, CheckText check,
+                          const char *needed) {
+  app_->add_option(help.names, values, help.description)
+      ->type_name(help.valueName)
+      ->check(check)
+      ->delimiter(',')
+      ->needs(app_->get_option(needed));
+}
+
+void CommandLine::addOption(const OptionHelp &help, void *value, ReadText read,
+                            const char *wanted) {
+  const std::string names = help.names;
+  const std::string longName = names.substr(names.rfind(',') + 1);  // "--count" of "-c,--count"
+  const auto take = [value, read, wanted, longName](const std::string &text) {
+    if (read(text, value)) return;
+    throw CLI::ValidationError(longName, inQuotes(text) + " is not " + wanted);
+  };
+  app_->add_option_function<std::string>(names, take, help.description)->type_name(help.valueName);
+}
+
+void CommandLine::addOptionalArgument(const char *name, std::optional<std::string> &value,
+                                      const std::string &description) {
+  app_->add_option(name, value, description)->type_name("");
+}
+
+void CommandLine::addArgument(const char *name, std::string &value,
+                              const std::string &description) {
+  app_->add_option(name, value, description)->type_name("")->required();
+}
+
+void CommandLine::addArguments(const char *name, std::vector<std::string> &values, bool required,
+                               const std::string &description) {
+  app_->add_option(name, values, description)->type_name("")->required(required);
+}
+
+void CommandLine::addRest(std::vector<std::string> &rest) {
+  app_->allow_extras();
+  app_->callback([app = app_, &rest] { rest = app->remaining(); });
+}
+
+void CommandLine::setFooter(std::string_view text) {
+  if (text.starts_with('\n')) text.remove_prefix(1);
+  if (text.ends_with('\n')) text.remove_suffix(1);
+  app_->footer(std::string(text));
+}
+
+// ---- ProgramLine ----
+
+ProgramLine::ProgramLine(const std::string &program, const std::string &summary)
+    : CommandLine(*new CLI::App(summary, program)) {
+  app_->require_subcommand(0, 1);  // the program itself says that a command is missing
+  setVersionFlag(*app_, program);
+}
+
+ProgramLine::~ProgramLine() {
+  delete app_;
+}
+
+CommandLine ProgramLine::addCommand(const char *name, const char *summary) {
+  CLI::App *command = app_->add_subcommand(name, summary);
+  setVersionFlag(*command, app_->get_name());
+  return CommandLine(*command);
+}
+
+std::optional<int> ProgramLine::parse(int argc, const char *const *argv) {
+  app_->failure_message(misuseText);
   try {
-    app.parse(argc, argv);
+    app_->parse(argc, argv);
     return std::nullopt;
   } catch (const CLI::ParseError &end) {
-    return app.exit(end) == 0 ? exitDone : exitMisused;
+    return app_->exit(end) == 0 ? exitDone : exitMisused;
   }
 }
 
-std::string commandName(const CLI::App &app) {
-  const std::vector<const CLI::App *> chosen =
-      app.get_subcommands([](const CLI::App *command) { return command->parsed(); });
-  return chosen.empty() ? app.get_name() : app.get_name() + ' ' + chosen.front()->get_name();
+std::string ProgramLine::command() const {
+  return chosenCommand(*app_);
+}
+
+std::string ProgramLine::nameWithCommand() const {
+  return tools::nameWithCommand(*app_);
 }
 
 }  // namespace kt::tools

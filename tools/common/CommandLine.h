@@ -1,63 +1,117 @@
 // SPDX-License-Identifier: MIT
 
-// What the command lines of the programs have in common: the options that say which server is
-// meant, how an option's text is checked, and how a wrong command line ends. For the main thread,
+// Declares and reads command lines. The parser, CLI11, is included by CommandLine.cpp only, because
+// compiling it takes longer than compiling everything else in this folder. For the main thread,
 // while the program starts.
 #ifndef KT_TOOLS_COMMON_COMMANDLINE_H
 #define KT_TOOLS_COMMON_COMMANDLINE_H
 
-#include <CLI/CLI.hpp>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
-#include "kt/udp/KtMessage.h"
-#include "tools/common/Visible.h"
+namespace CLI {
+class App;
+}
 
 namespace kt::tools {
-
-// Which server is meant, and whether to log.
-struct ServerOptions {
-  std::string signature{defaultSignature};
-  std::vector<std::int32_t> ports{defaultPorts.begin(), defaultPorts.end()};
-  std::optional<std::string> broadcast;  // a dotted IPv4 address; nothing means the usual broadcast
-  bool debug = false;                    // whether the debug log is wanted on
-};
 
 // The version of the toolkit: "0.1.0"
 inline constexpr std::string_view version = KT_VERSION;
 
-// Adds --version, which prints the program's name and its version.
-void addVersionFlag(CLI::App &app, const std::string &program);
+// Returns what is wrong with an argument's text; empty if nothing is.
+using CheckText = std::string (*)(const std::string &text);
 
-// Adds --signature, --ports, --broadcast, --debug and --version, which fill in `options`; it must
-// live until the command line is parsed.
-void addServerOptions(CLI::App &app, ServerOptions &options);
+// How an option appears in --help.
+struct OptionHelp {
+  const char *names;        // "-c,--count"
+  const char *valueName;    // "COUNT"
+  std::string description;  // several lines are allowed
+};
 
-// Adds the option `name`, whose text `read` turns into the value, or refuses by giving nothing. The
-// refusal says that the text is not `wanted`, for example "a number of milliseconds, 1 or more".
-// `value` must live until the command line is parsed.
-template <typename Value, typename Result>
-CLI::Option *addOption(CLI::App &app, const std::string &name, Result &value,
-                       std::optional<Value> (*read)(std::string_view text),
-                       const std::string &wanted, const std::string &description) {
-  const std::string longName = name.substr(name.rfind(',') + 1);  // "--count" of "-c,--count"
-  const auto take = [&value, read, wanted, longName](const std::string &text) {
-    std::optional<Value> result = read(text);
-    if (!result) throw CLI::ValidationError(longName, inQuotes(text) + " is not " + wanted);
-    value = *std::move(result);
-  };
-  return app.add_option_function<std::string>(name, take, description);
-}
+// The command line of a program or of one of its commands. A handle, valid as long as the
+// ProgramLine that it belongs to. Variables passed to its functions are set by
+// ProgramLine::parse() and must live until then.
+class CommandLine {
+ public:
+  explicit CommandLine(CLI::App &app) : app_(&app) {}
 
-// Parses the command line. Nothing when the program is to go on; otherwise the status to end with:
-// 0 after --help and --version, 2 after an error, which is on standard error by then.
-[[nodiscard]] std::optional<int> parseCommandLine(CLI::App &app, int argc, const char *const *argv);
+  // Lists the options that are added from here on under `heading`.
+  void beginGroup(const char *heading);
 
-// "kt hello" once the command line of kt has named its subcommand, the program's name before.
-[[nodiscard]] std::string commandName(const CLI::App &app);
+  // Adds an option without a value. `value` becomes true if it is given.
+  void addFlag(const char *names, bool &value, const std::string &description);
+
+  // Adds an option with a text.
+  void addText(const OptionHelp &help, std::string &value);
+
+  // Adds an option that is given once for each text.
+  void addTexts(const OptionHelp &help, std::vector<std::string> &values, CheckText check);
+
+  // Adds an option followed by one or more texts.
+  void addSeveral(const OptionHelp &help, std::vector<std::string> &values);
+
+  // Adds an option with texts separated by commas. It is refused without the option `needed`.
+  void addList(const OptionHelp &help, std::vector<std::string> &values, CheckText check,
+               const char *needed);
+
+  // Adds an option whose text `read` converts; `read` returns nothing to refuse the text. The
+  // refusal says that the text is not `wanted`: "a number of milliseconds from 1 up".
+  template <auto read, typename Value>
+  void addOption(const OptionHelp &help, Value &value, const char *wanted) {
+    const ReadText convert = [](std::string_view text, void *target) {
+      auto result = read(text);
+      if (result) *static_cast<Value *>(target) = *std::move(result);
+      return result.has_value();
+    };
+    addOption(help, &value, convert, wanted);
+  }
+
+  // Adds an argument: optional, required, or required and repeatable.
+  void addOptionalArgument(const char *name, std::optional<std::string> &value,
+                           const std::string &description);
+  void addArgument(const char *name, std::string &value, const std::string &description);
+  void addArguments(const char *name, std::vector<std::string> &values, bool required,
+                    const std::string &description);
+
+  // Stores in `rest` the arguments that no option or argument takes, instead of refusing them.
+  void addRest(std::vector<std::string> &rest);
+
+  // Ends --help with `text`. A line feed at either end of it is dropped, so that a raw string
+  // literal may begin and end on lines of its own.
+  void setFooter(std::string_view text);
+
+ protected:
+  using ReadText = bool (*)(std::string_view text, void *value);
+
+  void addOption(const OptionHelp &help, void *value, ReadText read, const char *wanted);
+
+  CLI::App *app_;  // owned by the ProgramLine
+};
+
+// The command line of a program. It has --help and --version, and its commands have them too.
+class ProgramLine : public CommandLine {
+ public:
+  ProgramLine(const std::string &program, const std::string &summary);
+  ~ProgramLine();
+  ProgramLine(const ProgramLine &) = delete;
+  ProgramLine &operator=(const ProgramLine &) = delete;
+
+  // Adds a command, of which the command line names one at most.
+  CommandLine addCommand(const char *name, const char *summary);
+
+  // Parses the command line. Returns nothing if the program is to go on, otherwise its exit status:
+  // 0 after --help and --version, 2 after an error, which it has written to standard error.
+  [[nodiscard]] std::optional<int> parse(int argc, const char *const *argv);
+
+  // The command that the parsed command line names, or empty.
+  [[nodiscard]] std::string command() const;
+
+  // The name for error messages: "kt hello" if there is a command, otherwise "kt".
+  [[nodiscard]] std::string nameWithCommand() const;
+};
 
 }  // namespace kt::tools
 

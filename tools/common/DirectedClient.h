@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// A client whose discovery may be sent to a given address instead of the broadcast address. Lives
-// and is used as KtUDPClient.
+// A client that sends discovery to a given address instead of the broadcast address. Its lifetime
+// and thread rules are those of KtUDPClient.
 #ifndef KT_TOOLS_COMMON_DIRECTEDCLIENT_H
 #define KT_TOOLS_COMMON_DIRECTEDCLIENT_H
 
@@ -15,8 +15,7 @@ namespace kt::tools {
 
 class DirectedClient : public KtUDPClient {
  public:
-  // Discovers at `address`, an IPv4 address in dotted form; as KtUDPClient does where there is
-  // none.
+  // Sends discovery to `address`, a dotted IPv4 address; without one, where KtUDPClient sends it.
   explicit DirectedClient(std::optional<std::string> address) : address_(std::move(address)) {}
 
   void broadcastIP() override {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 
 // The two ways in which a program of this folder fails. Functions throw them; main prints the text
-// on standard error and ends with the status that goes with it. Texts may have several lines; what
-// came from outside stands in them escaped (Visible.h).
+// to standard error and exits with the status that belongs to it. A text may have several lines.
+// Any part of it that came from outside is escaped (Escape.h).
 #ifndef KT_TOOLS_COMMON_FAILURE_H
 #define KT_TOOLS_COMMON_FAILURE_H
 
@@ -14,7 +14,7 @@ inline constexpr int exitDone = 0;
 inline constexpr int exitFailed = 1;
 inline constexpr int exitMisused = 2;
 
-// What was asked for could not be done: no server, no reply, bad input. Status 1.
+// The program could not do what it was asked for: no server, no reply, bad input. Status 1.
 class Failure : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

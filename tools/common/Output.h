@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Lines on standard output that arrive or fail. Any thread may print; lines stay whole.
+// Writes to standard output and reports failures. Any thread may call these functions; the texts of
+// several threads never mix.
 #ifndef KT_TOOLS_COMMON_OUTPUT_H
 #define KT_TOOLS_COMMON_OUTPUT_H
 
@@ -8,11 +9,11 @@
 
 namespace kt::tools {
 
-// Writes `text` and flushes. Throws as printLine.
+// Writes `text` and flushes. Throws Failure if the output accepts no more: the disk is full, or the
+// pipe is closed. For the latter, SIGPIPE must be ignored.
 void printText(std::string_view text);
 
-// Prints `line` and a line feed and flushes. Throws Failure when the output takes no more: a closed
-// pipe, which SIGPIPE must be ignored for, or a full disk.
+// Writes `line` and a line feed and flushes. Throws as printText does.
 void printLine(std::string_view line);
 
 }  // namespace kt::tools

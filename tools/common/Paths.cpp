@@ -8,16 +8,29 @@
 #include <cerrno>
 #include <cstring>
 
-#include "tools/common/Visible.h"
+#include "kt/foundation/Utf8.h"
+#include "tools/text/Escape.h"
 
 namespace kt::tools {
 
-// What is not UTF-8 does not come back from the text of a string.
+namespace {
+
+bool isUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const Utf8Character character = firstUtf8Character(text);
+    if (!character.wellFormed) return false;
+    text.remove_prefix(character.byteCount);
+  }
+  return true;
+}
+
+}  // namespace
+
+// In the text of a string, bytes that are not UTF-8 are lost.
 PropertyList pathValue(std::string_view path) {
-  PropertyList text(path);
-  if (PropertyList::parse(text.description()) == text) return text;
+  if (isUtf8(path)) return path;
   Data bytes(path.size());
-  std::ranges::transform(path, bytes.begin(),
+  std::transform(path.begin(), path.end(), bytes.begin(),
                          [](char byte) { return static_cast<std::byte>(byte); });
   return bytes;
 }
@@ -27,7 +40,7 @@ std::optional<std::string> pathBytes(const PropertyList &value) {
   const Data *data = value.asData();
   if (data == nullptr) return std::nullopt;
   std::string bytes(data->size(), '\0');
-  std::ranges::transform(*data, bytes.begin(),
+  std::transform(data->begin(), data->end(), bytes.begin(),
                          [](std::byte byte) { return static_cast<char>(byte); });
   return bytes;
 }
@@ -38,9 +51,9 @@ std::string joined(std::string_view directory, std::string_view name) {
 }
 
 std::string extensionProblem(const std::string &text) {
-  if (text.find('.') != std::string::npos) return inQuotes(text) + " is no extension: it has a dot";
+  if (text.find('.') != std::string::npos) return inQuotes(text) + " is not an extension: it has a dot";
   if (text.find('/') != std::string::npos) {
-    return inQuotes(text) + " is no extension: it has a slash";
+    return inQuotes(text) + " is not an extension: it has a slash";
   }
   return {};
 }
@@ -48,7 +61,7 @@ std::string extensionProblem(const std::string &text) {
 std::optional<std::string> whyNotListed(const std::string &path) {
   DIR *directory = ::opendir(path.c_str());
   if (directory == nullptr) return std::strerror(errno);
-  (void)::closedir(directory);  // it was opened to see whether that can be done
+  (void)::closedir(directory);  // only opening it mattered
   return std::nullopt;
 }
 

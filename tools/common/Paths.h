@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// Paths of files on their way: as bytes on the disk, as values in messages. Functions without
-// state.
+// Paths of files: as bytes on the disk, as values in messages. Functions without state.
 #ifndef KT_TOOLS_COMMON_PATHS_H
 #define KT_TOOLS_COMMON_PATHS_H
 
@@ -13,22 +12,22 @@
 
 namespace kt::tools {
 
-// A path or a name as a value that arrives as it was: a string where the bytes are UTF-8, else
+// Returns a path or a name as a value that arrives unchanged: a string if it is UTF-8, otherwise
 // data.
 [[nodiscard]] PropertyList pathValue(std::string_view path);
 
-// The bytes of such a value. Nothing for a value that is neither a string nor data.
+// Returns the bytes of such a value, or nothing if it is neither a string nor data.
 [[nodiscard]] std::optional<std::string> pathBytes(const PropertyList &value);
 
-// `directory`, one slash and `name`: "/srv/" and "a.txt" give "/srv/a.txt".
+// Returns `directory`, one slash and `name`: "/srv/" and "a.txt" yield "/srv/a.txt".
 [[nodiscard]] std::string joined(std::string_view directory, std::string_view name);
 
-// What is wrong with `text` as an extension, for people; empty when nothing is. One with a dot or a
-// slash in it is no file's: "\".h\" is no extension: it has a dot".
+// Returns what is wrong with `text` as an extension, or an empty string. No file has an extension
+// with a dot or a slash in it: "\".h\" is not an extension: it has a dot".
 [[nodiscard]] std::string extensionProblem(const std::string &text);
 
-// Why the directory at `path` can't be listed, in the system's words: "Permission denied". Nothing
-// when it can.
+// Returns why the directory at `path` can't be listed, in the system's words ("Permission denied"),
+// or nothing if it can.
 [[nodiscard]] std::optional<std::string> whyNotListed(const std::string &path);
 
 }  // namespace kt::tools

@@ -1,32 +1,57 @@
 // SPDX-License-Identifier: MIT
 
-// The subcommands of kt: each is one function in a file of its own; the table in main.cpp names
-// them all. Everything runs on the main thread but where a command says otherwise.
+// The subcommands of kt. Each is a class in a file of its own (CommandHello.cpp), made by one
+// function; the table in main.cpp lists them all. Everything runs on the main thread unless a
+// command says otherwise.
 #ifndef KT_TOOLS_KT_COMMAND_H
 #define KT_TOOLS_KT_COMMAND_H
 
 #include <cstdint>
-#include <functional>
+#include <optional>
 
 #include "tools/common/CommandLine.h"
+#include "tools/common/Failure.h"
+#include "tools/common/ServerOptions.h"
 
 namespace kt::tools {
 
-// The options of every subcommand.
+// The options that several subcommands share. Those of ServerOptions, the timeout and the retries
+// are offered by the subcommands that use a server.
 struct Options : ServerOptions {
-  std::int32_t timeoutMs = 100;         // the base of all waits
-  std::optional<std::int32_t> retries;  // sends after the first of a request; nothing: the usual
-  bool json = false;                    // results as JSON, one line each
-  bool quiet = false;                   // no results, only errors
+  std::optional<std::int32_t> timeoutMs;  // the base of all waits; nothing: 100 ms
+  std::optional<std::int32_t> retries;    // sends after the first one; nothing: 3
+  bool debug = false;                     // whether the debug log is on
+  bool json = false;                      // results as JSON, one line each
+  bool quiet = false;                     // no results, only errors
 };
 
-// What a subcommand does once the command line is parsed. Gives the exit status; throws Failure or
-// Misuse where that says more.
-using Action = std::function<int(const Options &options)>;
+inline constexpr std::int32_t usualTimeoutMs = 100;
 
-// Adds the subcommand's own options and examples to `app` and gives what it does. The values of
-// these options live in the action.
-using DeclareCommand = Action(CLI::App &app);
+class Command {
+ public:
+  Command() = default;
+  virtual ~Command() = default;
+  Command(const Command &) = delete;
+  Command &operator=(const Command &) = delete;
+
+  // Adds the subcommand's own options and help to `line`.
+  virtual void declare(CommandLine &line) = 0;
+
+  // Runs the subcommand once the command line is parsed, and returns the exit status. Throws
+  // Failure or Misuse if that says more.
+  virtual int run(const Options &options) = 0;
+};
+
+// ---- The subcommands: each function returns the same object every time ----
+
+[[nodiscard]] Command &calcCommand();
+[[nodiscard]] Command &evalCommand();
+[[nodiscard]] Command &filesCommand();
+[[nodiscard]] Command &helloCommand();
+[[nodiscard]] Command &parseCommand();
+[[nodiscard]] Command &pingCommand();
+[[nodiscard]] Command &sendCommand();
+[[nodiscard]] Command &walkCommand();
 
 }  // namespace kt::tools
 

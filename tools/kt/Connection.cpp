@@ -8,17 +8,18 @@
 #include "kt/foundation/Format.h"
 #include "kt/udp/KtMessage.h"
 #include "kt/udp/Socket.h"
-#include "tools/common/Numbers.h"
+#include "tools/common/Addresses.h"
+#include "tools/text/Escape.h"
 
 namespace kt::tools {
 
 namespace {
 
-// The system's reason for not sending discovery to `address`, or nothing when it does send. The
-// client does not look whether its sends succeed, so one more is made, whose result is looked at.
+// Returns why the system refuses to send to `address`, or nothing if it does not. The client
+// ignores the results of its sends, so one more datagram is sent to find out.
 std::optional<std::string> refusalToSend(const Options &options, std::uint32_t address) {
   Socket socket = Socket::open();
-  (void)socket.allowBroadcast();  // what comes of a failure is seen below
+  (void)socket.allowBroadcast();  // the send below shows a failure
   sockaddr_in destination{};
   destination.sin_family = AF_INET;
   destination.sin_addr.s_addr = address;
@@ -53,7 +54,7 @@ Failure noServer(const Options &options, std::uint32_t address, Milliseconds ela
 void connect(KtUDPClient &client, const Options &options) {
   client.setSignature(options.signature);
   client.setPorts(options.ports);
-  client.setBaseReplyTimeout(options.timeoutMs);
+  client.setBaseReplyTimeout(options.timeoutMs.value_or(usualTimeoutMs));
   if (options.retries) client.setNumberOfRetries(*options.retries);
   const Clock::time_point start = Clock::now();
   if (!client.connectToServer()) {
@@ -61,8 +62,7 @@ void connect(KtUDPClient &client, const Options &options) {
   }
   if (client.port() < 0) {
     throw Failure(
-        kt::format("the server at %s says that its port is %d, which no request can be "
-                   "sent to",
+        kt::format("the server at %s says that its port is %d, which no request can be sent to",
                    endpoint(client.sin()), client.port()));
   }
 }

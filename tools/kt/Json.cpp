@@ -2,14 +2,19 @@
 
 #include "tools/kt/Json.h"
 
-#include <string>
+#include <nlohmann/json.hpp>
 
 #include "kt/foundation/Format.h"
-#include "tools/common/Output.h"
 
 namespace kt::tools {
 
 namespace {
+
+// ---- Property lists as JSON values ----
+
+using Json = nlohmann::ordered_json;
+
+Json jsonValue(const PropertyList &value);
 
 std::string hexadecimal(const Data &data) {
   std::string digits;
@@ -19,30 +24,28 @@ std::string hexadecimal(const Data &data) {
   return digits;
 }
 
-Json jsonOf(const Array &array) {
+Json jsonValue(const Array &array) {
   Json elements = Json::array();
   for (const PropertyList &element : array) {
-    elements.push_back(tools::jsonOf(element));
+    elements.push_back(jsonValue(element));
   }
   return elements;
 }
 
-}  // namespace
-
-Json jsonOf(const PropertyList &value) {
-  if (const std::string *text = value.asString()) return *text;
-  if (const Array *array = value.asArray()) return jsonOf(*array);
-  if (const Dictionary *dictionary = value.asDictionary()) return jsonOf(*dictionary);
-  if (const Data *data = value.asData()) return {{"data", hexadecimal(*data)}};
-  return value.description();  // a number
-}
-
-Json jsonOf(const Dictionary &dictionary) {
+Json jsonValue(const Dictionary &dictionary) {
   Json object = Json::object();
   for (const auto &[key, value] : dictionary) {
-    object[key] = jsonOf(value);
+    object[key] = jsonValue(value);
   }
   return object;
+}
+
+Json jsonValue(const PropertyList &value) {
+  if (const std::string *text = value.asString()) return *text;
+  if (const Array *array = value.asArray()) return jsonValue(*array);
+  if (const Dictionary *dictionary = value.asDictionary()) return jsonValue(*dictionary);
+  if (const Data *data = value.asData()) return {{"data", hexadecimal(*data)}};
+  return value.description();  // a number
 }
 
 std::string lineOf(const Json &value) {
@@ -51,8 +54,42 @@ std::string lineOf(const Json &value) {
   return value.dump(onOneLine, ' ', asAscii, Json::error_handler_t::replace);
 }
 
-void printJson(const Json &value) {
-  printLine(lineOf(value));
+}  // namespace
+
+std::string jsonOf(const PropertyList &value) {
+  return lineOf(jsonValue(value));
+}
+
+std::string jsonOf(const Dictionary &dictionary) {
+  return lineOf(jsonValue(dictionary));
+}
+
+// ---- Objects ----
+
+JsonObject &JsonObject::addText(std::string_view key, std::string_view text) {
+  return addMember(key, lineOf(Json(text)));
+}
+
+JsonObject &JsonObject::addValue(std::string_view key, const PropertyList &value) {
+  return addMember(key, jsonOf(value));
+}
+
+JsonObject &JsonObject::addNumber(std::string_view key, std::int64_t number) {
+  return addMember(key, std::to_string(number));
+}
+
+JsonObject &JsonObject::addNumber(std::string_view key, double number) {
+  return addMember(key, lineOf(Json(number)));
+}
+
+JsonObject &JsonObject::addNull(std::string_view key) {
+  return addMember(key, "null");
+}
+
+JsonObject &JsonObject::addMember(std::string_view key, const std::string &json) {
+  if (members_.size() > 1) members_ += ',';
+  members_ += lineOf(Json(key)) + ':' + json;
+  return *this;
 }
 
 }  // namespace kt::tools

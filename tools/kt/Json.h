@@ -1,29 +1,44 @@
 // SPDX-License-Identifier: MIT
 
-// Property lists as JSON, for programs that read kt's output. Functions without state.
+// Writes JSON, for programs that read kt's output: always one line of ASCII without the line feed.
+// Functions without state, and a builder of objects.
+//
+// The library that does it, nlohmann-json, is included by Json.cpp only, because it takes long to
+// compile.
 #ifndef KT_TOOLS_KT_JSON_H
 #define KT_TOOLS_KT_JSON_H
 
-#include <nlohmann/json.hpp>
+#include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "kt/foundation/PropertyList.h"
 
 namespace kt::tools {
 
-using Json = nlohmann::ordered_json;
+// Returns a property list as JSON. Strings become strings, arrays arrays, dictionaries objects in
+// key order, data {"data":"0fbd77"}. Numbers become strings of digits, as they arrive from the
+// network. Recursive: for values from a parser, which limits their depth.
+[[nodiscard]] std::string jsonOf(const PropertyList &value);
+[[nodiscard]] std::string jsonOf(const Dictionary &dictionary);
 
-// Strings as strings, arrays as arrays, dictionaries as objects in key order, data as
-// {"data": "0fbd77"}, numbers as strings of digits, as they arrive from the network. Recursive: for
-// values from a reader, which limits their depth.
-[[nodiscard]] Json jsonOf(const PropertyList &value);
-[[nodiscard]] Json jsonOf(const Dictionary &dictionary);
+// Builds an object whose members are in the order in which they are added.
+class JsonObject {
+ public:
+  JsonObject &addText(std::string_view key, std::string_view text);
+  JsonObject &addValue(std::string_view key, const PropertyList &value);
+  JsonObject &addNumber(std::string_view key, std::int64_t number);
+  JsonObject &addNumber(std::string_view key, double number);
+  JsonObject &addNull(std::string_view key);
 
-// `value` as one line of ASCII, without the line feed.
-[[nodiscard]] std::string lineOf(const Json &value);
+  // Returns the object as JSON.
+  [[nodiscard]] std::string text() const { return members_ + '}'; }
 
-// Prints `value` as one line of ASCII on standard output and flushes. Throws as printLine.
-void printJson(const Json &value);
+ private:
+  JsonObject &addMember(std::string_view key, const std::string &json);
+
+  std::string members_ = "{";  // the object without its closing brace
+};
 
 }  // namespace kt::tools
 

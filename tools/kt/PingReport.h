@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// What a ping prints: a line for each round trip and a summary at the end. The thread that pings
-// and the one that waits for Ctrl-C share it: any thread may call it.
+// What a ping prints: a line for each round trip, and a summary at the end. Any thread may call it:
+// the thread that pings and the one that waits for Ctrl-C share it.
 #ifndef KT_TOOLS_KT_PINGREPORT_H
 #define KT_TOOLS_KT_PINGREPORT_H
 
@@ -12,6 +12,7 @@
 
 #include "tools/kt/Command.h"
 #include "tools/kt/Connection.h"
+#include "tools/kt/Results.h"
 
 namespace kt::tools {
 
@@ -20,24 +21,25 @@ class PingReport {
   // `server` is where the answers come from: "127.0.0.1:4798"
   PingReport(const Options &options, std::string server);
 
-  // Prints that the round trip number `sequence` took the time `elapsed`, or that no answer came
-  // within it. Throws as printLine.
+  // Prints that round trip number `sequence` took the time `elapsed`, or that no answer came within
+  // that time. Throws as printLine does.
   void add(std::int32_t sequence, bool answered, Milliseconds elapsed);
 
-  // Prints the summary, the first time that it is called. The exit status: whether there was any
-  // answer. Throws as printLine.
+  // Prints the summary on the first call. Returns the exit status: exitDone if there was any
+  // answer, otherwise exitFailed. Throws as printLine does.
   int finish();
 
  private:
-  void printSummary() const;
+  [[nodiscard]] std::string textSummary() const;
+  [[nodiscard]] std::string jsonSummary() const;
 
-  const bool json_;           // lines and summary as JSON
-  const bool quiet_;          // no lines, only the summary
   const std::string server_;  // where the answers come from
-  std::mutex mutex_;
+  std::mutex mutex_;          // for everything below
+  Results lines_;             // the round trips
+  Results summary_;           // printed with --quiet too
   std::uint64_t sent_ = 0;            // round trips added
   std::vector<double> roundTripsMs_;  // those that were answered
-  bool finished_ = false;             // whether the summary is out; nothing is printed behind it
+  bool finished_ = false;             // whether the summary is printed; nothing follows it
 };
 
 }  // namespace kt::tools

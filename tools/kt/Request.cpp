@@ -7,8 +7,8 @@
 #include "kt/foundation/Format.h"
 #include "kt/udp/KtMessage.h"
 #include "tools/common/Failure.h"
-#include "tools/common/Visible.h"
-#include "tools/kt/Excerpt.h"
+#include "tools/text/Escape.h"
+#include "tools/text/Excerpt.h"
 
 namespace kt::tools {
 
@@ -21,7 +21,7 @@ PropertyList valueOf(std::string_view key, std::string_view text) {
   try {
     return PropertyList::parse(text);
   } catch (const PropertyListError &error) {
-    throw Misuse("the value of " + inQuotes(key) + ": " + visible(error.what()) + '\n' +
+    throw Misuse("the value of " + inQuotes(key) + ": " + escaped(error.what()) + '\n' +
                  excerpt(text, error.offset()));
   }
 }
@@ -39,8 +39,12 @@ void addEntry(Dictionary &packet, const std::string &entry) {
 
 }  // namespace
 
+Dictionary requestOfKind(const std::string &keyword) {
+  return {{std::string(keywordKey), keyword}};
+}
+
 Dictionary requestOf(const std::string &keyword, const std::vector<std::string> &entries) {
-  Dictionary packet{{std::string(keywordKey), keyword}};
+  Dictionary packet = requestOfKind(keyword);
   for (const std::string &entry : entries) {
     addEntry(packet, entry);
   }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// Requests as a command line names them. Functions without state.
+// Builds the requests that a command line describes. Functions without state.
 #ifndef KT_TOOLS_KT_REQUEST_H
 #define KT_TOOLS_KT_REQUEST_H
 
@@ -12,21 +12,24 @@
 
 namespace kt::tools {
 
-// The data packet of kind `keyword` with an entry for each text KEY=VALUE of `entries`. The first
-// equals sign ends the key. A value that begins with ( { or < is read as property-list text, any
-// other is a string as it stands.
+// Returns a data packet of kind `keyword` without other entries.
+[[nodiscard]] Dictionary requestOfKind(const std::string &keyword);
+
+// Returns the data packet of kind `keyword` with an entry for each text KEY=VALUE of `entries`. The
+// first equals sign ends the key. A value that begins with ( { or < is read as property-list text;
+// any other is a string, unchanged.
 //
 //     requestOf("Echo", {"a=b", "list=(1, 2)"})    { KtUDPKeyword = Echo; a = b; list = ( 1, 2 ); }
 //
-// Throws Misuse for an entry without equals sign or key, for a key that was there before, the
-// keyword's own included, and for a value that is malformed.
+// Throws Misuse for an entry without an equals sign or a key, for a key given twice, for the
+// keyword's own key, and for a malformed value.
 [[nodiscard]] Dictionary requestOf(const std::string &keyword,
                                    const std::vector<std::string> &entries);
 
-// The most bytes that the request `packet` takes as a datagram, whatever its handshake value.
+// Returns the most bytes that the request `packet` takes as a datagram, whatever its handshake.
 [[nodiscard]] std::size_t datagramSize(const std::string &signature, const Dictionary &packet);
 
-// Throws Failure when that is more than a datagram carries: it would never be sent.
+// Throws Failure if that is more than a datagram carries: the request would never be sent.
 void requireDatagram(const std::string &signature, const Dictionary &packet);
 
 }  // namespace kt::tools

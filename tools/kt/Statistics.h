@@ -8,15 +8,15 @@
 
 namespace kt::tools {
 
-// What a set of round trips looks like, in milliseconds.
+// Figures over a set of round trips, in milliseconds.
 struct Statistics {
   double min;
-  double median;  // the mean of the two in the middle when their number is even
-  double p99;     // the smallest that at least 99 of 100 do not exceed
+  double median;  // the mean of the two in the middle if their number is even
+  double p99;     // the smallest value that at least 99 % do not exceed
   double max;
 };
 
-// Requires: at least one round trip.
+// Requires: !roundTripsMs.empty().
 [[nodiscard]] Statistics statisticsOf(std::vector<double> roundTripsMs);
 
 }  // namespace kt::tools

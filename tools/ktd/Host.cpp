@@ -10,19 +10,20 @@
 
 #include "kt/foundation/Format.h"
 #include "kt/udp/KtUDPDaemon.h"
+#include "tools/common/Addresses.h"
 #include "tools/common/DirectedClient.h"
 #include "tools/common/Failure.h"
-#include "tools/common/Numbers.h"
 #include "tools/common/Output.h"
 #include "tools/common/Paths.h"
 #include "tools/ktd/Answers.h"
+#include "tools/text/Escape.h"
 
 namespace kt::tools {
 
 namespace {
 
-// Looks for another server where the options say, and remembers where it was. What it knows and
-// learns is static, because the server makes the object itself and keeps only its answer.
+// Looks for another server where the options say, and records its address. Its data is static
+// because the server makes the object itself and keeps only its result.
 class UniquenessProbe : public DirectedClient {
  public:
   UniquenessProbe() : DirectedClient(broadcast) {}
@@ -37,7 +38,7 @@ class UniquenessProbe : public DirectedClient {
   static inline std::optional<sockaddr_in> otherServer;  // the server that answered
 };
 
-// Why `port` cannot be bound: "4798 (Address already in use)"
+// Returns the port and why it can't be bound: "4798 (Address already in use)"
 std::string portAndReason(std::int32_t port) {
   Socket socket = Socket::open();
   const bool bound = socket.descriptor() >= 0 && socket.bind(static_cast<std::uint16_t>(port));
@@ -60,7 +61,7 @@ Failure registrationFailure(const HostOptions &options) {
                  "\nStop what holds them, or give other ports with --ports.");
 }
 
-// A mistake in a path shows when the server starts, not as a list without files.
+// Reports a mistake in a path when the server starts, rather than serving an empty list.
 void checkFiles(const ServedFiles &files) {
   for (const std::string &root : files.roots) {
     if (const std::optional<std::string> reason = whyNotListed(root)) {
@@ -80,7 +81,7 @@ void registerServer(KtUDPDaemon &daemon, const HostOptions &options) {
 
 }  // namespace
 
-void serve(const HostOptions &options, Complaints &complaints) {
+void serve(const HostOptions &options, ErrorLog &errors) {
   checkFiles(options.files);
   KtUDPDaemon daemon;
   Answers answers(daemon, options.files);
@@ -91,7 +92,7 @@ void serve(const HostOptions &options, Complaints &complaints) {
     try {
       daemon.processQueries();
     } catch (const std::exception &error) {
-      complaints.say(std::string("a request failed: ") + error.what());
+      errors.report(std::string("a request failed: ") + error.what());
     }
   }
 }

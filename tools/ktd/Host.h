@@ -1,25 +1,26 @@
 // SPDX-License-Identifier: MIT
 
-// The server of ktd: registers as its options say, announces itself and serves. Runs on one thread,
-// which it keeps.
+// The server of ktd: registers as its options say, announces itself and serves. Runs on one thread
+// and does not return.
 #ifndef KT_TOOLS_KTD_HOST_H
 #define KT_TOOLS_KTD_HOST_H
 
-#include "tools/common/CommandLine.h"
-#include "tools/ktd/Complaints.h"
-#include "tools/ktd/kinds/Kind.h"
+#include "tools/common/ServerOptions.h"
+#include "tools/ktd/ErrorLog.h"
+#include "tools/ktd/Kinds.h"
 
 namespace kt::tools {
 
 struct HostOptions : ServerOptions {
-  bool unique = false;  // whether to refuse to start while another server of the signature answers
+  bool debug = false;   // whether the debug log is on
+  bool unique = false;  // whether to refuse to start if another server of the signature answers
   ServedFiles files;
 };
 
-// Serves for ever. Prints one line on standard output when it is ready. A request that the server
-// does not guard against is complained of, and serving goes on. Throws Failure, saying why, when no
-// port could be registered, a directory to serve can't be listed, or the line not be written.
-[[noreturn]] void serve(const HostOptions &options, Complaints &complaints);
+// Serves forever. Prints one line to standard output when it is ready. A request that the server
+// class does not survive is reported to `errors`, and serving continues. Throws Failure if no port
+// could be registered, a directory to serve can't be listed, or the line can't be written.
+[[noreturn]] void serve(const HostOptions &options, ErrorLog &errors);
 
 }  // namespace kt::tools
 

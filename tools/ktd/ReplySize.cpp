@@ -9,7 +9,7 @@
 namespace kt::tools {
 
 std::size_t replySize(const KtUDPDaemon &daemon, const Dictionary &answer) {
-  // The handshake whose answer, the smallest integer, has the longest text.
+  // The answer to this handshake value is the smallest integer, which has the longest text.
   constexpr std::int32_t handshake = std::numeric_limits<std::int32_t>::max();
   const Dictionary envelope = replyEnvelope(daemon.signature(), handshake, answer);
   return datagramBytes(envelope.description()).size();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// How large a reply becomes. A function without state.
+// The size of a reply. A function without state.
 #ifndef KT_TOOLS_KTD_REPLYSIZE_H
 #define KT_TOOLS_KTD_REPLYSIZE_H
 
@@ -11,7 +11,8 @@
 
 namespace kt::tools {
 
-// The most bytes that `answer` takes as a datagram of `daemon`, whatever the request's handshake.
+// Returns the most bytes that `answer` takes as a datagram of `daemon`, whatever the handshake of
+// the request.
 [[nodiscard]] std::size_t replySize(const KtUDPDaemon &daemon, const Dictionary &answer);
 
 }  // namespace kt::tools

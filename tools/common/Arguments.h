@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+
+// Reads numbers and addresses strictly: the whole text counts, without white space or a plus sign.
+// Each function returns nothing if the text is malformed or out of range. Functions without state.
+#ifndef KT_TOOLS_COMMON_ARGUMENTS_H
+#define KT_TOOLS_COMMON_ARGUMENTS_H
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kt {
+class PropertyList;
+}
+
+namespace kt::tools {
+
+// Reads a number >= 1 of 32 bits: "5"
+[[nodiscard]] std::optional<std::int32_t> readPositive(std::string_view text);
+
+// Reads a number >= 0 of 32 bits: "0"
+[[nodiscard]] std::optional<std::int32_t> readCount(std::string_view text);
+
+// Reads the base of a number's text, 2 <= base <= 36: "16"
+[[nodiscard]] std::optional<std::int32_t> readBase(std::string_view text);
+
+// Reads decimal seconds, 0 <= seconds <= 86400 (a day): "0.25"
+[[nodiscard]] std::optional<std::chrono::duration<double>> readSeconds(std::string_view text);
+
+// Reads one or more ports, 1 <= port <= 65535, separated by commas: "4798,4711"
+[[nodiscard]] std::optional<std::vector<std::int32_t>> readPorts(std::string_view text);
+
+// Reads a number, lowest <= number <= highest, from a value of a request: a string, as the functions
+// above read texts, or a number.
+[[nodiscard]] std::optional<std::int32_t> readInteger(const PropertyList &value,
+                                                      std::int32_t lowest, std::int32_t highest);
+
+// Returns the text itself if it is a dotted IPv4 address: "192.168.1.255"
+[[nodiscard]] std::optional<std::string> readAddress(std::string_view text);
+
+}  // namespace kt::tools
+
+#endif

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+
+// The vocabulary of ktd's requests and answers: the kinds and the keys, for both ends.
+// docs/programs.md describes each kind.
+#ifndef KT_TOOLS_COMMON_REQUESTS_H
+#define KT_TOOLS_COMMON_REQUESTS_H
+
+namespace kt::tools {
+
+// The kinds of requests, each the keyword of its data packets.
+inline constexpr const char *echoKind = "Echo";
+inline constexpr const char *evaluateKind = "Evaluate";
+inline constexpr const char *filesKind = "Files";
+inline constexpr const char *statusKind = "Status";
+
+// Any answer: why the request has no other, a sentence for people.
+inline constexpr const char *errorKey = "Error";
+
+// Echo, as kt ping sends it: the number of the round trip, from 1.
+inline constexpr const char *sequenceKey = "Sequence";
+
+// Evaluate: the expression and the base of its value in the request, the value in the answer. With
+// an error comes the column, from 1, at which the expression is wrong.
+inline constexpr const char *expressionKey = "Expression";
+inline constexpr const char *baseKey = "Base";
+inline constexpr const char *valueKey = "Value";
+inline constexpr const char *columnKey = "Column";
+
+// Files, request: the extensions to look for, the number of files to skip, and the most files that
+// the answer may have.
+inline constexpr const char *typesKey = "Types";
+inline constexpr const char *offsetKey = "Offset";
+inline constexpr const char *countKey = "Count";
+
+// Files, answer: paths relative to the root, the root, the number of files on all pages, and the
+// offset of the next page, which the last page lacks.
+inline constexpr const char *filesKey = "Files";
+inline constexpr const char *rootKey = "Root";
+inline constexpr const char *totalKey = "Total";
+inline constexpr const char *nextKey = "Next";
+
+// Status, answer: the toolkit's version, the seconds since the server started, the datagrams
+// answered and those not answered before this one, and the signature and port that are served.
+inline constexpr const char *versionKey = "Version";
+inline constexpr const char *uptimeKey = "Uptime";
+inline constexpr const char *servedKey = "Served";
+inline constexpr const char *refusedKey = "Refused";
+inline constexpr const char *servedSignatureKey = "Signature";
+inline constexpr const char *servedPortKey = "Port";
+
+}  // namespace kt::tools
+
+#endif
