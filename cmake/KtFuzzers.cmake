@@ -18,8 +18,8 @@ if(KT_BUILD_FUZZERS)
   endforeach()
 endif()
 
-# kt_fuzzer(NAME LIBRARIES ...): fuzz_NAME, the fuzzer of NAME.cpp, and fuzz_NAME_corpus, which runs it
-# on the files of corpus/NAME.
+# kt_fuzzer(NAME LIBRARIES ...): fuzz_NAME, the fuzzer of NAME.cpp, and fuzz_NAME_corpus, which runs
+# it on the files of corpus/NAME.
 function(kt_fuzzer name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LIBRARIES")
   if(KT_BUILD_FUZZERS)
