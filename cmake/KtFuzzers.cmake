@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 
-# Fuzzers. With KT_BUILD_FUZZERS (clang) everything that they link is compiled for libFuzzer and the
-# sanitizers; with KT_BUILD_TESTS each fuzzer's corpus is an ordinary test, with any compiler.
+# Fuzzers. KT_BUILD_FUZZERS compiles them, and everything that they link, for libFuzzer and the
+# sanitizers; it needs clang. KT_BUILD_TESTS makes each corpus an ordinary test, with any compiler.
 set(KT_FUZZ_SANITIZERS address,undefined)
 
 if(KT_BUILD_FUZZERS)
@@ -18,8 +18,8 @@ if(KT_BUILD_FUZZERS)
   endforeach()
 endif()
 
-# kt_fuzzer(NAME LIBRARIES ...): the fuzzer of NAME.cpp, fuzz_NAME, and the program that runs it on
-# the files of corpus/NAME, fuzz_NAME_corpus.
+# kt_fuzzer(NAME LIBRARIES ...): fuzz_NAME, the fuzzer of NAME.cpp, and fuzz_NAME_corpus, which runs
+# it on the files of corpus/NAME.
 function(kt_fuzzer name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LIBRARIES")
   if(KT_BUILD_FUZZERS)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// A program of somebody else's, with one call into each library; prints what came of it.
+// Another project's program: calls each library once and prints the reply of its server.
 #include <kt/kt.h>
 
 #include <iostream>
@@ -16,7 +16,7 @@ struct Answers {
 
 int main() {
   KtAutoSetDebug();
-  KtDebug("This appears where the user default says so: %d", 1);
+  KtDebug("This appears if the user default is set: %d", 1);
 
   const kt::Integer large = kt::Integer("18446744073709551615") + 1;
   if (large.toString() != "18446744073709551616") return 1;
