@@ -16,35 +16,35 @@ namespace kt {
 
 namespace {
 
-// Keeps the lines of threads apart where a write is longer than a pipe takes in one piece.
-constinit std::mutex writeMutex;
-
-std::string linePrefix() {
-  timespec now{};
-  clock_gettime(CLOCK_REALTIME, &now);
-  tm local{};
-  localtime_r(&now.tv_sec, &local);
-  std::array<char, 128> time;  // holds seven numbers of any size
-  std::snprintf(time.data(), time.size(), "%04d-%02d-%02d %02d:%02d:%02d.%03d ",
-                local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
-                local.tm_sec, static_cast<int>(now.tv_nsec / 1'000'000));
-  std::string prefix = time.data();
-  prefix += program_invocation_short_name;
-  prefix += '[' + std::to_string(getpid()) + "] ";
-  return prefix;
-}
-
-// One write, but for a signal or a full descriptor that stops it half way: then the rest follows.
-void writeWhole(std::string_view line) {
-  const std::lock_guard lock(writeMutex);
+// Writes in one piece, unless a signal or a full descriptor interrupts; then the rest follows.
+void writeToStandardError(std::string_view line) {
   while (!line.empty()) {
-    const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
+    const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
     if (written > 0) {
       line.remove_prefix(static_cast<std::size_t>(written));
     } else if (written == 0 || errno != EINTR) {
       return;
     }
   }
+}
+
+// Held while a line is written. It keeps lines apart that are longer than a pipe takes at once.
+constinit std::mutex writeMutex;
+constinit LogLineWriter lineWriter = writeToStandardError;  // guarded by writeMutex; never null
+
+std::string linePrefix() {
+  timespec now{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  tm local{};
+  ::localtime_r(&now.tv_sec, &local);
+  std::array<char, 128> time;  // holds seven numbers of any size
+  std::snprintf(time.data(), time.size(), "%04d-%02d-%02d %02d:%02d:%02d.%03d ",
+                local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
+                local.tm_sec, static_cast<int>(now.tv_nsec / 1'000'000));
+  std::string prefix = time.data();
+  prefix += program_invocation_short_name;
+  prefix += '[' + std::to_string(::getpid()) + "] ";
+  return prefix;
 }
 
 }  // namespace
@@ -54,8 +54,16 @@ void writeLogLine(std::string_view text) {
   std::string line = linePrefix();
   line += text;
   line += '\n';
-  writeWhole(line);
+  {
+    const std::lock_guard lock(writeMutex);
+    lineWriter(line);
+  }
   errno = savedErrno;
+}
+
+void setLogLineWriter(LogLineWriter writer) noexcept {
+  const std::lock_guard lock(writeMutex);
+  lineWriter = writer != nullptr ? writer : writeToStandardError;
 }
 
 }  // namespace kt

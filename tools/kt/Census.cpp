@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "kt/foundation/Format.h"
+#include "kt/udp/ReadSet.h"
 #include "tools/common/Numbers.h"
 
 namespace kt::tools {
@@ -52,7 +53,7 @@ class Pass {
     const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(options_.timeoutMs);
     while (Clock::now() < deadline) {
       const timeval rest = timeUntil(deadline);
-      if (ReadSet(socket_).wait(&rest) > 0) receive(found);
+      if (udp::ReadSet(socket_).wait(&rest) > 0) receive(found);
     }
   }
 

@@ -10,12 +10,15 @@
 #include <string>
 #include <vector>
 
+#include "kt/udp/HostLookup.h"
 #include "kt/udp/KtMessage.h"
 #include "kt/udp/Socket.h"
 #include "tools/kt/Connection.h"
 #include "tools/kt/Json.h"
 
 namespace kt::tools {
+
+using udp::HostAddress;
 
 // A server that answered.
 struct FoundServer {

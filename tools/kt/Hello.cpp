@@ -3,6 +3,7 @@
 // kt hello: finds a server, or every server.
 #include <memory>
 
+#include "kt/udp/HostLookup.h"
 #include "kt/udp/KtMessage.h"
 #include "tools/common/DirectedClient.h"
 #include "tools/common/Failure.h"
@@ -17,7 +18,7 @@ namespace {
 
 void print(const FoundServer &server, const Options &options) {
   if (options.quiet) return;
-  const HostAddress named = lookUpHost(server.id.name);
+  const HostAddress named = udp::lookUpHost(server.id.name);
   if (options.json) {
     printJson(jsonFor(server, options.signature, named));
   } else {
