@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 
-// Big integers beside GMP, Boost.Multiprecision, OpenSSL's BIGNUM and libtommath: values of 4, 16,
-// 64 and 120 words of 16 bits. The table of ratios compares with GMP, and from 16 words on with the
-// fastest of the others.
+// Compares the functions over _KtInt with GMP, Boost.Multiprecision, OpenSSL's BIGNUM and
+// libtommath for values of 4, 16, 64 and 120 words of 16 bits, and kt::Integer's text with that of
+// the functions over _KtInt for values of 64, 1,024 and 4,080 bits. The table of ratios compares
+// with GMP, and from 16 words on with the others too.
 #include <benchmark/benchmark.h>
 #include <gmp.h>
 #include <openssl/bn.h>
@@ -20,14 +21,15 @@
 
 #include "bench/ratios.h"
 #include "kt/bigint.h"
+#include "kt/bigint/Integer.h"
 
 namespace {
 
-constexpr unsigned exponent = 13;  // of the power: three of its four bits are set
+constexpr unsigned exponent = 13;  // of the power; three of its four bits are set
 constexpr std::array<std::size_t, 4> sizes = {4, 16, 64, 120};
-constexpr std::size_t textRoom = 4096;  // for the longest text, a quotient's in binary
+constexpr std::size_t textRoom = 4'096;  // for the longest text
 
-// A value of exactly so many bits, in hexadecimal, always the same.
+// Returns a value of exactly `bits` bits in hexadecimal, the same for the same seed.
 std::string randomHex(std::size_t bits, std::uint64_t seed) {
   std::mt19937_64 random(seed + bits);
   std::string digits(1, "1248"[(bits - 1) % 4]);
@@ -37,14 +39,17 @@ std::string randomHex(std::size_t bits, std::uint64_t seed) {
   return digits;
 }
 
-// The libraries: each with a number that is made from hexadecimal text, and what is measured. All
-// results go into numbers that are already as large as they need.
+// ---- Libraries ----
+
+// Each library has a Number, made from hexadecimal text, and the operations to measure. Results go
+// into numbers that have the memory already.
 
 struct Kt {
   static constexpr const char *name = "kt";
   class Number {
    public:
-    explicit Number(const std::string &hex) : value_(_KtIntAlloc(0)) {
+    Number() : value_(_KtIntAlloc(0)) {}
+    explicit Number(const std::string &hex) : Number() {
       _KtIntDecode(hex.c_str(), value_.get(), _KTINT_HEX_VECTOR);
     }
     operator _KtInt *() const { return value_.get(); }
@@ -112,20 +117,14 @@ struct Boost {
     boost::multiprecision::divide_qr(a.value, b.value, q.value, r.value);
   }
   static void power(Number &a, Number &c) {
-#ifndef __clang_analyzer__  // it takes the expression's own parts for dangling ones
-    c.value = boost::multiprecision::pow(a.value, exponent);
-#endif
+    c.value = boost::multiprecision::pow(a.value, exponent);  // NOLINT(clang-analyzer-*): in Boost
   }
-  static void decimal(Number &a, char *text) {
-    a.value.str().copy(text, textRoom);
-  }
+  static void decimal(Number &a, char *text) { a.value.str().copy(text, textRoom); }
   static void hexadecimal(Number &a, char *text) {
     a.value.str(0, std::ios_base::hex).copy(text, textRoom);
   }
-  static void fromDecimal(const char *text, Number &c) {
-    c.value = Integer(text);
-  }
-  // What tells the base is a part of the text.
+  static void fromDecimal(const char *text, Number &c) { c.value = Integer(text); }
+  // The text has to name its base.
   static void fromHexadecimal(const char *text, Number &c) {
     c.value = Integer("0x" + std::string(text));
   }
@@ -172,7 +171,7 @@ struct OpenSsl {
 
 struct TomMath {
   static constexpr const char *name = "libtommath";
-  // The library marks every result as one to be looked at; what can fail here is memory alone.
+  // All results must be used. Only memory can fail here.
   static void check(mp_err error) {
     if (error != MP_OKAY) throw std::bad_alloc();
   }
@@ -204,8 +203,10 @@ struct TomMath {
   static void fromHexadecimal(const char *text, Number &c) { check(mp_read_radix(c, text, 16)); }
 };
 
-// What is measured with a value a of some words, another one b that is as long and smaller, and the
-// text of a.
+// ---- Operations ----
+
+// The operands: `a` of `words` words and its text, `b` as long but smaller, a dividend and two
+// results twice as long, and a base whose power is about as long as `a`.
 template <class Library>
 struct Scene {
   explicit Scene(std::size_t words)
@@ -224,11 +225,12 @@ struct Scene {
   std::array<char, textRoom> decimal{}, hexadecimal{}, text{};
 };
 
+// The limits are times GMP's time.
 struct Operation {
   const char *name;
-  double limit;        // times GMP, from 64 words on
-  double limitAtFour;  // at 4 words
-  double limitAtSixteen;
+  double limit;           // from 64 words on
+  double limitAtFour;     // at 4 words
+  double limitAtSixteen;  // at 16 words
 };
 
 constexpr std::array<Operation, 9> operations = {{
@@ -247,7 +249,7 @@ std::string label(const char *operation, std::size_t words, const char *library)
   return std::string(operation) + ":" + std::to_string(words) + ":" + library;
 }
 
-// One call of each operation.
+// Each operation on a scene.
 template <class Library>
 struct Calls {
   using S = Scene<Library>;
@@ -275,10 +277,8 @@ void measure(benchmark::State &state) {
 template <class Library, void (*call)(Scene<Library> &)>
 void registerSizes(const char *operation) {
   const auto one = [operation](std::size_t words, void (*function)(benchmark::State &)) {
-    const std::string name = label(operation, words, Library::name);
-    benchmark::internal::RegisterBenchmarkInternal(
-        new benchmark::internal::FunctionBenchmark(name.c_str(), function));
-  };  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the framework keeps it
+    benchmark::RegisterBenchmark(label(operation, words, Library::name).c_str(), function);
+  };
   one(4, measure<Library, 4, call>);
   one(16, measure<Library, 16, call>);
   one(64, measure<Library, 64, call>);
@@ -299,6 +299,81 @@ void registerAll() {
   registerSizes<Library, C::decodeHexadecimal>("decode-hexadecimal");
 }
 
+// ---- Text of kt::Integer ----
+
+// kt::Integer makes a new value or a new string, so the functions over _KtInt do the same here.
+
+constexpr std::array<std::size_t, 3> textSizes = {4, 64, 255};  // words
+constexpr double textLimit = 1.1;                               // times the functions' time
+
+struct TextScene {
+  explicit TextScene(std::size_t words)
+      : hexadecimal(randomHex(16 * words, 1)), record(hexadecimal), integer(hexadecimal, 16) {
+    decimal = integer.toString();
+  }
+
+  std::string hexadecimal, decimal;
+  Kt::Number record;
+  kt::Integer integer;
+};
+
+std::string encoded(TextScene &s, const char *alphabet) {
+  std::array<char, textRoom> text;
+  _KtIntEncode(s.record, text.data(), alphabet);
+  return text.data();
+}
+
+Kt::Number decoded(const std::string &text, const char *alphabet) {
+  Kt::Number made;
+  _KtIntDecode(text.c_str(), made, alphabet);
+  return made;
+}
+
+struct TextOperation {
+  const char *name;
+  void (*withIntegers)(TextScene &);
+  void (*withRecords)(TextScene &);
+};
+
+template <auto make>
+void call(TextScene &s) {
+  benchmark::DoNotOptimize(make(s));
+}
+
+constexpr std::array<TextOperation, 4> textOperations = {{
+    {"to-decimal", call<[](TextScene &s) { return s.integer.toString(); }>,
+     call<[](TextScene &s) { return encoded(s, _KTINT_DEC_VECTOR); }>},
+    {"from-decimal", call<[](TextScene &s) { return kt::Integer(s.decimal); }>,
+     call<[](TextScene &s) { return decoded(s.decimal, _KTINT_DEC_VECTOR); }>},
+    {"to-hexadecimal", call<[](TextScene &s) { return s.integer.toString(16); }>,
+     call<[](TextScene &s) { return encoded(s, _KTINT_HEX_VECTOR); }>},
+    {"from-hexadecimal", call<[](TextScene &s) { return kt::Integer(s.hexadecimal, 16); }>,
+     call<[](TextScene &s) { return decoded(s.hexadecimal, _KTINT_HEX_VECTOR); }>},
+}};
+
+constexpr const char *integers = "kt::Integer";
+constexpr const char *records = "_KtInt";
+
+void registerTexts() {
+  for (const TextOperation &operation : textOperations) {
+    for (const std::size_t words : textSizes) {
+      const auto one = [&](const char *type, void (*function)(TextScene &)) {
+        benchmark::RegisterBenchmark(label(operation.name, words, type).c_str(),
+                                     [words, function](benchmark::State &state) {
+                                       TextScene scene(words);
+                                       for (auto _ : state) {
+                                         function(scene);
+                                       }
+                                     });
+      };
+      one(integers, operation.withIntegers);
+      one(records, operation.withRecords);
+    }
+  }
+}
+
+// ---- Claims ----
+
 double limitOf(const Operation &operation, std::size_t words) {
   if (words == 4) return operation.limitAtFour;
   if (words == 16) return operation.limitAtSixteen;
@@ -316,6 +391,12 @@ std::vector<bench::Ratio> claims() {
       }
     }
   }
+  for (const TextOperation &operation : textOperations) {
+    for (const std::size_t words : textSizes) {
+      ratios.push_back({label(operation.name, words, integers),
+                        label(operation.name, words, records), textLimit});
+    }
+  }
   return ratios;
 }
 
@@ -327,5 +408,6 @@ int main(int argc, char **argv) {
   registerAll<Boost>();
   registerAll<OpenSsl>();
   registerAll<TomMath>();
+  registerTexts();
   return bench::runWithRatios(argc, argv, claims());
 }

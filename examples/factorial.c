@@ -5,7 +5,7 @@
 #include <stdio.h>
 
 int main(void) {
-  char text[5 * 255 + 2]; /* five digits for each word at most, a sign and a NUL */
+  char text[5 * 255 + 2]; /* at most five digits per word, a sign and a NUL */
   _KtInt *product = _KtIntAlloc(1);
   if (product == NULL) return 1;
   for (uint16_t factor = 2; factor <= 50; ++factor) _KtIntMulS(product, factor);

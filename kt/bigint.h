@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Big integers in one include: the record and its storage, comparison, arithmetic, the highest bit,
-// and text in any base. For C and for C++; docs/bigint.md tells the rest.
+// Includes the functions over _KtInt: storage, comparison, arithmetic, the most significant bit,
+// and text in any base. For C and C++; docs/bigint.md explains them.
 #ifndef KT_BIGINT_H
 #define KT_BIGINT_H
 

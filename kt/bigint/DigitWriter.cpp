@@ -62,7 +62,7 @@ char *writeLimbs(Limbs value, char *output, std::string_view alphabet) {
 // fifths of the time of dividing the whole value once per chunk; for 64 words it gains nothing.
 class Splitter {
  public:
-  // Because a chunk's power is at least the square root of B.
+  // A chunk's power is at least sqrt(2^limbBits), so a limb has at most two chunks.
   static constexpr std::size_t maxChunks = 2 * maxLimbs;
 
   Splitter(const LimbDivisor &divisor, Limb chunkPower, std::size_t valueSize) : divisor_(divisor) {

@@ -5,6 +5,7 @@
 #ifndef KT_BIGINT_DIGITS_H
 #define KT_BIGINT_DIGITS_H
 
+#include <bit>
 #include <cstddef>
 #include <limits>
 #include <string_view>

@@ -49,12 +49,6 @@ void Integer::assign(const Magnitude &magnitude, bool negative) {
   negative_ = negative && count != 0;
 }
 
-Integer &Integer::operator=(const Integer &other) {
-  words_ = other.words_;  // may throw, and then nothing has changed
-  negative_ = other.negative_;
-  return *this;
-}
-
 // Drops leading zeros.
 void Integer::settle() noexcept {
   words_.resize(bigint::significant(Words(words_)).size());

@@ -59,7 +59,7 @@ class Integer {
   Integer(const Integer &other) = default;
   Integer(Integer &&other) noexcept
       : words_(std::exchange(other.words_, {})), negative_(std::exchange(other.negative_, false)) {}
-  Integer &operator=(const Integer &other);
+  Integer &operator=(const Integer &other) = default;
   Integer &operator=(Integer &&other) noexcept {
     words_ = std::exchange(other.words_, {});
     negative_ = std::exchange(other.negative_, false);
@@ -162,6 +162,7 @@ class Integer {
   void settle() noexcept;
 
   // The magnitude in base 65,536, least significant word first, without leading zeros: empty for 0.
+  // The first member, so that a copy that throws has changed nothing.
   std::vector<std::uint16_t> words_;
   bool negative_ = false;  // false for 0
 };

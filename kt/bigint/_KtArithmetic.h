@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
 
 // Sums, shifts, products, quotients and powers of the integers of kt/bigint/_KtInt.h. Operands come
-// first and results last; functions with the suffix S take one unsigned word and, like the shifts,
+// first and results last. Functions with the suffix S take one unsigned word and, like the shifts,
 // work in place. Null records, divisors of zero, and one record for both results of a division fail
-// an assertion before anything is changed. One record serves one thread at a time, operands
-// included.
+// an assertion before anything changes. One record serves one thread at a time, operands included.
 //
-// Results are in normal form but for two zeros with the sign set: the sum of two such zeros, and
-// the one that _KtIntDiv names. They grow as they need to, up to 255 words; beyond them see
-// _KtInt.h.
+// Results grow as needed up to 255 words (beyond that: _KtInt.h) and are in normal form, with two
+// exceptions: the sum of two zeros with the sign set, and the zero that _KtIntDiv describes.
 #ifndef KT_BIGINT__KTARITHMETIC_H
 #define KT_BIGINT__KTARITHMETIC_H
 
@@ -18,59 +16,61 @@
 extern "C" {
 #endif
 
-// c = a + b. Any of the three may be one record. Operands whose signs differ are normalised on the
-// way; those of one sign are left alone.
+// Computes c = a + b. Any of the three may be the same record. Normalises the operands if their
+// signs differ; otherwise does not change them.
 void _KtIntAdd(_KtInt *a, _KtInt *b, _KtInt *c);
 
-// c = a - b. Any of the three may be one record. Operands whose signs agree are normalised on the
-// way; others are left alone.
+// Computes c = a - b. Any of the three may be the same record. Normalises the operands if their
+// signs agree; otherwise does not change them.
 void _KtIntSub(_KtInt *a, _KtInt *b, _KtInt *c);
 
-// a = a + s and a = a - s. As long as a carry does not ask for it, higher words are not touched.
+// Compute a = a + s and a = a - s. Stop at the first word without a carry; higher words are not
+// touched.
 void _KtIntAddS(_KtInt *a, uint16_t s);
 void _KtIntSubS(_KtInt *a, uint16_t s);
 
-// b = -a and b = |a|; b may be a. The negated value is normalised only when it is zero, the
-// absolute one not at all.
+// Compute b = -a and b = |a|; b may be a. _KtIntNeg normalises the result only if it is zero,
+// _KtIntAbs never does.
 void _KtIntNeg(const _KtInt *a, _KtInt *b);
 void _KtIntAbs(const _KtInt *a, _KtInt *b);
 
-// -1, 0 or 1: the sign of a. Normalises.
+// Returns the sign of a: -1, 0 or 1. Normalises.
 int32_t _KtIntSign(_KtInt *a);
 
-// |a| times or divided by 65536 to the power n, in place. The sign stays, and what is shifted out
-// is cut off: -5 divided by 2 is -2. A negative n shifts the other way; the smallest one shifts
-// everything out.
+// Multiply or divide |a| by 65,536^n in place. The sign stays, and a quotient is truncated: -5
+// divided by 2 is -2. A negative n shifts the other way; INT32_MIN shifts everything out.
 void _KtIntBlockShiftLeft(_KtInt *a, int32_t n);
 void _KtIntBlockShiftRight(_KtInt *a, int32_t n);
 
-// |a| times or divided by 2 to the power n, in place; otherwise as the shifts by words.
+// Multiply or divide |a| by 2^n in place, otherwise like the shifts by words.
 void _KtIntShiftLeft(_KtInt *a, int32_t n);
 void _KtIntShiftRight(_KtInt *a, int32_t n);
 
-// a = a * s, in place.
+// Computes a = a * s.
 void _KtIntMulS(_KtInt *a, uint16_t s);
 
-// c = a * b. c may be a or b, but the signs are read when the magnitude of the product, which is
-// not negative, already stands in c: with c = a the result has the sign of b, with c = b that of a.
-// For the true sign pass a c of its own.
+// Computes c = a * b. c may be a or b, but the signs are read after the magnitude is stored, when c
+// is not negative: with c = a the result has the sign of b, with c = b that of a. Pass a separate c
+// for the true sign.
 void _KtIntMul(const _KtInt *a, const _KtInt *b, _KtInt *c);
 
-// c = |a| modulo |b|, never negative. c may be a or b. Normalises b. Requires: b is not zero.
+// Computes c = |a| modulo |b|, which is never negative. c may be a or b. Normalises b. Requires:
+// b != 0.
 void _KtIntMod(const _KtInt *a, _KtInt *b, _KtInt *c);
 
-// The quotient rounded down (7 / -2 is -4), and beside it |dividend| modulo |divisor|, which is
-// never negative, whatever the signs: so dividend = quotient * divisor + remainder holds where the
-// signs agree or the division leaves nothing, not elsewhere.
+// Computes the quotient, rounded towards minus infinity (7 / -2 is -4), and the remainder
+// |dividend| modulo |divisor|, which is never negative and not adjusted to any sign. Therefore
+// dividend = quotient * divisor + remainder holds if the signs agree or the remainder is 0, and not
+// otherwise.
 //
-// Either result may be the dividend or the divisor; the signs are read when the magnitudes of the
-// results, which are not negative, already stand there. Zero divided by a negative number gives a
-// zero with the sign set: _KtIntNegative then says 1, until something normalises it.
+// Either result may be the dividend or the divisor; as in _KtIntMul, the signs are read after the
+// magnitudes are stored. Zero divided by a negative number is a zero with the sign set:
+// _KtIntNegative returns 1 for it until something normalises it.
 //
-// Normalises the divisor. Requires: it is not zero; the two results are not one record.
+// Normalises the divisor. Requires: divisor != 0, and quotient and remainder are different records.
 void _KtIntDiv(const _KtInt *dividend, _KtInt *divisor, _KtInt *quotient, _KtInt *remainder);
 
-// a = a to the power e, in place; 1 for e = 0, also of a zero.
+// Computes a = a^e. Any value to the power of 0 is 1.
 void _KtIntPowS(_KtInt *a, uint16_t e);
 
 #ifdef __cplusplus

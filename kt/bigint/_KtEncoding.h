@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 
-// The integers of kt/bigint/_KtInt.h as text, in any base. A base is given by its digits: an
-// alphabet is a string whose character k is the digit of value k, and the base is its length.
-// Nothing is kept between calls; any thread may call, with a record of its own.
+// Text of the integers of kt/bigint/_KtInt.h in any base. An alphabet gives the base: character k
+// of the string is the digit of value k, and the base is the string's length. Nothing is kept
+// between calls; any thread may call, with a record of its own.
 #ifndef KT_BIGINT__KTENCODING_H
 #define KT_BIGINT__KTENCODING_H
 
@@ -12,27 +12,26 @@
 extern "C" {
 #endif
 
-// Alphabets: "01", "0123456789" and "0123456789abcdef".
+// The alphabets "01", "0123456789" and "0123456789abcdef".
 extern const char *const _KTINT_BIN_VECTOR;
 extern const char *const _KTINT_DEC_VECTOR;
 extern const char *const _KTINT_HEX_VECTOR;
 
-// Writes the value into `output`: '-' where the sign is set, the digits without leading zeros, a
-// NUL. Zero is the one digit alphabet[0]; a zero with the sign set, which is not in normal form, is
-// '-' alone. The value is not changed.
+// Writes '-' if the sign is set, the digits without leading zeros, and a NUL. Zero is the single
+// digit alphabet[0]; a zero with the sign set, which is not in normal form, is '-' alone. Does not
+// change the value.
 //
-// Requires: `v` is not null (an assertion). For a value other than 0 the alphabet has two
-// characters or more (with fewer the assertion of a division by zero fails). `output` has room for
-// a sign, all digits and the NUL: at most 16 digits a word in binary, 5 in decimal, 4 in
-// hexadecimal.
+// Requires: `v` is not null (assertion). For a value other than 0 the alphabet has at least two
+// characters (otherwise the assertion of a division by zero fails). `output` has room for a sign,
+// the digits and the NUL; the caller counts <= 16 digits a word in binary, <= 5 in decimal and <= 4
+// in hexadecimal.
 void _KtIntEncode(const _KtInt *v, char *output, const char *alphabet);
 
-// Reads a value: a '-' in front makes it negative, and every other character that is not in the
-// alphabet is skipped ('+', spaces, capitals where the alphabet has small letters, a second '-').
-// So it can't fail; a text without digits is 0. A character that the alphabet has twice counts as
-// the first one.
+// Reads a value, which is negative if the text begins with '-'. Skips all other characters outside
+// the alphabet: '+', spaces, a second '-', capitals if the alphabet has small letters. It cannot
+// fail; a text without digits is 0. If the alphabet has a character twice, the first one counts.
 //
-// Requires: no argument is null; this is not checked. Digits and base count modulo 65,536.
+// Requires: no argument is null; only `result` is checked. Digits and base count modulo 65,536.
 void _KtIntDecode(const char *text, _KtInt *result, const char *alphabet);
 
 #ifdef __cplusplus

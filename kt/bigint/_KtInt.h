@@ -1,23 +1,21 @@
 // SPDX-License-Identifier: MIT
 
 // Signed integers of up to 255 words of 16 bits: the record that all functions of this folder work
-// on, and the functions that make, free, copy, size and load it. C and C++ alike may call them.
+// on, and the functions that make, free, copy, size and load it. C and C++ may call them.
 //
-// A record belongs to whoever made it with _KtIntAlloc, until _KtIntFree. No function keeps a
-// pointer to a record, there is no state besides the records, and any thread may call; one record
-// serves one thread at a time, comparisons included, for many functions bring their operands to
-// normal form on the way.
+// A record belongs to the caller of _KtIntAlloc until _KtIntFree. The functions keep no state and
+// no pointers, so any thread may call them. One record serves one thread at a time, even in
+// comparisons, because many functions normalise their operands.
 //
-// Normal form: the top word is not 0 unless it is the only one, and zero is not negative. Every
-// function takes values that are not in normal form too.
+// Normal form: no leading zero words (zero has one word), and zero is not negative. Every function
+// also takes values that are not in normal form.
 //
-// A null record where none is allowed is an error of the program: one line on standard error, such
-// as ``_KtInt:34: failed assertion `i != NULL'``, and the process aborts. So does a block of words
-// that can't be had, with a line of its own.
+// A null record fails an assertion unless a function says otherwise: it prints one line on standard
+// error, such as ``_KtInt:34: failed assertion `i != NULL'``, and aborts. A failed allocation of
+// words prints a line of its own and aborts.
 //
-// A result of more than 255 words keeps the low 8 bits of its number of words, and of its words
-// those that these bits count; where they are 0 it is a zero in normal form. No call on records
-// made here reads or writes outside their blocks, whatever the lengths.
+// A result of n > 255 words keeps its low n mod 256 words; if n mod 256 is 0, it is a normalised
+// zero. No call on records made here reads or writes outside their blocks, whatever the lengths.
 #ifndef KT_BIGINT__KTINT_H
 #define KT_BIGINT__KTINT_H
 
@@ -28,44 +26,42 @@ extern "C" {
 #endif
 
 // One integer: sign and magnitude.
-// NOLINTNEXTLINE(modernize-use-using): C knows no other way
+// NOLINTNEXTLINE(modernize-use-using): C has no other way
 typedef struct _KtInt {
-  // The magnitude in base 65536, least significant word first: a block of max(capacity, length, 1)
-  // words from malloc that the record owns.
+  // The magnitude in base 65,536, least significant word first: a block from malloc of
+  // max(capacity, length, 1) words, which the record owns.
   uint16_t *digits;
-  uint8_t length;    // words that belong to the value, 1 to 255; those behind may hold anything
+  uint8_t length;    // words of the value, 1 to 255; the words after them may hold anything
   uint8_t capacity;  // words that may be used without a new block
-  uint8_t negative;  // not 0 when the value is negative
+  uint8_t negative;  // not 0 if the value is negative
 } _KtInt;
 
-// A new record of capacity 5 with this value; free it with _KtIntFree. Null when there is no
-// memory.
+// Returns a new record of capacity 5 with this value, or null if there is no memory. The caller
+// frees it with _KtIntFree.
 _KtInt *_KtIntAlloc(int32_t value);
 
-// Frees the record and its words. Requires: `i` is not null, and came from _KtIntAlloc.
+// Frees the record and its words. Requires: `i` came from _KtIntAlloc.
 void _KtIntFree(_KtInt *i);
 
-// Makes `dst` a copy of `src`, as normal or not as that is. `dst` keeps its block where it is large
-// enough. One record on both sides stays as it is. Requires: neither is null.
+// Makes `dst` an exact copy of `src`, without normalising. `dst` keeps its block if that is large
+// enough. Does nothing if both are the same record.
 void _KtIntCopy(const _KtInt *src, _KtInt *dst);
 
-// Exchanges two records, which may be one, field by field: no word is copied. Requires: neither is
+// Exchanges all fields of two records, which may be the same. Copies no words. Requires: neither is
 // null; this is not checked.
 void _KtIntSwap(_KtInt *a, _KtInt *b);
 
-// Loads a value, in normal form, with a capacity of at least 2. Requires: `i` is not null.
+// Loads a value, in normal form. Ensures capacity for 2 words.
 void _KtIntSetValue(_KtInt *i, int32_t value);
 
-// The low 32 bits of the magnitude, with the sign applied: a value that does not fit is cut without
-// notice. Requires: `i` is not null.
+// Returns the low 32 bits of the magnitude with the sign applied. Does not report an overflow.
 int32_t _KtIntValue(const _KtInt *i);
 
-// Brings the record to normal form; its block stays. Requires: `i` is not null.
+// Brings the record to normal form. The block stays.
 void _KtIntShorten(_KtInt *i);
 
-// Sees to a capacity of at least `n` words; the value stays, and nothing ever shrinks for an `n`
-// that the capacity has already. Of a larger `n` the low 8 bits are the new capacity: 300 makes it
-// 44. Words that the value does not use are not set. Requires: `i` is not null.
+// Ensures capacity for `n` words and keeps the value. Does nothing if capacity >= n; otherwise
+// capacity becomes n mod 256 (300 gives 44). New words are not initialised.
 void _KtIntSetMinLength(_KtInt *i, int32_t n);
 
 #ifdef __cplusplus

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// The highest bit of the integers of kt/bigint/_KtInt.h: where it is, making a value of it alone,
-// and clearing it. A null record fails an assertion. One record serves one thread at a time.
+// The most significant bit of the integers of kt/bigint/_KtInt.h: finding it, setting it alone and
+// clearing it. A null record fails an assertion. One record serves one thread at a time.
 #ifndef KT_BIGINT__KTLOG_H
 #define KT_BIGINT__KTLOG_H
 
@@ -11,16 +11,16 @@
 extern "C" {
 #endif
 
-// The index of the highest bit that is set in |a|: the logarithm to base 2, rounded down. 0 for 0
-// and for 1. Normalises.
+// Returns the index of the most significant bit of |a|, which is its logarithm to base 2 rounded
+// down. Returns 0 for 0 and for 1. Normalises.
 int32_t _KtIntLog2(_KtInt *a);
 
-// |a| = 2 to the power n. The sign stays: a record that was negative becomes -(2 to the power n).
-// From n = 4,080 on the result does not fit (kt/bigint/_KtInt.h): all its words are 0, and it is
-// not brought to normal form unless the low 8 bits of its length are 0.
+// Computes |a| = 2^n. The sign stays: a negative record becomes -(2^n). For n >= 4,080 the result
+// does not fit (_KtInt.h): all words that are kept are 0, and the value is normalised only if no
+// word is kept.
 void _KtIntExp2(_KtInt *a, uint32_t n);
 
-// Clears the highest bit that is set in |a|; zero stays zero. The result is in normal form.
+// Clears the most significant bit of |a|; zero stays zero. The result is in normal form.
 void _KtIntClearHighBit(_KtInt *a);
 
 #ifdef __cplusplus
