@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// What the debug log costs: switched off beside an inlined test of a global byte (the floor), and,
-// for information, switched on beside snprintf and one write of the same line.
+// Measures a call of the debug log: switched off, against an inlined test of a global byte (the
+// floor); switched on, for information, against snprintf and one write of the same line.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -14,12 +14,12 @@
 #include "bench/ratios.h"
 #include "kt/diagnostics/KtDebug.h"
 
-unsigned char floorSwitch = 0;  // what the floor tests; the compiler cannot know that it stays 0
+unsigned char floorSwitch = 0;  // tested by the floor; external, so the compiler must load it
 
 namespace {
 
-// Straight through, without a loop around them: how a loop of four instructions happens to be
-// aligned would make more of a difference than what is measured.
+// The calls are unrolled: the alignment of a loop of four instructions would change the figure more
+// than the call that is measured.
 constexpr std::make_integer_sequence<int, 64> callsInARow;
 
 template <typename Call, int... Numbers>
@@ -54,19 +54,19 @@ void disabledKtDebug(benchmark::State &state) {
   }
 }
 
-// Standard error goes nowhere while this lives.
+// Discards standard error while it lives.
 class Silence {
  public:
-  Silence() : saved_(dup(STDERR_FILENO)) {
-    const int nowhere = open("/dev/null", O_WRONLY);
-    dup2(nowhere, STDERR_FILENO);
-    close(nowhere);
+  Silence() : saved_(::dup(STDERR_FILENO)) {
+    const int nowhere = ::open("/dev/null", O_WRONLY);
+    ::dup2(nowhere, STDERR_FILENO);
+    ::close(nowhere);
   }
   Silence(const Silence &) = delete;
   Silence &operator=(const Silence &) = delete;
   ~Silence() {
-    dup2(saved_, STDERR_FILENO);
-    close(saved_);
+    ::dup2(saved_, STDERR_FILENO);
+    ::close(saved_);
   }
 
  private:
@@ -81,7 +81,7 @@ void snprintfAndWrite(benchmark::State &state) {
     const int size =
         std::snprintf(line.data(), line.size(), "2026-11-21 06:54:12.345 %s[%d] %s %d\n", "bench",
                       1234, "Bound to port", number++);
-    benchmark::DoNotOptimize(write(STDERR_FILENO, line.data(), static_cast<std::size_t>(size)));
+    benchmark::DoNotOptimize(::write(STDERR_FILENO, line.data(), static_cast<std::size_t>(size)));
   }
 }
 

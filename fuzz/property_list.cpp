@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Whatever can be read can be written, and what is written reads back as the same value and is
-// written as the same text: pure ASCII without control characters.
+// Checks that any text that can be read can be written as printable ASCII, that this reads back as
+// the same value, and that the value is written as the same text again.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Runs a fuzzer's function on every file of the folders named on the command line, so that what the
-// fuzzer once found stays found with any compiler.
+// Runs a fuzzer's function on every file of the folders named on the command line. The corpus is
+// thus an ordinary test, with any compiler.
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -17,7 +17,7 @@ void runOn(const std::filesystem::path &file) {
   std::ifstream stream(file, std::ios::binary);
   const std::string content{std::istreambuf_iterator<char>(stream), {}};
   std::printf("%s\n", file.filename().c_str());
-  std::fflush(stdout);  // the last line names the file that ends the program
+  std::fflush(stdout);  // if the fuzzer aborts, the last line names the file
   (void)LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(content.data()),
                                content.size());  // always 0
 }

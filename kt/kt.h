@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// The whole toolkit in one include: property lists and formatting, the debug log, messaging over
-// UDP, big integers, and the directory walker. Each part can be included alone.
+// Includes the whole toolkit: property lists and formatting, the debug log, messaging over UDP, big
+// integers, and the directory walker. Each part can be included alone.
 #ifndef KT_KT_H
 #define KT_KT_H
 

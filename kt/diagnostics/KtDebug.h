@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 
-// The debug log: one switch for the whole process and the function through which everything writes
-// its diagnostic lines. The switch is off at first and stays as it was set. Set it while the
-// program starts, before there are other threads, for it is read without a lock; after that any
-// thread may log, and every line comes out whole.
+// The debug log: one switch for the whole process, off at first, and one function that writes
+// diagnostic lines. Set the switch before other threads start: it is read without a lock. After
+// that any thread may log, and every line is written whole.
 #ifndef KT_DIAGNOSTICS_KTDEBUG_H
 #define KT_DIAGNOSTICS_KTDEBUG_H
 
@@ -13,18 +12,18 @@
 #include "kt/foundation/Format.h"
 #include "kt/foundation/LogLine.h"
 
-// The switch: 0 is off, anything else is on. May be read and set directly.
-extern "C" [[gnu::visibility("default")]] unsigned char debug;
+// The switch: 0 is off, any other value is on. Programs may read and set it directly.
+extern "C" unsigned char debug;
 
 namespace kt {
 
-// How an argument reaches writeDebugLine. Numbers and pointers go by value: a reference would keep
-// the caller's variable in memory, and cost it a store, while the switch is off too.
+// The parameter type of writeDebugLine for an argument. Numbers and pointers are passed by value: a
+// reference would force the caller's variable into memory even while the switch is off.
 template <typename T>
 using DebugParameter = std::conditional_t<std::is_scalar_v<T>, std::remove_cv_t<T>, const T &>;
 
-// What KtDebug does when the switch is on. Kept out of the calling functions, and out of the way of
-// their code.
+// Writes the line when the switch is on. Out of line and cold, so that a disabled call costs its
+// caller one test and little code.
 template <typename... Arguments>
 [[gnu::cold, gnu::noinline]] void writeDebugLine(std::string_view format,
                                                  DebugParameter<Arguments>... arguments) {
@@ -34,23 +33,26 @@ template <typename... Arguments>
 }  // namespace kt
 
 // Writes one line to the log (kt/foundation/LogLine.h) if the switch is on. Placeholders and
-// arguments are those of kt/foundation/Format.h; percent signs inside arguments are printed as they
-// stand. While the switch is off a call costs one test of one byte: nothing is formatted or
-// allocated, and the arguments, bad ones too, are not looked at.
+// arguments are those of kt/foundation/Format.h; a width or a number's precision counts as <=
+// 65,536. Percent signs inside arguments are printed unchanged. While the switch is off, a call
+// costs one test of one byte: it formats and allocates nothing and does not look at its arguments,
+// not even at wrong ones.
 //
 //     KtDebug("Bound to port %d", port);
 template <typename... Arguments>
 inline void KtDebug(std::string_view format, const Arguments &...arguments) {
-  if (debug) [[unlikely]] {
+  if (debug != 0) [[unlikely]] {
     kt::writeDebugLine<Arguments...>(format, arguments...);
   }
 }
 
-// Sets the switch to `enabled`, as it is.
-extern "C" [[gnu::visibility("default")]] void KtSetDebugEnabled(unsigned char enabled);
+// Sets the switch to `enabled`.
+extern "C" void KtSetDebugEnabled(unsigned char enabled);
 
-// Sets the switch to 1 or 0 by the user default `KtDebugEnabled` (kt/foundation/UserDefaults.h),
-// off where the user chose nothing. Later changes of the default count when it is called again.
-extern "C" [[gnu::visibility("default")]] void KtAutoSetDebug(void);
+// Sets the switch to 1 if the user default `KtDebugEnabled` means yes, else to 0. The default is
+// the environment variable of that name or, if that is not set, the key in `kt/defaults.plist` of
+// the user's configuration folder. A file larger than 1 MiB counts as absent. Details are in
+// kt/foundation/UserDefaults.h. A later change of the default has no effect until the next call.
+extern "C" void KtAutoSetDebug(void);
 
 #endif

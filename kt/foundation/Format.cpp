@@ -17,23 +17,23 @@ namespace {
 
 constexpr std::string_view digits = "0123456789";
 
-// One placeholder as it was read. A `*` has been replaced by its argument.
+// One placeholder of a format; a `*` is already replaced by its argument.
 struct Placeholder {
-  std::optional<std::size_t> position;            // from 1; absent: the next argument in turn
-  std::string_view flags;                         // as they stand in the format
-  bool left = false;                              // aligned so, by a flag or by a negative width
+  std::optional<std::size_t> position;            // from 1; absent: the next argument
+  std::string_view flags;                         // as in the format
+  bool left = false;                              // left-aligned, by a flag or a negative width
   int width = 0;                                  // 0 to formatSizeLimit
-  int precision = -1;                             // -1 when none is given
-  std::size_t narrowing = sizeof(std::intmax_t);  // bytes that hh or h leaves of an integer
-  std::string_view conversion;   // one character; empty when the format ended before it
-  std::string_view starProblem;  // what is wrong with a `*`; empty when nothing is
+  int precision = -1;                             // -1 if none is given
+  std::size_t narrowing = sizeof(std::intmax_t);  // bytes of an integer that hh or h keeps
+  std::string_view conversion;   // one character; empty if the format ended before it
+  std::string_view starProblem;  // the mistake in a `*`; empty if there is none
 };
 
 bool isOneOf(std::string_view set, char character) {
   return set.find(character) != std::string_view::npos;
 }
 
-// Takes the digits at the front of `text`; a number too large for an int becomes the largest.
+// Takes the digits at the start of `text`. A number > INT_MAX becomes INT_MAX.
 int takeNumber(std::string_view &text) {
   int number = 0;
   while (!text.empty() && isOneOf(digits, text.front())) {
@@ -50,7 +50,7 @@ bool take(std::string_view &text, std::string_view prefix) {
   return true;
 }
 
-// Takes `2$`; anything else is left where it is.
+// Takes a position such as `2$`, if `text` begins with one.
 std::optional<std::size_t> takePosition(std::string_view &text) {
   std::string_view ahead = text;
   const int number = takeNumber(ahead);
@@ -75,7 +75,7 @@ void takeLength(std::string_view &text, Placeholder &placeholder) {
   }
 }
 
-// Takes one character, all its bytes where it is UTF-8, so that a mark stays well-formed text.
+// Takes one character, with all its bytes if it is UTF-8: a mark must be well-formed text.
 std::string_view takeConversion(std::string_view &text) {
   std::size_t size = std::min<std::size_t>(text.size(), 1);
   if (size == 1 && (text.front() & 0xC0) == 0xC0) {
@@ -88,7 +88,7 @@ std::string_view takeConversion(std::string_view &text) {
   return conversion;
 }
 
-// The flags that mean something to a conversion. With others snprintf's behaviour is undefined.
+// Returns the flags that a conversion supports. With others the behaviour of snprintf is undefined.
 std::string_view knownFlags(char conversion) {
   if (isOneOf("di", conversion)) return "+ 0'";
   if (conversion == 'u') return "0'";
@@ -96,7 +96,7 @@ std::string_view knownFlags(char conversion) {
   return isOneOf("fFgG", conversion) ? "+ #0'" : "+ #0";
 }
 
-// The format for snprintf, with `*` for width and precision.
+// Returns the format for snprintf, with `*` for width and precision.
 std::string formatForNumber(const Placeholder &placeholder, std::string_view length) {
   std::string numberFormat = placeholder.left ? "%-" : "%";
   for (const char known : knownFlags(placeholder.conversion.front())) {
@@ -136,7 +136,9 @@ std::int64_t signedOfSize(std::uint64_t bits, std::size_t bytes) {
 
 }  // namespace
 
-// One run over one format.
+namespace text {
+
+// Formats one text in a single pass over its format.
 class Formatter {
  public:
   Formatter(std::string_view format, std::span<const FormatArgument> arguments)
@@ -147,7 +149,7 @@ class Formatter {
  private:
   using Value = FormatArgument::Value;
 
-  // The argument at `position`, or the next in turn; null when it was not passed.
+  // Returns the argument at `position`, or the next argument; null if it was not passed.
   const Value *argument(std::optional<std::size_t> position);
 
   Placeholder takePlaceholder();
@@ -170,9 +172,9 @@ class Formatter {
 
   static std::string_view kindOf(const Value &value);
 
-  std::string_view rest_;  // what of the format is still to be read
+  std::string_view rest_;  // the part of the format that is still to be read
   std::span<const FormatArgument> arguments_;
-  std::size_t next_ = 0;  // index of the next argument in turn
+  std::size_t next_ = 0;  // index of the next argument
   std::string result_;
 };
 
@@ -187,12 +189,12 @@ std::string Formatter::run() {
 }
 
 const Formatter::Value *Formatter::argument(std::optional<std::size_t> position) {
-  // Position 0 does not exist; less one it is past any end.
+  // Position 0 does not exist: 0 - 1 wraps to an index past any end.
   const std::size_t index = position ? *position - 1 : next_++;
   return index < arguments_.size() ? &arguments_[index].value_ : nullptr;
 }
 
-// A `*` takes its argument as it is met, so that arguments go in the order of the format.
+// Each `*` takes its argument when it is read, so arguments are consumed in the format's order.
 Placeholder Formatter::takePlaceholder() {
   Placeholder placeholder;
   placeholder.position = takePosition(rest_);
@@ -240,7 +242,7 @@ void Formatter::write(const Placeholder &placeholder) {
   }
 }
 
-// False, with nothing written, when the value is of a kind that the conversion does not show.
+// Returns false and writes nothing if the conversion does not take this kind of value.
 bool Formatter::writeValue(const Placeholder &placeholder, const Value &value) {
   switch (placeholder.conversion.front()) {
     case 'c':
@@ -291,7 +293,7 @@ bool Formatter::writeByte(const Placeholder &placeholder, const Value &value) {
   const auto *integer = std::get_if<FormatArgument::Integer>(&value);
   if (integer == nullptr) return false;
   const char byte = static_cast<char>(integer->bits);
-  Placeholder whole = placeholder;  // a precision means nothing here
+  Placeholder whole = placeholder;  // a precision has no meaning here
   whole.precision = -1;
   writeText(whole, std::string_view(&byte, 1));
   return true;
@@ -304,7 +306,7 @@ bool Formatter::writePointer(const Placeholder &placeholder, const Value &value)
   } else if (const auto *string = std::get_if<FormatArgument::CString>(&value)) {
     address = string->start;
   } else if (const auto *object = std::get_if<FormatArgument::Object>(&value);
-             (object != nullptr) && object->isPointer) {
+             object != nullptr && object->isPointer) {
     address = object->address;
   } else {
     return false;
@@ -328,12 +330,12 @@ bool Formatter::writeString(const Placeholder &placeholder, const Value &value) 
     writeText(placeholder, "(null)");
     return true;
   }
-  // No byte behind the precision is read: there need not be a NUL then.
+  // Reads no byte after the precision: such an argument need not have a NUL.
   std::size_t limit = string->limit;
   if (placeholder.precision >= 0) {
     limit = std::min(limit, static_cast<std::size_t>(placeholder.precision));
   }
-  writeText(placeholder, std::string_view(string->start, strnlen(string->start, limit)));
+  writeText(placeholder, std::string_view(string->start, ::strnlen(string->start, limit)));
   return true;
 }
 
@@ -352,7 +354,7 @@ void Formatter::writeNumber(const Placeholder &placeholder, std::string_view len
   const auto print = [&](char *target, std::size_t capacity) {
     const int size =
         std::snprintf(target, capacity, numberFormat.c_str(), placeholder.width, precision, number);
-    if (size < 0) throw std::bad_alloc();  // the sizes are limited: only memory can have failed
+    if (size < 0) throw std::bad_alloc();  // sizes are limited, so only memory can fail
     return static_cast<std::size_t>(size);
   };
   std::array<char, 64> text;
@@ -363,7 +365,7 @@ void Formatter::writeNumber(const Placeholder &placeholder, std::string_view len
   }
   const std::size_t start = result_.size();
   result_.resize(start + size);
-  print(result_.data() + start, size + 1);  // the NUL falls on the string's own
+  print(result_.data() + start, size + 1);  // the NUL overwrites the string's own
 }
 
 void Formatter::writeText(const Placeholder &placeholder, std::string_view text) {
@@ -394,8 +396,10 @@ std::string_view Formatter::kindOf(const Value &value) {
   return isFloating ? "floating-point" : "string";
 }
 
+}  // namespace text
+
 std::string formatArguments(std::string_view format, std::span<const FormatArgument> arguments) {
-  return Formatter(format, arguments).run();
+  return text::Formatter(format, arguments).run();
 }
 
 }  // namespace kt

@@ -1,33 +1,37 @@
 // SPDX-License-Identifier: MIT
 
-// Text made from a printf format and arguments that carry their own types. What a format asks for
-// is checked against what was passed: nothing else is ever read, and a mistake shows in the text as
-// a mark such as `%!d(missing)`. Functions only, without state; any thread may call them.
+// printf-style formatting whose arguments carry their own types. Each placeholder is checked
+// against its argument, and nothing else is ever read. A mistake appears in the text as a mark such
+// as `%!d(missing)`. Any thread may call these functions; they have no state.
 //
-// A format holds printf's conversions d i u o x X c s p f F e E g G a A %, with the flags - + space
-// # 0 ', width, precision, `*` for either, the lengths hh h l ll j z t L q, and positions as in
-// `%2$d` and `%1$*2$d`. One more is `%@`, for strings and for anything with a description().
+// A format takes printf's conversions d i u o x X c s p f F e E g G a A %, the flags - + # 0 ' and
+// space, width, precision, `*` for either, the lengths hh h l ll j z t L q, and positions as in
+// `%2$d` and `%1$*2$d`. In addition, `%@` takes a string or anything with a description().
 //
 //     kt::format("%s has %d of %5.2f", "ktd", 3, 0.5)      "ktd has 3 of  0.50"
 //     kt::format("%d%%, %@", std::int64_t{1} << 40, list)  "1099511627776%, ( a, b )"
 //
-// Numbers look as snprintf writes them, the locale's decimal point included. The type of the
-// argument settles its size, so that a missing or wrong length does no harm: an int64_t is shown in
-// full under %d, a negative int under %x as its own 32 bits. Only hh and h matter: they narrow, as
-// they do in printf. Types smaller than int count as int; bools and enumerations are integers.
+// A width, and the precision of a number, counts as at most 65,536 bytes or digits
+// (formatSizeLimit).
 //
-// %s takes C strings, char arrays (read up to their end, NUL or not), std::string and
-// std::string_view, and copies their bytes as they are; width and precision count bytes. A null
-// pointer is the text "(null)" under %s and %@. %p takes any pointer. %c writes one byte.
+// Numbers look as snprintf writes them, with the locale's decimal point. The type of the argument
+// determines its size, so a missing or wrong length is harmless: %d shows all of an int64_t, and %x
+// shows a negative int as 32 bits. Only hh and h have an effect: they narrow, as in printf. Types
+// smaller than int are promoted to int; bools and enumerations are integers.
 //
-// Marks name the conversion and what is wrong:
+// %s takes C strings, char arrays (read up to a NUL or their end), std::string and
+// std::string_view, and copies their bytes unchanged; width and precision count bytes. A null
+// pointer is "(null)" under %s and %@. %p takes any pointer. %c writes one byte.
+//
+// A mark names the conversion and the mistake:
 //     %!d(missing)     the argument was not passed
-//     %!d(string)      one of another kind was: integer, floating-point, string, pointer, object
-//     %!*(missing)     the same of a `*`; its placeholder shows nothing else
-//     %!y(unknown)     no such conversion; %n, which would write to memory, is one of these
-//     %!(incomplete)   the format ended inside a placeholder
-// Each of them still uses up its arguments, so that those behind it keep theirs. Surplus arguments
-// are ignored. Arguments' texts are never looked at for placeholders.
+//     %!d(string)      the argument is of the kind named here, which %d does not take
+//     %!*(missing)     either mistake, for a `*`; its placeholder shows nothing else
+//     %!y(unknown)     there is no such conversion; %n, which would write to memory, counts as one
+//     %!(incomplete)   the format ends inside a placeholder
+// The kinds are integer, floating-point, string, pointer and object. A placeholder with a mistake
+// still consumes its arguments. Surplus arguments are ignored. The texts of arguments are never
+// searched for placeholders.
 #ifndef KT_FOUNDATION_FORMAT_H
 #define KT_FOUNDATION_FORMAT_H
 
@@ -40,43 +44,48 @@
 #include <type_traits>
 #include <variant>
 
+namespace kt::text {
+class Formatter;
+}
+
 namespace kt {
 
-// A width and a number's precision count as at most this much, in bytes or digits, so that no
-// format makes absurd amounts of text. A string's precision has no limit: it can only shorten.
+// The largest width in bytes and the largest precision of a number in digits; larger ones count as
+// this, so that no format produces absurd amounts of text. The precision of a string has no limit,
+// because it can only shorten the text.
 inline constexpr int formatSizeLimit = 65536;
 
-// What `%@` shows beside strings.
+// The types that `%@` takes besides strings.
 template <typename T>
 concept Described = requires(const T &object) {
   std::string(object.description());
 };
 
-// One argument of a format: a view of a value of a printable type. It is made from the value at the
-// call and must not outlive it. Other types are refused when the call is compiled.
+// One argument of a format: a view of a printable value, which must not outlive the value. A type
+// that is not printable is a compile error.
 class FormatArgument {
  public:
   template <typename T>
   explicit FormatArgument(const T &value) : value_(wrap(value)) {}
 
  private:
-  friend class Formatter;
+  friend class text::Formatter;
 
   struct Integer {
-    std::uint64_t bits;  // sign- or zero-extended, as the type asks
-    std::size_t bytes;   // the type's size, at least an int's
+    std::uint64_t bits;  // sign- or zero-extended, depending on the type
+    std::size_t bytes;   // the size of the type, >= sizeof(int)
   };
   struct CString {
     const char *start;  // may be null
-    std::size_t limit;  // bytes that may be read while no NUL comes
+    std::size_t limit;  // bytes that may be read if there is no NUL
   };
   struct Pointer {
     const void *address;
   };
   struct Object {
-    const void *address;                    // null when a null pointer was passed
-    std::string (*describe)(const void *);  // called with an address that is not null
-    bool isPointer;                         // passed by address, so that %p may show it
+    const void *address;                    // null if a null pointer was passed
+    std::string (*describe)(const void *);  // never called with null
+    bool isPointer;                         // passed as a pointer: %p may show it
   };
   using Value =
       std::variant<Integer, double, long double, std::string_view, CString, Pointer, Object>;
@@ -91,12 +100,12 @@ class FormatArgument {
   Value value_;
 };
 
-// The text of `format` with its placeholders replaced. No format makes it fail; what a
-// description() throws, and std::bad_alloc, pass through.
-[[nodiscard, gnu::visibility("default")]] std::string formatArguments(
-    std::string_view format, std::span<const FormatArgument> arguments);
+// Returns `format` with its placeholders replaced. No format makes it fail; it throws only
+// std::bad_alloc and what a description() throws.
+[[nodiscard]] std::string formatArguments(std::string_view format,
+                                          std::span<const FormatArgument> arguments);
 
-// The same for values as they are.
+// The same, for values of any printable types.
 template <typename... Arguments>
 [[nodiscard]] std::string format(std::string_view format, const Arguments &...arguments) {
   const std::array<FormatArgument, sizeof...(Arguments)> list{FormatArgument(arguments)...};

@@ -9,10 +9,10 @@
 namespace kt {
 
 std::string hostName() noexcept {
-  // POSIX names have at most 255 bytes. The last one stays 0: a name that is cut off need not be
-  // terminated.
+  // POSIX host names have <= 255 bytes. The last byte stays 0: the system need not terminate a name
+  // that it truncates.
   std::array<char, 256> name{};
-  if (gethostname(name.data(), name.size() - 1) != 0) return "localhost";
+  if (::gethostname(name.data(), name.size() - 1) != 0) return "localhost";
   return name.data();
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// The name of the machine. A function without state; any thread may call it.
+// The name of the machine. Any thread may call this function; it has no state.
 #ifndef KT_FOUNDATION_HOSTNAME_H
 #define KT_FOUNDATION_HOSTNAME_H
 
@@ -8,9 +8,9 @@
 
 namespace kt {
 
-// The name that the host reports for itself, as it was set: with a domain or without. No name
-// service is asked. "localhost" where the system does not tell.
-[[nodiscard, gnu::visibility("default")]] std::string hostName() noexcept;
+// Returns the host name as the system has it, with or without a domain; asks no name service.
+// Returns "localhost" if the system call fails.
+[[nodiscard]] std::string hostName() noexcept;
 
 }  // namespace kt
 

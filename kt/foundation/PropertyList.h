@@ -98,8 +98,8 @@ class Dictionary {
 
   // Returns the value for `key`; inserts an empty string first if there is none. Valid until
   // another entry is inserted or erased, which may happen within one expression: if "a" is new,
-  // `d["a"] = d["b"]` may move the entry of "b" before it is read. Copy it first:
-  // `d["a"] = PropertyList(d["b"])`.
+  // `d["a"] = d["b"]` may move the entry of "b" before it is read. Copy it first: `d["a"] =
+  // PropertyList(d["b"])`.
   PropertyList &operator[](std::string_view key);
 
   [[nodiscard]] bool contains(std::string_view key) const;
@@ -187,9 +187,9 @@ class PropertyList {
     if (isContainer(kind())) removeChildren();
   }
 
-  // Reads text, which may hold comments and white space around one value and nothing else.
-  // Throws PropertyListError. Takes time linear in the text's length, except for sorting the keys
-  // of a dictionary that are not in order.
+  // Reads text, which may hold comments and white space around one value and nothing else. Throws
+  // PropertyListError. Takes time linear in the text's length, except for sorting the keys of a
+  // dictionary that are not in order.
   [[nodiscard]] static PropertyList parse(std::string_view text);
 
   [[nodiscard]] Kind kind() const noexcept { return static_cast<Kind>(value_.index()); }

@@ -141,8 +141,8 @@ PropertyList Parser::parse() {
   return root;
 }
 
-// Reads a whole scalar, or only the opening bracket of a container.
-// Requires: `value` is an empty string.
+// Reads a whole scalar, or only the opening bracket of a container. Requires: `value` is an empty
+// string.
 void Parser::readValue(PropertyList &value) {
   skipBlanks();
   switch (next()) {

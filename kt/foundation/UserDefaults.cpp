@@ -21,32 +21,32 @@ namespace kt {
 
 namespace {
 
-// Far more than anybody writes by hand; a file beyond it is something else put there by mistake.
+// In bytes. Nobody writes this much by hand: a larger file is not a settings file.
 constexpr std::size_t fileSizeLimit = 1 << 20;
 
 // Owns one descriptor opened for reading, or none (-1).
 class InputFile {
  public:
   explicit InputFile(const std::string &path)
-      // Non-blocking, for opening a FIFO would wait for a writer.
-      : descriptor_(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)) {}
+      // Non-blocking, because opening a FIFO would wait for a writer.
+      : descriptor_(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)) {}
   InputFile(const InputFile &) = delete;
   InputFile &operator=(const InputFile &) = delete;
   ~InputFile() {
-    if (descriptor_ >= 0) close(descriptor_);
+    if (descriptor_ >= 0) ::close(descriptor_);
   }
 
   [[nodiscard]] bool isRegular() const {
     struct stat status {};
-    return fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
+    return ::fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
   }
 
-  // Everything up to the end; nothing when reading fails or there is more than the limit.
+  // Returns the whole file; nothing if reading fails or the file is larger than the limit.
   [[nodiscard]] std::optional<std::string> contents() const {
     std::string text;
     std::array<char, 4096> chunk;
     while (text.size() <= fileSizeLimit) {
-      const ssize_t count = read(descriptor_, chunk.data(), chunk.size());
+      const ssize_t count = ::read(descriptor_, chunk.data(), chunk.size());
       if (count == 0) return text;
       if (count > 0) text.append(chunk.data(), static_cast<std::size_t>(count));
       if (count < 0 && errno != EINTR) return std::nullopt;
@@ -58,20 +58,20 @@ class InputFile {
   int descriptor_;
 };
 
-// The variable's value; null when it is not set or empty.
+// Returns the variable's value; null if it is not set or empty.
 const char *nonEmptyVariable(const char *name) {
   const char *value = std::getenv(name);
-  return (value != nullptr) && *value ? value : nullptr;
+  return value != nullptr && *value != '\0' ? value : nullptr;
 }
 
 std::string homeFromUserDatabase() {
   passwd entry{};
   passwd *found = nullptr;
   std::vector<char> strings(1024);
-  while (getpwuid_r(getuid(), &entry, strings.data(), strings.size(), &found) == ERANGE) {
+  while (::getpwuid_r(::getuid(), &entry, strings.data(), strings.size(), &found) == ERANGE) {
     strings.resize(strings.size() * 2);
   }
-  return (found != nullptr) && (found->pw_dir != nullptr) ? found->pw_dir : "";
+  return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : "";
 }
 
 std::string defaultsPath() {
@@ -103,9 +103,9 @@ bool isYesInText(const std::string &text, const std::string &key) {
     const PropertyList defaults = PropertyList::parse(text);
     const Dictionary *dictionary = defaults.asDictionary();
     const PropertyList *value = dictionary != nullptr ? dictionary->find(key) : nullptr;
-    return (value != nullptr) && isYes(*value);
+    return value != nullptr && isYes(*value);
   } catch (const PropertyListError &) {
-    return false;  // a file that cannot be read says nothing, and nothing means no
+    return false;  // a malformed file sets nothing
   }
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Settings that a user makes outside the program. A function without state: the environment and the
-// file are read at each call. Any thread may call it while none changes the environment.
+// Settings that a user makes outside the program. Each call reads the environment and the settings
+// file anew. Any thread may call this function while none changes the environment.
 #ifndef KT_FOUNDATION_USERDEFAULTS_H
 #define KT_FOUNDATION_USERDEFAULTS_H
 
@@ -9,18 +9,16 @@
 
 namespace kt {
 
-// The yes or no that the user chose for `key`. It is read from the environment variable of that
-// name; only where that is not set, from the same key of the dictionary in the property-list file
-// `kt/defaults.plist` of the user's configuration folder: $XDG_CONFIG_HOME where that is set and
-// not empty, else ~/.config, with ~ as $HOME or, where that is not set or empty, as the user
-// database has it.
+// Returns the yes or no that the user chose for `key`. The environment variable of that name comes
+// first. Only if it is not set, the same key counts in the settings file `kt/defaults.plist`, whose
+// property list is a dictionary. The file is in $XDG_CONFIG_HOME or, if that is not set or empty,
+// in ~/.config. There ~ is $HOME or, if that is not set or empty, the user database's home folder.
 //
-// YES, TRUE, Y and T in any case mean yes, and so does a text that begins with a number other than
-// 0
-// (`1`, ` 2 of them`). Everything else means no: the empty text, an absent key, a value that is no
-// string, a file that is absent, unreadable, malformed, larger than 1 MiB or no regular file (which
-// is never waited for).
-[[nodiscard, gnu::visibility("default")]] bool boolUserDefault(const std::string &key);
+// YES, TRUE, Y and T in any case mean yes, and so does a text that begins with an integer other
+// than 0, such as `1` or ` 2 of them`. Everything else means no: an absent key, the empty text, a
+// value that is not a string, and a file that is absent, unreadable or malformed, larger than 1
+// MiB, or not a regular file. The call never waits for such a file.
+[[nodiscard]] bool boolUserDefault(const std::string &key);
 
 }  // namespace kt
 

@@ -5,10 +5,10 @@
 namespace kt {
 namespace {
 
-// What a lead byte announces. The bounds of the second byte exclude overlong forms, surrogates and
-// what lies beyond U+10FFFF; later bytes are 80 to BF (Unicode, table 3-7).
+// The sequence that a lead byte begins. The bounds of the second byte exclude overlong forms,
+// surrogates and code points > U+10FFFF; later bytes are 80 to BF (Unicode, table 3-7).
 struct Sequence {
-  std::size_t byteCount;  // 0 when the byte begins no character
+  std::size_t byteCount;  // 0 if the byte cannot begin a character
   unsigned char secondLow;
   unsigned char secondHigh;
 };
