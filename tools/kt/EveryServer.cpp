@@ -49,7 +49,8 @@ class Pass {
   }
 
   void listen(std::vector<FoundServer> &found) {
-    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(options_.timeoutMs.value_or(usualTimeoutMs));
+    const Clock::time_point deadline =
+        Clock::now() + std::chrono::milliseconds(options_.timeoutMs.value_or(usualTimeoutMs));
     while (Clock::now() < deadline) {
       const timeval rest = timeUntil(deadline);
       if (ReadSet(socket_).wait(&rest) > 0) receive(found);
