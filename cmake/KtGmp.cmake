@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 
-# GMP, the tests' and benchmarks' second opinion on big integers, as kt-gmp with KT_HAVE_GMP
-# defined. For a word size that it is not installed for, kt-gmp is empty.
+# kt-gmp: GMP, which tests and benchmarks compare big integers with; it defines KT_HAVE_GMP. If GMP
+# is not installed for this word size, kt-gmp is empty.
 include_guard(GLOBAL)
 include(CheckCXXSourceCompiles)
 set(CMAKE_REQUIRED_LIBRARIES gmp)

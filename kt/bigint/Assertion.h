@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 
-// The assertions of this folder's contract: a condition that does not hold writes one line to
-// standard error and aborts, whatever the build type. Unit, line and text are those by which the
-// contract names the condition; where it stands in our sources does not matter.
+// The assertions of the contract of the _KtInt functions. They are checked in every build type. An
+// assertion is named by the unit, line and condition that the contract gives it, not by its place
+// in these sources.
 #ifndef KT_BIGINT_ASSERTION_H
 #define KT_BIGINT_ASSERTION_H
 
 namespace kt::bigint {
 
-// The place that an assertion names.
+// The name of an assertion.
 struct Place {
   const char *unit;
   unsigned line;
@@ -18,6 +18,7 @@ struct Place {
 // Writes ``unit:line: failed assertion `condition''' to standard error, flushes it and aborts.
 [[noreturn, gnu::cold]] void failAssertion(const Place &place);
 
+// Fails the assertion unless `holds`.
 inline void require(bool holds, const Place &place) {
   if (!holds) [[unlikely]] {
     failAssertion(place);

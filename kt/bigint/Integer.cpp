@@ -1,153 +1,166 @@
 // SPDX-License-Identifier: MIT
 
+// The signs of kt::Integer and its limit, over the arithmetic of magnitudes.
 #include "kt/bigint/Integer.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
-#include <new>
-#include <stdexcept>
 
-#include "kt/bigint.h"
+#include "kt/bigint/Errors.h"
+#include "kt/bigint/Limb.h"
+#include "kt/bigint/Limbs.h"
+#include "kt/bigint/Magnitude.h"
 
 namespace kt {
 
-namespace {
+using bigint::divisionByZero;
+using bigint::Magnitude;
+using bigint::requireNotNegative;
+using bigint::tooLarge;
+using bigint::Word;
+using bigint::wordBits;
+using bigint::Words;
 
-constexpr int bitsPerWord = 16;
-constexpr int wordsPer64Bits = 64 / bitsPerWord;
-
-std::overflow_error tooLarge(const char *operation) {
-  return std::overflow_error(std::string("kt::Integer: more than 4080 bits in ") + operation);
-}
-
-std::domain_error divisionByZero(const char *operation) {
-  return std::domain_error(std::string("kt::Integer: division by zero in ") + operation);
-}
-
-void requireNotNegative(bool negative, const char *what, const char *operation) {
-  if (!negative) return;
-  throw std::domain_error(std::string("kt::Integer: negative ") + what + " in " + operation);
-}
-
-}  // namespace
+static_assert(Integer::maximumBits == bigint::maxWords * wordBits);
 
 // ---- Values ----
 
-void Integer::Release::operator()(_KtInt *record) const noexcept {
-  _KtIntFree(record);
-}
-
-Integer::Record Integer::makeRecord() {
-  Record record(_KtIntAlloc(0));
-  if (!record) throw std::bad_alloc();
-  return record;
-}
-
-Integer::Integer(Record record) noexcept : record_(std::move(record)) {}
-
-Integer::Record Integer::recordOf(bool negative, std::uint64_t magnitude) {
-  if (magnitude == 0) return nullptr;
-  Record record = makeRecord();  // has room for five words
-  for (int word = 0; word < wordsPer64Bits; ++word) {
-    record->digits[word] = static_cast<std::uint16_t>(magnitude >> (word * bitsPerWord));
+Integer::Integer(std::uint64_t magnitude, bool negative) : negative_(negative) {
+  if (magnitude == 0) return;
+  constexpr std::size_t mostWords = 64 / wordBits;
+  std::array<Word, mostWords> words{};
+  std::size_t count = 0;
+  for (; magnitude != 0; magnitude >>= wordBits) {
+    words[count++] = static_cast<Word>(magnitude);
   }
-  record->length = wordsPer64Bits;
-  record->negative = static_cast<std::uint8_t>(negative);
-  _KtIntShorten(record.get());
-  return record;
+  words_.assign(words.begin(), words.begin() + count);
 }
 
-Integer::Integer(const Integer &other) {
-  *this = other;
+Integer::Integer(const Magnitude &magnitude, bool negative) {
+  assign(magnitude, negative);
+}
+
+// Requires: !magnitude.isTooLong().
+void Integer::assign(const Magnitude &magnitude, bool negative) {
+  const std::size_t count = magnitude.wordCount();
+  words_.resize(count);
+  magnitude.storeWords(words_.data(), count);
+  negative_ = negative && count != 0;
 }
 
 Integer &Integer::operator=(const Integer &other) {
-  if (!other.record_) {
-    record_.reset();
-    return *this;
-  }
-  if (!record_) record_ = makeRecord();
-  _KtIntCopy(other.record_.get(), record_.get());
+  words_ = other.words_;  // may throw, and then nothing has changed
+  negative_ = other.negative_;
   return *this;
 }
 
-void Integer::dropIfZero() noexcept {
-  if (record_->length == 1 && record_->digits[0] == 0) record_.reset();
+// Drops leading zeros.
+void Integer::settle() noexcept {
+  words_.resize(bigint::significant(Words(words_)).size());
+  if (words_.empty()) negative_ = false;
 }
 
 int Integer::sign() const noexcept {
-  if (!record_) return 0;
-  return record_->negative != 0 ? -1 : 1;
+  if (words_.empty()) return 0;
+  return negative_ ? -1 : 1;
 }
 
 int Integer::bitLength() const noexcept {
-  if (!record_) return 0;
-  const int below = record_->length - 1;
-  return below * bitsPerWord + static_cast<int>(std::bit_width(record_->digits[below]));
+  if (words_.empty()) return 0;
+  return static_cast<int>((words_.size() - 1) * wordBits) + std::bit_width(words_.back());
+}
+
+Magnitude Integer::magnitude() const {
+  return Magnitude(words_);
 }
 
 std::uint64_t Integer::magnitudeUpTo(std::uint64_t most) const {
+  if (bitLength() > 64) throw bigint::conversionOverflow();
   std::uint64_t magnitude = 0;
-  if (bitLength() <= 64) {
-    for (int word = record_ ? record_->length : 0; word-- > 0;) {
-      magnitude = magnitude << bitsPerWord | record_->digits[word];
-    }
-    if (magnitude <= most) return magnitude;
+  for (std::size_t i = words_.size(); i-- > 0;) {
+    magnitude = magnitude << wordBits | words_[i];
   }
-  throw std::overflow_error("kt::Integer: the value does not fit in the conversion's type");
+  if (magnitude > most) throw bigint::conversionOverflow();
+  return magnitude;
 }
 
 std::size_t Integer::hash() const noexcept {
-  if (!record_) return 0;
-  const std::u16string_view words(reinterpret_cast<const char16_t *>(record_->digits),
-                                  record_->length);
-  const std::size_t hashOfWords = std::hash<std::u16string_view>()(words);
-  return record_->negative != 0 ? ~hashOfWords : hashOfWords;
+  const std::string_view bytes(reinterpret_cast<const char *>(words_.data()),
+                               words_.size() * sizeof(Word));
+  const std::size_t hashOfBytes = std::hash<std::string_view>()(bytes);
+  return negative_ ? ~hashOfBytes : hashOfBytes;
 }
 
 bool operator==(const Integer &a, const Integer &b) noexcept {
-  if (!a.record_ || !b.record_) return a.sign() == b.sign();
-  return _KtIntEQ(a.record_.get(), b.record_.get()) != 0;
+  return a.negative_ == b.negative_ && bigint::compare(a.words_, b.words_) == 0;
 }
 
 std::strong_ordering operator<=>(const Integer &a, const Integer &b) noexcept {
-  if (!a.record_ || !b.record_) return a.sign() <=> b.sign();
-  return _KtIntCmp(a.record_.get(), b.record_.get()) <=> 0;
+  if (a.negative_ != b.negative_) return b.negative_ <=> a.negative_;
+  const int order = bigint::compare(a.words_, b.words_);
+  return a.negative_ ? 0 <=> order : order <=> 0;
 }
 
 // ---- Sums ----
 
-// Both numbers are not zero.
-Integer &Integer::addOrSubtract(const Integer &other, bool subtracts) {
-  const auto compute = subtracts ? _KtIntSub : _KtIntAdd;
-  const bool grows = (sign() == other.sign()) != subtracts;
-  if (!grows || std::max(bitLength(), other.bitLength()) < maximumBits) {
-    compute(record_.get(), other.record_.get(), record_.get());
-    dropIfZero();
-    return *this;
+namespace {
+
+// Returns whether a + b needs more than maxWords words.
+bool overflows(Words a, Words b) {
+  if (a.size() < b.size()) std::swap(a, b);
+  std::array<Word, bigint::maxWords> sum;
+  return bigint::add(sum.data(), a, b) != 0 && a.size() == bigint::maxWords;
+}
+
+}  // namespace
+
+// Requires: both have the same sign.
+void Integer::addMagnitude(const Integer &other, const char *operation) {
+  const int bits = std::max(bitLength(), other.bitLength());  // the sum has at most one more
+  if (bits == maximumBits && overflows(words_, other.words_)) throw tooLarge(operation);
+  words_.reserve(static_cast<unsigned>(bits) / wordBits + 1);
+  words_.resize(std::max(words_.size(), other.words_.size()));
+  const Word carry = bigint::add(words_.data(), words_, other.words_);
+  if (carry != 0) words_.push_back(carry);
+}
+
+// Requires: the signs differ.
+void Integer::subtractMagnitude(const Integer &other) {
+  if (bigint::compare(words_, other.words_) >= 0) {
+    bigint::subtract(words_.data(), words_, other.words_);
+  } else {
+    const std::size_t size = words_.size();
+    words_.resize(other.words_.size());
+    bigint::subtract(words_.data(), other.words_, Words(words_).first(size));
+    negative_ = !negative_;
   }
-  Integer sum(makeRecord());  // may need a word too many, and then this number is to stay
-  compute(record_.get(), other.record_.get(), sum.record_.get());
-  sum.dropIfZero();
-  if (!sum) throw tooLarge(subtracts ? "operator-" : "operator+");  // all that is left of 256 words
-  return *this = std::move(sum);
+  settle();
+}
+
+Integer &Integer::add(const Integer &other, bool otherIsNegative, const char *operation) {
+  if (words_.empty()) {
+    words_ = other.words_;
+    negative_ = otherIsNegative && !words_.empty();
+  } else if (negative_ == otherIsNegative) {
+    addMagnitude(other, operation);
+  } else {
+    subtractMagnitude(other);
+  }
+  return *this;
 }
 
 Integer &Integer::operator+=(const Integer &other) {
-  if (!other) return *this;
-  if (!*this) return *this = other;
-  return addOrSubtract(other, false);
+  return add(other, other.negative_, "operator+");
 }
 
 Integer &Integer::operator-=(const Integer &other) {
-  if (!other) return *this;
-  if (!*this) return *this = -other;
-  return addOrSubtract(other, true);
+  return add(other, !other.negative_, "operator-");
 }
 
 Integer Integer::operator-() const {
   Integer opposite(*this);
-  if (opposite) opposite.record_->negative = static_cast<std::uint8_t>(sign() > 0);
+  opposite.negative_ = sign() > 0;
   return opposite;
 }
 
@@ -166,38 +179,28 @@ Integer Integer::operator--(int) {
 // ---- Products and quotients ----
 
 Integer &Integer::operator*=(const Integer &other) {
-  if (!*this || !other) return *this = Integer();
   // A product has as many bits as its factors together, or one less.
   if (bitLength() + other.bitLength() > maximumBits + 1) throw tooLarge("operator*");
-  Integer product(makeRecord());
-  _KtIntMul(record_.get(), other.record_.get(), product.record_.get());
-  product.dropIfZero();
-  if (!product) throw tooLarge("operator*");  // one bit too many, and so a word: 256 of them
-  return *this = std::move(product);
+  Magnitude product;
+  product.setProduct(magnitude(), other.magnitude());
+  if (product.isTooLong()) throw tooLarge("operator*");
+  assign(product, negative_ != other.negative_);
+  return *this;
 }
 
 Integer &Integer::operator/=(const Integer &other) {
   if (!other) throw divisionByZero("operator/");
-  if (!*this) return *this;
-  const bool negative = sign() != other.sign();
-  Integer dividend(*this);
-  dividend.record_->negative = other.record_->negative;  // equal signs: plain magnitudes
-  Integer quotient(makeRecord());
-  const Integer remainder(makeRecord());
-  _KtIntDiv(dividend.record_.get(), other.record_.get(), quotient.record_.get(),
-            remainder.record_.get());
-  quotient.dropIfZero();
-  if (quotient) quotient.record_->negative = static_cast<std::uint8_t>(negative);
-  return *this = std::move(quotient);
+  Magnitude rest = magnitude(), quotient;
+  divide(rest, other.magnitude(), quotient);
+  assign(quotient, negative_ != other.negative_);
+  return *this;
 }
 
 Integer &Integer::operator%=(const Integer &other) {
   if (!other) throw divisionByZero("operator%");
-  if (!*this) return *this;
-  const std::uint8_t negative = record_->negative;
-  _KtIntMod(record_.get(), other.record_.get(), record_.get());
-  dropIfZero();
-  if (record_) record_->negative = negative;
+  Magnitude rest = magnitude(), quotient;
+  divide(rest, other.magnitude(), quotient);
+  assign(rest, negative_);
   return *this;
 }
 
@@ -205,21 +208,33 @@ Integer &Integer::operator%=(const Integer &other) {
 
 Integer &Integer::operator<<=(std::int64_t count) {
   requireNotNegative(count < 0, "count", "operator<<");
-  if (!*this) return *this;
+  if (words_.empty()) return *this;
   if (count > maximumBits - bitLength()) throw tooLarge("operator<<");
-  _KtIntShiftLeft(record_.get(), static_cast<std::int32_t>(count));
+  const auto bits = static_cast<unsigned>(count % wordBits);
+  const auto words = static_cast<std::size_t>(count / wordBits);
+  words_.reserve(words_.size() + words + 1);
+  words_.insert(words_.begin(), words, Word{0});
+  if (bits == 0) return *this;
+  const Word carry = bigint::shiftLeft(words_, bits);
+  if (carry != 0) words_.push_back(carry);
   return *this;
 }
 
 Integer &Integer::operator>>=(std::int64_t count) {
   requireNotNegative(count < 0, "count", "operator>>");
-  if (!*this) return *this;
-  const bool roundsDown = sign() < 0;  // the record's own shift cuts off towards zero
-  if (roundsDown) _KtIntAddS(record_.get(), 1);
+  if (count == 0 || words_.empty()) return *this;
+  const bool roundsDown = negative_;  // then the result is -((|a| - 1) >> count) - 1
+  if (roundsDown) bigint::subtract(words_, 1);
   const std::int64_t enough = std::min<std::int64_t>(count, maximumBits);
-  _KtIntShiftRight(record_.get(), static_cast<std::int32_t>(enough));
-  if (roundsDown) _KtIntSubS(record_.get(), 1);
-  dropIfZero();
+  const auto words = std::min(static_cast<std::size_t>(enough) / wordBits, words_.size());
+  words_.erase(words_.begin(), words_.begin() + static_cast<std::ptrdiff_t>(words));
+  const auto bits = static_cast<unsigned>(enough % wordBits);
+  if (bits != 0) bigint::shiftRight(words_, bits);
+  settle();
+  if (roundsDown) {
+    if (bigint::add(words_, 1) != 0) words_.push_back(1);
+    negative_ = true;
+  }
   return *this;
 }
 
@@ -231,7 +246,8 @@ Integer abs(const Integer &a) {
 
 namespace {
 
-// base^exponent from the exponent's top bit down: no product on the way is larger than the result.
+// Takes the exponent's bits from the highest, so that no product on the way is larger than the
+// result.
 Integer powerOf(const Integer &base, unsigned exponent) {
   Integer power = 1;
   for (auto bit = std::bit_floor(exponent); bit != 0; bit >>= 1) {
@@ -247,11 +263,11 @@ Integer pow(const Integer &base, const Integer &exponent) {
   requireNotNegative(exponent.sign() < 0, "exponent", "pow");
   if (!exponent) return 1;
   if (base.bitLength() <= 1) return exponent % 2 ? base : abs(base);
-  // The base's top bit alone makes a power of that many bits and one.
+  // base >= 2^(bitLength - 1), so the power has more than (bitLength - 1) * exponent bits.
   if (exponent > (Integer::maximumBits - 1) / (base.bitLength() - 1)) throw tooLarge("pow");
   try {
     return powerOf(base, static_cast<unsigned>(exponent));
-  } catch (const std::overflow_error &) {  // which names the product
+  } catch (const std::overflow_error &) {  // names operator*
     throw tooLarge("pow");
   }
 }
@@ -267,7 +283,7 @@ Integer gcd(Integer a, Integer b) {
 Integer sqrt(const Integer &a) {
   requireNotNegative(a.sign() < 0, "number", "sqrt");
   if (!a) return 0;
-  // Newton's method from above: each step comes closer until it would go up again.
+  // Newton's method from above: each step is closer, until one does not go down.
   Integer root = Integer(1) << ((a.bitLength() + 1) / 2);
   for (;;) {
     Integer next = (root + a / root) >> 1;

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 
-// A whole number that behaves as C++'s own do and holds up to 4,080 bits: copied, compared,
-// printed, hashed and computed with operators. It owns its digits. A move takes them along and
-// allocates nothing; what was moved from is zero. Any number of threads may read one value; a
-// thread that changes it must be alone with it.
+// kt::Integer: a whole number of up to 4,080 bits that behaves like C++'s own integers. It is
+// copied, compared, printed, hashed and computed with operators. It owns its memory; moving
+// allocates nothing and leaves zero. Any number of threads may read one value; a thread that
+// changes it needs it alone.
 //
-// What cannot be done throws, and then no operand has changed: std::overflow_error for a result of
-// more than 4,080 bits, std::domain_error for an operand without a result (a divisor of 0),
-// std::invalid_argument for text that is no number. Each message names the operation:
-// "kt::Integer: division by zero in operator/". What is plainly too large is refused before work
-// begins: kt::pow(2, 1'000'000'000) at once.
+// Errors are exceptions and leave the operands unchanged: std::overflow_error for a result of more
+// than 4,080 bits, std::domain_error for an operand without a result (division by zero, for
+// example), std::invalid_argument for text that is not a number, std::bad_alloc. A message names
+// the operation: "kt::Integer: division by zero in operator/". Results that are plainly too large
+// are refused before the work begins: kt::pow(2, 1'000'000'000) throws at once.
 #ifndef KT_BIGINT_INTEGER_H
 #define KT_BIGINT_INTEGER_H
 
@@ -20,57 +20,63 @@
 #include <functional>
 #include <iosfwd>
 #include <limits>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
-struct _KtInt;  // the record of kt/bigint/_KtInt.h
-
-#pragma GCC visibility push(default)
 namespace kt {
+
+namespace bigint {
+class Magnitude;
+}  // namespace bigint
 
 class Integer {
  public:
-  // The most bits that a magnitude may have.
+  // The largest bitLength() of a value.
   static constexpr int maximumBits = 4080;
 
-  // Zero. Allocates nothing, and neither does any other zero.
+  // Zero. Zeros allocate nothing.
   Integer() noexcept = default;
 
-  // The value of any built-in integer of up to 64 bits, a bool or a character too.
+  // The value of any built-in integer of up to 64 bits, including bool and the character types.
   template <std::integral Number>
   requires(sizeof(Number) <= sizeof(std::uint64_t)) Integer(Number value)
-      : record_(recordOf(isNegative(value), magnitudeOf(value))) {}
+      : Integer(magnitudeOf(value), isBelowZero(value)) {}
 
-  // The number that `text` is in `base`, 2 to 36: an optional sign, + or -, and one digit or more.
-  // The digits are 0-9 and then letters, in either case: Integer("-fF", 16) is -255. Nothing else
-  // may stand in it, no blank and no prefix; such a text, or another base, is
-  // std::invalid_argument.
+  // Reads `text` in `base`: an optional sign, + or -, and one or more digits. Digits are 0-9 and
+  // then letters of either case: Integer("-fF", 16) is -255. Throws std::invalid_argument for any
+  // other text, which includes blanks and prefixes. Requires: 2 <= base <= 36
+  // (std::invalid_argument).
   explicit Integer(std::string_view text, int base = 10);
 
-  // The same with digits of one's own: the k-th byte of `alphabet`, counted from 0, is the digit k.
-  // Integer("-baa", "ab") is -4. The alphabet needs two bytes or more, all different and none of
-  // them a sign or NUL, else it is std::invalid_argument.
+  // Reads `text` with the caller's digits: byte k of `alphabet` is the digit k, so that
+  // Integer("-baa", "ab") is -4. Requires: at least two bytes, all different, none of them +, - or
+  // NUL (std::invalid_argument).
   Integer(std::string_view text, std::string_view alphabet);
 
-  Integer(const Integer &other);
-  Integer(Integer &&other) noexcept = default;
+  Integer(const Integer &other) = default;
+  Integer(Integer &&other) noexcept
+      : words_(std::exchange(other.words_, {})), negative_(std::exchange(other.negative_, false)) {}
   Integer &operator=(const Integer &other);
-  Integer &operator=(Integer &&other) noexcept = default;
+  Integer &operator=(Integer &&other) noexcept {
+    words_ = std::exchange(other.words_, {});
+    negative_ = std::exchange(other.negative_, false);
+    return *this;
+  }
   ~Integer() = default;
 
-  // -1, 0 or 1.
+  // Returns -1, 0 or 1.
   [[nodiscard]] int sign() const noexcept;
 
-  // The bits of the magnitude: 0 for 0, 1 for 1 and -1, 8 for 255.
+  // Returns the number of bits of the magnitude: 0 for 0, 1 for 1 and -1, 8 for 255.
   [[nodiscard]] int bitLength() const noexcept;
 
-  // Whether the value is not 0.
-  explicit operator bool() const noexcept { return record_ != nullptr; }
+  // Returns whether the value is not 0.
+  explicit operator bool() const noexcept { return !words_.empty(); }
 
-  // The value as a built-in integer. Throws std::overflow_error when that cannot hold it.
+  // Returns the value as a built-in integer. Throws std::overflow_error if it does not fit.
   template <std::integral Number>
   requires(sizeof(Number) <= sizeof(std::uint64_t) && !std::same_as<Number, bool>) explicit
   operator Number() const {
@@ -80,30 +86,31 @@ class Integer {
     return static_cast<Number>(std::uint64_t{0} - magnitude);
   }
 
-  // The number as text, with a - in front where it is negative and without leading zeros:
-  // Integer(-255).toString(16) is "-ff". A base outside 2 to 36 is std::invalid_argument.
+  // Returns the number as text, without leading zeros and with a leading - if it is negative:
+  // Integer(-255).toString(16) is "-ff". Requires: 2 <= base <= 36 (std::invalid_argument).
   [[nodiscard]] std::string toString(int base = 10) const;
 
-  // The same with digits of one's own, as the constructor has them.
+  // Returns the number as text with the caller's digits. Requires of the alphabet what the
+  // constructor requires.
   [[nodiscard]] std::string toString(std::string_view alphabet) const;
 
-  // As C++'s integers: a quotient is cut off towards zero, a remainder has the dividend's sign or
-  // is 0, so that a == a / b * b + a % b. The right-hand side may be the number itself.
+  // Arithmetic as on C++'s integers: a quotient is truncated towards zero, and a remainder has the
+  // dividend's sign or is 0, so that a == a / b * b + a % b. Both sides may be the same object.
   Integer &operator+=(const Integer &other);
   Integer &operator-=(const Integer &other);
   Integer &operator*=(const Integer &other);
   Integer &operator/=(const Integer &other);
   Integer &operator%=(const Integer &other);
 
-  // a * 2^count, and a / 2^count rounded down: -5 >> 1 is -3 and -1 >> 1000 is -1, as C++20 has it
-  // for its own. A negative count is std::domain_error.
+  // Compute a * 2^count, and a / 2^count rounded down, as in C++20: -5 >> 1 is -3, -1 >> 1000 is
+  // -1. Requires: count >= 0 (std::domain_error).
   Integer &operator<<=(std::int64_t count);
   Integer &operator>>=(std::int64_t count);
 
   Integer &operator++() { return *this += 1; }
   Integer &operator--() { return *this -= 1; }
-  Integer operator++(int);  // the value before, as C++'s own
-  Integer operator--(int);
+  Integer operator++(int);  // returns the old value
+  Integer operator--(int);  // returns the old value
 
   Integer operator+() const { return *this; }
   Integer operator-() const;
@@ -120,71 +127,66 @@ class Integer {
   friend std::strong_ordering operator<=>(const Integer &a, const Integer &b) noexcept;
 
   // Prints as the stream prints numbers: hex, oct and dec, showbase, showpos, uppercase, width,
-  // fill, and left, right or internal. Where C++ prints the bits of a negative number, in hex and
-  // oct, this prints the sign and the magnitude: -0xff. showpos counts in every base.
+  // fill, and left, right or internal. C++ prints the bits of a negative number in hex and oct;
+  // this prints sign and magnitude: -0xff. showpos counts in every base.
   friend std::ostream &operator<<(std::ostream &stream, const Integer &value);
 
  private:
   friend struct std::hash<Integer>;
   friend Integer powmod(const Integer &base, const Integer &exponent, const Integer &modulus);
 
-  struct Release {
-    void operator()(_KtInt *record) const noexcept;
-  };
-  using Record = std::unique_ptr<_KtInt, Release>;
-
   template <std::integral Number>
-  static constexpr bool isNegative(Number value) {
+  static constexpr bool isBelowZero(Number value) {
     if constexpr (std::is_signed_v<Number>) return value < 0;
     return false;
   }
 
   template <std::integral Number>
   static constexpr std::uint64_t magnitudeOf(Number value) {
-    // NOLINTNEXTLINE(bugprone-signed-char-misuse): a character's sign is to count
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse): a character's sign counts
     const auto bits = static_cast<std::uint64_t>(value);
-    return isNegative(value) ? std::uint64_t{0} - bits : bits;
+    return isBelowZero(value) ? std::uint64_t{0} - bits : bits;
   }
 
-  explicit Integer(Record record) noexcept;
-  static Record makeRecord();
-  static Record recordOf(bool negative, std::uint64_t magnitude);
-  static Integer read(std::string_view text, std::string_view alphabet);
+  Integer(std::uint64_t magnitude, bool negative);
+  Integer(const bigint::Magnitude &magnitude, bool negative);
 
+  [[nodiscard]] bigint::Magnitude magnitude() const;
   [[nodiscard]] std::uint64_t magnitudeUpTo(std::uint64_t most) const;
   [[nodiscard]] std::size_t hash() const noexcept;
   [[nodiscard]] std::string write(std::string_view alphabet) const;
-  Integer &addOrSubtract(const Integer &other, bool subtracts);
-  void dropIfZero() noexcept;
+  Integer &add(const Integer &other, bool otherIsNegative, const char *operation);
+  void addMagnitude(const Integer &other, const char *operation);
+  void subtractMagnitude(const Integer &other);
+  void assign(const bigint::Magnitude &magnitude, bool negative);
+  void settle() noexcept;
 
-  Record record_;  // in normal form; null means zero, and zero is always null
+  // The magnitude in base 65,536, least significant word first, without leading zeros: empty for 0.
+  std::vector<std::uint16_t> words_;
+  bool negative_ = false;  // false for 0
 };
 
-// Friends are visible outside a shared library only where they are named again.
-bool operator==(const Integer &a, const Integer &b) noexcept;
-std::strong_ordering operator<=>(const Integer &a, const Integer &b) noexcept;
-std::ostream &operator<<(std::ostream &stream, const Integer &value);
-
-// |a|
+// Returns |a|.
 [[nodiscard]] Integer abs(const Integer &a);
 
-// base^exponent; 1 for the exponent 0. A negative exponent is std::domain_error.
+// Returns base^exponent; 1 if the exponent is 0. Requires: exponent >= 0 (std::domain_error).
 [[nodiscard]] Integer pow(const Integer &base, const Integer &exponent);
 
-// base^exponent modulo |modulus|, from 0 to |modulus| - 1 whatever the signs. A negative exponent
-// and the modulus 0 are std::domain_error. Takes time in proportion to the exponent's bits.
+// Returns base^exponent modulo |modulus|: 0 to |modulus| - 1, whatever the signs. Requires:
+// exponent >= 0 and modulus != 0 (std::domain_error). Takes time in proportion to the exponent's
+// bits.
 [[nodiscard]] Integer powmod(const Integer &base, const Integer &exponent, const Integer &modulus);
 
-// The greatest common divisor, never negative; that of 0 and a is |a|.
+// Returns the greatest common divisor, which is never negative; that of 0 and a is |a|.
 [[nodiscard]] Integer gcd(Integer a, Integer b);
 
-// The square root rounded down: sqrt(8) is 2. A negative number is std::domain_error.
+// Returns the square root rounded down: sqrt(8) is 2. Requires: a >= 0 (std::domain_error).
 [[nodiscard]] Integer sqrt(const Integer &a);
 
 inline namespace literals {
 
-// A number as in C++ source, of any length: 1'000'000'000'000'000'000'000_kt, 0xff_kt, 0b101_kt,
-// 0377_kt. A fraction or an exponent is std::invalid_argument.
+// Reads a number as C++ source has it, of any length: 1'000'000'000'000'000'000'000_kt, 0xff_kt,
+// 0b101_kt, 0377_kt. Throws std::invalid_argument for a fraction or an exponent.
 Integer operator""_kt(const char *text);
 
 }  // namespace literals
@@ -196,6 +198,5 @@ template <>
 struct std::hash<kt::Integer> {
   std::size_t operator()(const kt::Integer &value) const noexcept { return value.hash(); }
 };
-#pragma GCC visibility pop
 
 #endif

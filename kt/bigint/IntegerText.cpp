@@ -2,28 +2,26 @@
 
 // kt::Integer as text: reading, writing, streams and literals.
 #include <algorithm>
+#include <array>
 #include <bit>
-#include <cmath>
-#include <cstring>
 #include <ostream>
-#include <stdexcept>
 
+#include "kt/bigint/Digits.h"
+#include "kt/bigint/Errors.h"
 #include "kt/bigint/Integer.h"
-#include "kt/bigint/_KtEncoding.h"
+#include "kt/bigint/Magnitude.h"
 
 namespace kt {
 
+using bigint::invalid;
+using bigint::LetterCase;
+using bigint::Magnitude;
+
 namespace {
 
+constexpr const char *fromText = "Integer(text)";
+constexpr const char *notANumber = "no number of that base";
 constexpr std::string_view letterDigits = "0123456789abcdefghijklmnopqrstuvwxyz";
-
-std::invalid_argument invalid(const char *what, const char *operation) {
-  return std::invalid_argument(std::string("kt::Integer: ") + what + " in " + operation);
-}
-
-std::overflow_error tooLarge() {
-  return std::overflow_error("kt::Integer: more than 4080 bits in Integer(text)");
-}
 
 std::string_view alphabetOf(int base, const char *operation) {
   if (base >= 2 && base <= static_cast<int>(letterDigits.size())) {
@@ -43,16 +41,11 @@ void requireAlphabet(std::string_view alphabet, const char *operation) {
   }
 }
 
-// Bits that every digit adds at least, but for the first one.
-std::size_t leastBits(std::string_view alphabet) {
-  return static_cast<std::size_t>(std::bit_width(alphabet.size())) - 1;
-}
-
-// Whether all numbers of so many digits fit, as far as floating-point numbers can tell.
-bool surelyFits(std::size_t digitCount, std::string_view alphabet) {
-  constexpr double margin = 0.001;  // bits; far more than the error of the product
-  const double bits = static_cast<double>(digitCount) * std::log2(alphabet.size());
-  return bits + margin < Integer::maximumBits;
+// The most digits that a number can have. Each digit after the first adds at least
+// bit_width(base) - 1 bits.
+std::size_t mostDigits(std::string_view alphabet) {
+  const auto leastBits = static_cast<std::size_t>(std::bit_width(alphabet.size())) - 1;
+  return std::size_t{Integer::maximumBits} / leastBits + 1;
 }
 
 std::string withCase(std::string_view text, char first, char last, int shift) {
@@ -71,34 +64,48 @@ std::string upperCase(std::string_view text) {
   return withCase(text, 'a', 'z', 'A' - 'a');
 }
 
+// Returns whether all characters are digits.
+bool isNumber(std::string_view text, std::string_view alphabet, LetterCase letterCase) {
+  const std::string digits = letterCase == LetterCase::either ? lowerCase(text) : std::string(text);
+  return digits.find_first_not_of(alphabet) == std::string::npos;
+}
+
+// Reads digits without a sign.
+Magnitude readNumber(std::string_view text, std::string_view alphabet, LetterCase letterCase) {
+  Magnitude value;
+  if (text.empty()) throw invalid(notANumber, fromText);
+  text.remove_prefix(std::min(text.find_first_not_of(alphabet.front()), text.size()));
+  if (text.size() > mostDigits(alphabet)) {
+    if (!isNumber(text, alphabet, letterCase)) throw invalid(notANumber, fromText);
+    throw bigint::tooLarge(fromText);
+  }
+  const bigint::Reading reading = readDigits(text, alphabet, letterCase, value);
+  if (!reading.onlyDigits) throw invalid(notANumber, fromText);
+  if (!reading.fits) throw bigint::tooLarge(fromText);
+  return value;
+}
+
+// Removes a sign from the beginning of `text` and returns whether it is a minus.
+bool takeSign(std::string_view &text) {
+  const bool negative = text.starts_with('-');
+  if (negative || text.starts_with('+')) text.remove_prefix(1);
+  return negative;
+}
+
 }  // namespace
 
 // ---- Reading ----
 
-Integer Integer::read(std::string_view text, std::string_view alphabet) {
-  const bool negative = text.starts_with('-');
-  if (negative || text.starts_with('+')) text.remove_prefix(1);
-  if (text.empty() || text.find_first_not_of(alphabet) != std::string_view::npos) {
-    throw invalid("no number of that base", "Integer(text)");
-  }
-  text.remove_prefix(std::min(text.find_first_not_of(alphabet.front()), text.size()));
-  if (text.empty()) return {};
-  if (text.size() - 1 > maximumBits / leastBits(alphabet)) throw tooLarge();
-  Integer number(makeRecord());
-  _KtIntDecode(std::string(text).c_str(), number.record_.get(), std::string(alphabet).c_str());
-  number.dropIfZero();
-  // A number that did not fit has lost words by now, so that its text is another.
-  if (!surelyFits(text.size(), alphabet) && number.write(alphabet) != text) throw tooLarge();
-  number.record_->negative = static_cast<std::uint8_t>(negative);
-  return number;
+Integer::Integer(std::string_view text, int base) {
+  const std::string_view alphabet = alphabetOf(base, "Integer(text, base)");
+  const bool negative = takeSign(text);
+  assign(readNumber(text, alphabet, LetterCase::either), negative);
 }
-
-Integer::Integer(std::string_view text, int base)
-    : Integer(read(lowerCase(text), alphabetOf(base, "Integer(text, base)"))) {}
 
 Integer::Integer(std::string_view text, std::string_view alphabet) {
   requireAlphabet(alphabet, "Integer(text, alphabet)");
-  *this = read(text, alphabet);
+  const bool negative = takeSign(text);
+  assign(readNumber(text, alphabet, LetterCase::exact), negative);
 }
 
 inline namespace literals {
@@ -116,12 +123,13 @@ Integer operator""_kt(const char *text) {
 // ---- Writing ----
 
 std::string Integer::write(std::string_view alphabet) const {
-  if (!record_) return std::string(1, alphabet.front());
-  const std::size_t mostDigits = static_cast<std::size_t>(bitLength()) / leastBits(alphabet) + 1;
-  std::string text(1 + mostDigits + 1, '\0');  // the sign in front and the NUL behind
-  _KtIntEncode(record_.get(), text.data(), std::string(alphabet).c_str());
-  text.resize(std::strlen(text.c_str()));
-  return text;
+  if (words_.empty()) return std::string(1, alphabet.front());
+  std::array<char, 1 + maximumBits> text;  // a sign and, in binary, a digit for each bit
+  char *end = text.data();
+  if (negative_) *end++ = '-';
+  Magnitude rest = magnitude();
+  end = writeDigits(rest, end, alphabet);
+  return {text.data(), end};
 }
 
 std::string Integer::toString(int base) const {
@@ -143,7 +151,7 @@ std::ostream &operator<<(std::ostream &stream, const Integer &value) {
   if (value.sign() >= 0 && (format & std::ios_base::showpos) != 0) front = "+";
   if (value && (format & std::ios_base::showbase) != 0) {
     if (isHex) front += "0x";
-    if (isOct) digits.insert(0, "0");  // to the language it is a digit: internal fills before it
+    if (isOct) digits.insert(0, "0");  // a digit to the language: `internal` fills before it
   }
   if ((format & std::ios_base::uppercase) != 0) {
     front = upperCase(front);
@@ -154,7 +162,7 @@ std::ostream &operator<<(std::ostream &stream, const Integer &value) {
   if ((format & std::ios_base::adjustfield) == std::ios_base::internal && size < width) {
     front.append(width - size, stream.fill());
   }
-  return stream << front + digits;  // which fills up on the other sides
+  return stream << front + digits;  // the stream fills for left and right
 }
 
 }  // namespace kt

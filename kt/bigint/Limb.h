@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 
-// A limb: as many of a record's words as the host computes with at once, and the operations on one
-// or two limbs that everything else is made of. Knows nothing of records. Records are
-// little-endian, as the hosts are, so that words become limbs by copying their bytes.
+// Words and limbs. A word has 16 bits and is the unit in which magnitudes are stored; a limb is the
+// widest integer that the host multiplies in one step, and the unit in which they are computed.
+// Both are stored least significant first. All hosts are little-endian, so words become limbs when
+// their bytes are copied.
 #ifndef KT_BIGINT_LIMB_H
 #define KT_BIGINT_LIMB_H
 
@@ -10,18 +11,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <span>
 
 namespace kt::bigint {
-
-// What the sanitizers are to watch must not be assembler; x32 has short pointers.
-#if defined(__x86_64__) && defined(__LP64__) && !defined(__SANITIZE_ADDRESS__)
-#define KT_BIGINT_X86_64
-#endif
-#ifdef __has_feature
-#if __has_feature(address_sanitizer)
-#undef KT_BIGINT_X86_64
-#endif
-#endif
 
 using Word = std::uint16_t;
 #ifdef __SIZEOF_INT128__
@@ -32,30 +24,34 @@ using Limb = std::uint32_t;
 using DoubleLimb = std::uint64_t;
 #endif
 
+// Magnitudes that belong to someone else.
+using Words = std::span<const Word>;
+using Limbs = std::span<const Limb>;
+
 static_assert(std::endian::native == std::endian::little);
 inline constexpr unsigned wordBits = 16;
 inline constexpr unsigned limbBits = 8 * sizeof(Limb);
 inline constexpr std::size_t wordsPerLimb = sizeof(Limb) / sizeof(Word);
 
-// The longest value, which is what a record's 8-bit length can count.
+// The longest value: a record counts its words in 8 bits.
 inline constexpr std::size_t maxWords = 255;
 inline constexpr std::size_t maxLimbs = (maxWords + wordsPerLimb - 1) / wordsPerLimb;
 
+// ---- Words as limbs ----
+
+// Returns the limb that the next wordsPerLimb words make. They may be unaligned.
 inline Limb loadLimb(const Word *words) {
   Limb limb;
   std::memcpy(&limb, words, sizeof limb);
   return limb;
 }
 
+// Stores a limb as wordsPerLimb words, which may be unaligned.
 inline void storeLimb(Word *words, Limb limb) {
   std::memcpy(words, &limb, sizeof limb);
 }
 
-// The limb itself, as a value of which the compiler knows nothing: so it takes limbs one by one.
-inline Limb opaque(Limb limb) {
-  asm("" : "+r"(limb));
-  return limb;
-}
+// ---- Halves of a double limb ----
 
 constexpr Limb low(DoubleLimb value) {
   return static_cast<Limb>(value);
@@ -67,7 +63,9 @@ constexpr DoubleLimb join(Limb high, Limb low) {
   return DoubleLimb{high} << limbBits | low;
 }
 
-// a + b + carry and a - b - borrow; carry and borrow are 0 or 1 and set for the next limb.
+// ---- Carries ----
+
+// Returns the low limb of a + b + carry. `carry` is 0 or 1 and becomes the sum's carry.
 inline Limb addWithCarry(Limb a, Limb b, Limb &carry) {
   Limb sum = 0;
   const bool first = __builtin_add_overflow(a, b, &sum);
@@ -76,6 +74,7 @@ inline Limb addWithCarry(Limb a, Limb b, Limb &carry) {
   return sum;
 }
 
+// Returns the low limb of a - b - borrow. `borrow` is 0 or 1 and becomes the difference's borrow.
 inline Limb subtractWithBorrow(Limb a, Limb b, Limb &borrow) {
   Limb difference = 0;
   const bool first = __builtin_sub_overflow(a, b, &difference);

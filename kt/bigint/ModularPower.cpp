@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 
-// kt::powmod. It works on limbs, because a product on the way is twice as long as a record can be.
+// kt::powmod, on limbs: the products on the way have twice the limbs of a value.
 #include <algorithm>
 #include <array>
-#include <stdexcept>
+#include <cstddef>
 
+#include "kt/bigint/Division.h"
+#include "kt/bigint/Errors.h"
 #include "kt/bigint/Integer.h"
-#include "kt/bigint/Record.h"
+#include "kt/bigint/Limbs.h"
+#include "kt/bigint/Magnitude.h"
 
 namespace kt {
 
@@ -14,29 +17,29 @@ namespace {
 
 using bigint::Limb;
 using bigint::Limbs;
+using bigint::Magnitude;
 
-// Numbers modulo m. A residue has as many limbs as m, zeros at the top included.
+// Computes modulo m. A residue has as many limbs as m, leading zeros included.
 class Residues {
  public:
   using Residue = std::array<Limb, bigint::maxLimbs>;
 
-  explicit Residues(const _KtInt &modulus) : modulus_(bigint::Magnitude(modulus).limbs()) {}
+  explicit Residues(const Magnitude &modulus) : modulus_(modulus.limbs()) {}
 
-  // Requires: 0 <= value < m.
-  [[nodiscard]] static Residue residueOf(const _KtInt &value) {
+  // Requires: value < m.
+  [[nodiscard]] static Residue residueOf(const Magnitude &value) {
     Residue residue{};
-    const bigint::Magnitude magnitude(value);
-    std::ranges::copy(magnitude.limbs(), residue.begin());
+    std::ranges::copy(value.limbs(), residue.begin());
     return residue;
   }
 
-  void store(const Residue &residue, _KtInt &record) const {
-    bigint::Magnitude magnitude;
-    magnitude.cut(limbsOf(residue));
-    magnitude.store(record);
+  [[nodiscard]] Magnitude valueOf(const Residue &residue) const {
+    Magnitude value;
+    value.assign(limbsOf(residue));
+    return value;
   }
 
-  // a = a * b and a = a * a, modulo m.
+  // Compute a = a * b and a = a * a, modulo m.
   void multiply(Residue &a, const Residue &b) {
     bigint::multiply(product_.data(), limbsOf(a), limbsOf(b));
     reduceTo(a);
@@ -57,33 +60,32 @@ class Residues {
 
   const bigint::Divisor modulus_;
   std::array<Limb, 2 * bigint::maxLimbs> product_;
-  std::array<Limb, bigint::maxLimbs + 1> quotient_;  // not needed, but division gives it
+  std::array<Limb, bigint::maxLimbs + 1> quotient_;  // unused, but division stores it
 };
 
-bool bitOf(const _KtInt &record, int bit) {
-  constexpr int bits = bigint::wordBits;
-  return (record.digits[bit / bits] >> (bit % bits) & 1) != 0;
+bool bitOf(Limbs value, int bit) {
+  constexpr int bits = bigint::limbBits;
+  return (value[static_cast<std::size_t>(bit / bits)] >> (bit % bits) & 1) != 0;
 }
 
 }  // namespace
 
 Integer powmod(const Integer &base, const Integer &exponent, const Integer &modulus) {
-  if (exponent.sign() < 0) throw std::domain_error("kt::Integer: negative exponent in powmod");
-  if (!modulus) throw std::domain_error("kt::Integer: division by zero in powmod");
-  Integer residue = base % modulus;
-  if (residue.sign() < 0) residue += abs(modulus);
+  bigint::requireNotNegative(exponent.negative_, "exponent", "powmod");
+  if (!modulus) throw bigint::divisionByZero("powmod");
   if (!exponent) return 1 % modulus;
+  Integer residue = base % modulus;
+  if (residue.negative_) residue += abs(modulus);
   if (!residue) return residue;
-  Residues residues(*modulus.record_);
-  const Residues::Residue factor = Residues::residueOf(*residue.record_);
+  Residues residues(modulus.magnitude());
+  const Residues::Residue factor = Residues::residueOf(residue.magnitude());
+  const Magnitude exponentBits = exponent.magnitude();
   Residues::Residue power = factor;
   for (int bit = exponent.bitLength() - 1; bit-- > 0;) {
     residues.square(power);
-    if (bitOf(*exponent.record_, bit)) residues.multiply(power, factor);
+    if (bitOf(exponentBits.limbs(), bit)) residues.multiply(power, factor);
   }
-  residues.store(power, *residue.record_);
-  residue.dropIfZero();
-  return residue;
+  return {residues.valueOf(power), false};
 }
 
 }  // namespace kt

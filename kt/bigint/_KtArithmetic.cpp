@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 
+// The signs of the C functions, over the arithmetic of magnitudes.
 #include "kt/bigint/_KtArithmetic.h"
 
+#include <bit>
+#include <cstring>
 #include <utility>
 
 #include "kt/bigint/Assertion.h"
@@ -10,87 +13,76 @@
 
 namespace {
 
+using kt::bigint::append;
 using kt::bigint::Limb;
-using kt::bigint::Limbs;
 using kt::bigint::Magnitude;
+using kt::bigint::magnitudeOf;
 using kt::bigint::maxWords;
+using kt::bigint::mutableWordsOf;
+using kt::bigint::normalise;
 using kt::bigint::require;
+using kt::bigint::reserve;
+using kt::bigint::setZero;
+using kt::bigint::store;
 using kt::bigint::Word;
 using kt::bigint::wordBits;
-using kt::bigint::Words;
+using kt::bigint::wordsOf;
 
 constexpr const char *unit = "_KtArithmetic";
 constexpr const char *aNotNull = "a != NULL";
 constexpr const char *bothNotNull = "a != NULL && b != NULL";
 constexpr const char *allNotNull = "a != NULL && b != NULL && c != NULL";
 
-Words wordsOf(const _KtInt *i) {
-  return kt::bigint::words(*i);
-}
-
 // ---- Sums ----
 
-// c = |x| + |y| with the given sign. The sign is set last: a zero can be negative.
+// Computes c = |x| + |y| with the given sign, which is set last: a zero can be negative.
 void sumOfMagnitudes(const _KtInt *x, const _KtInt *y, _KtInt *c, bool negative) {
   if (x->length < y->length) std::swap(x, y);
   const std::uint8_t length = x->length;
-  kt::bigint::reserve(*c, length + 1U);
-  const Word carry = kt::bigint::add(c->digits, wordsOf(x), wordsOf(y));
+  reserve(*c, length + 1U);
+  const Word carry = kt::bigint::add(c->digits, wordsOf(*x), wordsOf(*y));
   c->length = length;
-  if (carry != 0 && length == maxWords) return kt::bigint::setZero(*c);
-  kt::bigint::append(*c, carry);
-  kt::bigint::normalize(*c);
+  if (carry != 0 && length == maxWords) return setZero(*c);
+  append(*c, carry);
+  normalise(*c);
   c->negative = negative;
 }
 
-// c = |larger| - |smaller| with the given sign; both are in normal form.
+// Computes c = |larger| - |smaller| with the given sign. Requires: both are in normal form.
 void differenceOfMagnitudes(const _KtInt *larger, const _KtInt *smaller, _KtInt *c, bool negative) {
   const std::uint8_t length = larger->length;
-  kt::bigint::reserve(*c, length);
-  kt::bigint::subtract(c->digits, wordsOf(larger), wordsOf(smaller));
+  reserve(*c, length);
+  kt::bigint::subtract(c->digits, wordsOf(*larger), wordsOf(*smaller));
   c->length = length;
-  kt::bigint::normalize(*c);
+  normalise(*c);
   c->negative = negative;
 }
 
-// c = |minuend| - |subtrahend|, once both are in normal form.
+// Computes c = |minuend| - |subtrahend|. Normalises both.
 void subtractMagnitudes(_KtInt *minuend, _KtInt *subtrahend, _KtInt *c) {
-  kt::bigint::normalize(*minuend);
-  kt::bigint::normalize(*subtrahend);
-  const int order = minuend->length != subtrahend->length
-                        ? minuend->length - subtrahend->length
-                        : kt::bigint::compare(wordsOf(minuend), wordsOf(subtrahend));
-  if (order >= 0) {
+  normalise(*minuend);
+  normalise(*subtrahend);
+  if (kt::bigint::compare(wordsOf(*minuend), wordsOf(*subtrahend)) >= 0) {
     differenceOfMagnitudes(minuend, subtrahend, c, false);
   } else {
     differenceOfMagnitudes(subtrahend, minuend, c, true);
   }
 }
 
-// |a| = |a| + s.
+// Computes |a| = |a| + s.
 void addToMagnitude(_KtInt *a, Word s) {
-  kt::bigint::reserve(*a, a->length + 1U);
-  std::uint32_t carry = s;
-  for (std::size_t i = 0; i < a->length && carry != 0; ++i, carry >>= wordBits) {
-    carry += a->digits[i];
-    a->digits[i] = static_cast<Word>(carry);
-  }
-  kt::bigint::append(*a, static_cast<Word>(carry));
-  kt::bigint::normalize(*a);
+  reserve(*a, a->length + 1U);
+  append(*a, kt::bigint::add(mutableWordsOf(*a), s));
+  normalise(*a);
 }
 
-// |a| = |a| - s, which is not negative.
+// Computes |a| = |a| - s. Requires: |a| >= s.
 void subtractFromMagnitude(_KtInt *a, Word s) {
-  std::uint32_t borrow = s;
-  for (std::size_t i = 0; i < a->length && borrow != 0; ++i) {
-    const std::uint32_t word = a->digits[i];
-    a->digits[i] = static_cast<Word>(word - borrow);
-    borrow = word < borrow;
-  }
-  kt::bigint::normalize(*a);
+  kt::bigint::subtract(mutableWordsOf(*a), s);
+  normalise(*a);
 }
 
-// The sign changes: |a| = s - |a|, where a has one word that is not larger than s.
+// Computes |a| = s - |a| with the given sign. Requires: |a| <= s, in one word.
 void subtractMagnitudeFrom(Word s, _KtInt *a, bool negative) {
   a->negative = negative;
   a->digits[0] = static_cast<Word>(s - a->digits[0]);
@@ -101,7 +93,7 @@ void subtractMagnitudeFrom(Word s, _KtInt *a, bool negative) {
 void _KtIntAddS(_KtInt *a, uint16_t s) {
   require(a != nullptr, {unit, 149, aNotNull});
   if (!a->negative) return addToMagnitude(a, s);
-  kt::bigint::normalize(*a);
+  normalise(*a);
   if (a->length <= 1 && a->digits[0] <= s) return subtractMagnitudeFrom(s, a, false);
   subtractFromMagnitude(a, s);
 }
@@ -109,8 +101,8 @@ void _KtIntAddS(_KtInt *a, uint16_t s) {
 void _KtIntSubS(_KtInt *a, uint16_t s) {
   require(a != nullptr, {unit, 170, aNotNull});
   if (a->negative) return addToMagnitude(a, s);
-  kt::bigint::normalize(*a);
-  // Equal values go the other way: a zero from here would be negative.
+  normalise(*a);
+  // a == s is left to the general case: here the zero would become negative.
   if (a->length <= 1 && a->digits[0] < s) return subtractMagnitudeFrom(s, a, true);
   subtractFromMagnitude(a, s);
 }
@@ -153,58 +145,59 @@ void _KtIntSub(_KtInt *a, _KtInt *b, _KtInt *c) {
 
 namespace {
 
-// |a| = |a| * 65536^n, n > 0. Past 255 words none of the words that are kept is one of a's.
-void moveUp(_KtInt *a, std::int64_t n) {
+// Computes |a| = |a| * 65,536^n. Requires: n > 0. Past 255 words, every word that survives the
+// truncation is a shifted-in zero.
+void shiftWordsLeft(_KtInt *a, std::int64_t n) {
   const std::int64_t length = a->length + n;
   const auto kept = static_cast<std::uint8_t>(length);
   if (length > std::int64_t{maxWords}) {
     _KtIntSetMinLength(a, static_cast<int32_t>(maxWords + 1 + kept));
-    return kt::bigint::setZero(*a);
+    return setZero(*a);
   }
   _KtIntSetMinLength(a, kept);
   std::memmove(a->digits + n, a->digits, a->length * sizeof(Word));
   std::memset(a->digits, 0, static_cast<std::size_t>(n) * sizeof(Word));
   a->length = kept;
-  kt::bigint::normalize(*a);
+  normalise(*a);
 }
 
-// |a| = |a| / 65536^n, n > 0.
-void moveDown(_KtInt *a, std::int64_t n) {
-  kt::bigint::normalize(*a);
-  if (a->length <= n) return kt::bigint::setZero(*a);
+// Computes |a| = |a| / 65,536^n, truncated. Requires: n > 0.
+void shiftWordsRight(_KtInt *a, std::int64_t n) {
+  normalise(*a);
+  if (a->length <= n) return setZero(*a);
   a->length = static_cast<std::uint8_t>(a->length - n);
   std::memmove(a->digits, a->digits + n, a->length * sizeof(Word));
 }
 
-// By words; negative counts go down.
-void moveBy(_KtInt *a, std::int64_t n) {
-  if (n > 0) moveUp(a, n);
-  if (n < 0) moveDown(a, -n);
+// Shifts by words: to the left if n > 0, to the right if n < 0.
+void shiftWords(_KtInt *a, std::int64_t n) {
+  if (n > 0) shiftWordsLeft(a, n);
+  if (n < 0) shiftWordsRight(a, -n);
 }
 
-void shiftUp(_KtInt *a, std::int64_t n) {
-  moveBy(a, n / wordBits);
+void shiftBitsLeft(_KtInt *a, std::int64_t n) {
+  shiftWords(a, n / wordBits);
   const auto bits = static_cast<unsigned>(n % wordBits);
   if (bits == 0) return;
-  kt::bigint::reserve(*a, a->length + 1U);
-  kt::bigint::append(*a, kt::bigint::shiftLeft(kt::bigint::mutableWords(*a), bits));
-  kt::bigint::normalize(*a);
+  reserve(*a, a->length + 1U);
+  append(*a, kt::bigint::shiftLeft(mutableWordsOf(*a), bits));
+  normalise(*a);
 }
 
-void shiftDown(_KtInt *a, std::int64_t n) {
-  moveBy(a, -(n / wordBits));
+void shiftBitsRight(_KtInt *a, std::int64_t n) {
+  shiftWords(a, -(n / wordBits));
   const auto bits = static_cast<unsigned>(n % wordBits);
   if (bits == 0) return;
-  kt::bigint::shiftRight(kt::bigint::mutableWords(*a), bits);
-  kt::bigint::normalize(*a);
+  kt::bigint::shiftRight(mutableWordsOf(*a), bits);
+  normalise(*a);
 }
 
-// By bits; negative counts go down.
-void shiftBy(_KtInt *a, std::int64_t n) {
+// Shifts by bits: to the left if n > 0, to the right if n < 0.
+void shiftBits(_KtInt *a, std::int64_t n) {
   if (n < 0) {
-    shiftDown(a, -n);
+    shiftBitsRight(a, -n);
   } else {
-    shiftUp(a, n);
+    shiftBitsLeft(a, n);
   }
 }
 
@@ -212,49 +205,51 @@ void shiftBy(_KtInt *a, std::int64_t n) {
 
 void _KtIntBlockShiftLeft(_KtInt *a, int32_t n) {
   require(a != nullptr, {unit, 276, aNotNull});
-  moveBy(a, n);
+  shiftWords(a, n);
 }
 
 void _KtIntBlockShiftRight(_KtInt *a, int32_t n) {
   require(a != nullptr, {unit, 296, aNotNull});
-  moveBy(a, -std::int64_t{n});
+  shiftWords(a, -std::int64_t{n});
 }
 
 void _KtIntShiftLeft(_KtInt *a, int32_t n) {
   require(a != nullptr, {unit, 324, aNotNull});
-  shiftBy(a, n);
+  shiftBits(a, n);
 }
 
 void _KtIntShiftRight(_KtInt *a, int32_t n) {
   require(a != nullptr, {unit, 354, aNotNull});
-  shiftBy(a, -std::int64_t{n});
+  shiftBits(a, -std::int64_t{n});
 }
 
 // ---- Products ----
 
 namespace {
 
-// |a| = |a|^exponent, of which each product is cut as a record's length cuts it: so the exponent's
-// bits are taken from the lowest.
+// Computes |a| = |a|^exponent. Takes the exponent's bits from the lowest, because the order of the
+// products decides what their truncations keep.
 void power(_KtInt &a, unsigned exponent) {
-  Magnitude first(Limb{1}), second(a), third;
+  Magnitude first(Limb{1}), second = magnitudeOf(a), third;
   Magnitude *result = &first, *base = &second, *next = &third;
   for (; exponent != 0; exponent /= 2) {
     if (exponent % 2 != 0) {
       next->setProduct(*result, *base);
+      next->truncate();
       std::swap(next, result);
     }
     if (exponent == 1) break;
     next->setSquare(*base);
+    next->truncate();
     std::swap(next, base);
   }
-  result->store(a);
+  store(*result, a);
 }
 
-// The same as long as all products fit a limb: a third of the time for 4 words. False, with nothing
-// done, when they do not.
+// Does the same if all products fit a limb, in a third of the time for 4 words. Otherwise does
+// nothing and returns false.
 bool powerOfLimb(_KtInt &a, unsigned exponent) {
-  const Magnitude magnitude(a);
+  const Magnitude magnitude = magnitudeOf(a);
   if (magnitude.limbs().size() != 1) return false;
   const auto bits = static_cast<unsigned>(std::bit_width(magnitude.limbs()[0]));
   if (bits * exponent > kt::bigint::limbBits) return false;
@@ -262,7 +257,7 @@ bool powerOfLimb(_KtInt &a, unsigned exponent) {
   for (Limb base = magnitude.limbs()[0]; exponent != 0; exponent /= 2, base *= base) {
     if (exponent % 2 != 0) result *= base;
   }
-  Magnitude(result).store(a);
+  store(Magnitude(result), a);
   return true;
 }
 
@@ -270,9 +265,9 @@ bool powerOfLimb(_KtInt &a, unsigned exponent) {
 
 void _KtIntMulS(_KtInt *a, uint16_t s) {
   require(a != nullptr, {unit, 193, aNotNull});
-  kt::bigint::reserve(*a, a->length + 1U);
-  kt::bigint::append(*a, kt::bigint::multiply(kt::bigint::mutableWords(*a), s));
-  kt::bigint::normalize(*a);
+  reserve(*a, a->length + 1U);
+  append(*a, kt::bigint::multiply(mutableWordsOf(*a), s));
+  normalise(*a);
 }
 
 void _KtIntPowS(_KtInt *a, uint16_t e) {
@@ -280,42 +275,29 @@ void _KtIntPowS(_KtInt *a, uint16_t e) {
   const bool negative = a->negative && e % 2 != 0;
   if (!powerOfLimb(*a, e)) power(*a, e);
   a->negative = negative;
-  kt::bigint::normalize(*a);
+  normalise(*a);
 }
 
 void _KtIntMul(const _KtInt *a, const _KtInt *b, _KtInt *c) {
   require(a != nullptr && b != nullptr && c != nullptr, {unit, 450, allNotNull});
   Magnitude product;
-  product.setProduct(Magnitude(*a), Magnitude(*b));
-  product.store(*c);
-  // The signs are read now: an operand that is also the result has lost its own. Kept.
+  product.setProduct(magnitudeOf(*a), magnitudeOf(*b));
+  product.truncate();
+  store(product, *c);
+  // Reads the signs after storing: an operand that is also the result has lost its own. Kept, the
+  // contract has it.
   c->negative = (a->negative != 0) != (b->negative != 0);
-  kt::bigint::normalize(*c);
+  normalise(*c);
 }
 
 // ---- Quotients ----
 
-namespace {
-
-// Divides: `dividend` becomes the remainder.
-void divide(Magnitude &dividend, const Magnitude &divisor, Magnitude &quotient) {
-  const std::size_t size = dividend.limbs().size();
-  if (size < divisor.limbs().size()) return;
-  std::array<Limb, kt::bigint::maxLimbs> limbs;
-  const kt::bigint::Divisor prepared(divisor.limbs());
-  prepared.divide(limbs.data(), dividend.mutableLimbs());
-  dividend.settle();
-  quotient.cut(Limbs(limbs).first(size - prepared.size() + 1));
-}
-
-}  // namespace
-
 void _KtIntMod(const _KtInt *a, _KtInt *b, _KtInt *c) {
   require(a != nullptr && b != nullptr && c != nullptr, {unit, 483, allNotNull});
   require(!_KtIntZero(b), {unit, 484, "!_KtIntZero(b)"});
-  Magnitude rest(*a), quotient;
-  divide(rest, Magnitude(*b), quotient);
-  rest.store(*c);
+  Magnitude rest = magnitudeOf(*a), quotient;
+  divide(rest, magnitudeOf(*b), quotient);
+  store(rest, *c);
 }
 
 void _KtIntDiv(const _KtInt *dividend, _KtInt *divisor, _KtInt *quotient, _KtInt *remainder) {
@@ -325,12 +307,12 @@ void _KtIntDiv(const _KtInt *dividend, _KtInt *divisor, _KtInt *quotient, _KtInt
           {unit, 498, "quotient != NULL && remainder != NULL"});
   require(quotient != remainder, {unit, 499, "quotient != remainder"});
   require(!_KtIntZero(divisor), {unit, 500, "!_KtIntZero(divisor)"});
-  Magnitude rest(*dividend), magnitude;
-  divide(rest, Magnitude(*divisor), magnitude);
-  rest.store(*remainder);
-  magnitude.store(*quotient);
-  // As after a product, an operand that is also a result has lost its sign. Kept.
+  Magnitude rest = magnitudeOf(*dividend), magnitude;
+  divide(rest, magnitudeOf(*divisor), magnitude);
+  store(rest, *remainder);
+  store(magnitude, *quotient);
+  // As in _KtIntMul, an operand that is also a result has lost its sign. Kept.
   if ((dividend->negative != 0) == (divisor->negative != 0)) return;
-  quotient->negative = 1;  // a zero stays so: kept
+  quotient->negative = 1;  // of a zero too: kept, the contract has it
   if (!_KtIntZero(remainder)) _KtIntSubS(quotient, 1);
 }

@@ -17,7 +17,6 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
-#pragma GCC visibility push(default)
 
 // c = a + b. Any of the three may be one record. Operands whose signs differ are normalised on the
 // way; those of one sign are left alone.
@@ -74,7 +73,6 @@ void _KtIntDiv(const _KtInt *dividend, _KtInt *divisor, _KtInt *quotient, _KtInt
 // a = a to the power e, in place; 1 for e = 0, also of a zero.
 void _KtIntPowS(_KtInt *a, uint16_t e);
 
-#pragma GCC visibility pop
 #ifdef __cplusplus
 }
 #endif

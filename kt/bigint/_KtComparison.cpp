@@ -5,9 +5,11 @@
 #include "kt/bigint/Assertion.h"
 #include "kt/bigint/Record.h"
 
-using kt::bigint::require;
-
 namespace {
+
+using kt::bigint::normalise;
+using kt::bigint::require;
+using kt::bigint::wordsOf;
 
 constexpr const char *unit = "_KtComparison";
 constexpr const char *bothNotNull = "a != NULL && b != NULL";
@@ -41,7 +43,7 @@ int _KtIntEQ(_KtInt *a, _KtInt *b) {
 
 int _KtIntZero(_KtInt *a) {
   require(a != nullptr, {unit, 42, "a != NULL"});
-  kt::bigint::normalize(*a);
+  normalise(*a);
   return a->length == 1 && a->digits[0] == 0;
 }
 
@@ -75,11 +77,10 @@ int _KtIntOdd(const _KtInt *a) {
 
 int _KtIntCmp(_KtInt *a, _KtInt *b) {
   require(a != nullptr && b != nullptr, {unit, 94, bothNotNull});
-  kt::bigint::normalize(*a);
-  kt::bigint::normalize(*b);
+  normalise(*a);
+  normalise(*b);
   if (a->negative && !b->negative) return -1;
   if (!a->negative && b->negative) return 1;
   const int sign = a->negative ? -1 : 1;
-  if (a->length != b->length) return a->length > b->length ? sign : -sign;
-  return sign * kt::bigint::compare(kt::bigint::words(*a), kt::bigint::words(*b));
+  return sign * kt::bigint::compare(wordsOf(*a), wordsOf(*b));
 }

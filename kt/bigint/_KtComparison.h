@@ -12,7 +12,6 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
-#pragma GCC visibility push(default)
 
 // -1 when a < b, 0 when they are equal, 1 when a > b. Normalises both.
 int _KtIntCmp(_KtInt *a, _KtInt *b);
@@ -42,7 +41,6 @@ int _KtIntSameSign(_KtInt *a, _KtInt *b);
 int _KtIntEven(const _KtInt *a);
 int _KtIntOdd(const _KtInt *a);
 
-#pragma GCC visibility pop
 #ifdef __cplusplus
 }
 #endif

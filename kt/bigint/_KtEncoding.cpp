@@ -2,30 +2,39 @@
 
 #include "kt/bigint/_KtEncoding.h"
 
+#include <string_view>
+
 #include "kt/bigint/Assertion.h"
-#include "kt/bigint/Radix.h"
+#include "kt/bigint/Digits.h"
 #include "kt/bigint/Record.h"
 
-const char *const _KTINT_BIN_VECTOR = "01";
-const char *const _KTINT_DEC_VECTOR = "0123456789";
-const char *const _KTINT_HEX_VECTOR = "0123456789abcdef";
+const char *const _KTINT_BIN_VECTOR = kt::bigint::binaryAlphabet.data();
+const char *const _KTINT_DEC_VECTOR = kt::bigint::decimalAlphabet.data();
+const char *const _KTINT_HEX_VECTOR = kt::bigint::hexadecimalAlphabet.data();
 
 namespace {
+
+using kt::bigint::LetterCase;
+using kt::bigint::Magnitude;
+using kt::bigint::require;
 
 constexpr char negativeSign = '-';
 
 }  // namespace
 
 void _KtIntEncode(const _KtInt *v, char *output, const char *alphabet) {
-  using kt::bigint::require;
   require(v != nullptr, {"_KtEncoding", 38, "v != NULL"});
-  kt::bigint::Magnitude magnitude(*v);
+  Magnitude magnitude = kt::bigint::magnitudeOf(*v);
   if (v->negative) *output++ = negativeSign;
   if (magnitude.isZero()) {
-    // A zero with the sign set gets no digit: kept.
+    // A negative zero is its sign alone: kept, the contract has it.
     if (!v->negative) *output++ = alphabet[0];
   } else {
-    output = kt::bigint::writeDigits(magnitude, output, alphabet);
+    const std::string_view digits(alphabet);
+    // The assertion of the division by the base. It covers the base 1 too, whose division would
+    // never end.
+    require(digits.size() > 1, {"_KtArithmetic", 500, "!_KtIntZero(divisor)"});
+    output = kt::bigint::writeDigits(magnitude, output, digits);
   }
   *output = '\0';
 }
@@ -33,8 +42,8 @@ void _KtIntEncode(const _KtInt *v, char *output, const char *alphabet) {
 void _KtIntDecode(const char *text, _KtInt *result, const char *alphabet) {
   _KtIntSetValue(result, 0);
   const bool negative = *text == negativeSign;
-  const kt::bigint::Magnitude magnitude =
-      kt::bigint::readDigits(negative ? text + 1 : text, alphabet);
-  magnitude.store(*result);
+  Magnitude magnitude;
+  kt::bigint::readDigits(negative ? text + 1 : text, alphabet, LetterCase::exact, magnitude);
+  kt::bigint::store(magnitude, *result);
   result->negative = negative && !magnitude.isZero();
 }

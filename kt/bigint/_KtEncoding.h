@@ -11,7 +11,6 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
-#pragma GCC visibility push(default)
 
 // Alphabets: "01", "0123456789" and "0123456789abcdef".
 extern const char *const _KTINT_BIN_VECTOR;
@@ -36,7 +35,6 @@ void _KtIntEncode(const _KtInt *v, char *output, const char *alphabet);
 // Requires: no argument is null; this is not checked. Digits and base count modulo 65,536.
 void _KtIntDecode(const char *text, _KtInt *result, const char *alphabet);
 
-#pragma GCC visibility pop
 #ifdef __cplusplus
 }
 #endif

@@ -14,6 +14,8 @@
 
 namespace {
 
+using kt::bigint::require;
+
 constexpr const char *unit = "_KtInt";
 constexpr std::uint8_t firstCapacity = 5;  // words of a new record
 
@@ -23,9 +25,10 @@ constexpr std::uint8_t firstCapacity = 5;  // words of a new record
   std::abort();
 }
 
-// NOLINTBEGIN(cppcoreguidelines-no-malloc): records are C's
+// NOLINTBEGIN(cppcoreguidelines-no-malloc): C programs own records
 
-// A capacity that 8 bits cut to less than the length must not cost the value its words.
+// Sets the capacity and resizes the block. The block keeps the value's words even if the capacity,
+// truncated to 8 bits, is less than the length.
 void setCapacity(_KtInt &i, std::uint8_t capacity) {
   const std::size_t wordCount = std::max<std::size_t>({capacity, i.length, 1});
   void *const block = std::realloc(i.digits, wordCount * sizeof *i.digits);
@@ -35,18 +38,6 @@ void setCapacity(_KtInt &i, std::uint8_t capacity) {
 }
 
 }  // namespace
-
-namespace kt::bigint {
-
-void failAssertion(const Place &place) {
-  std::fprintf(stderr, "%s:%u: failed assertion `%s'\n", place.unit, place.line, place.condition);
-  std::fflush(stderr);
-  std::abort();
-}
-
-}  // namespace kt::bigint
-
-using kt::bigint::require;
 
 _KtInt *_KtIntAlloc(int32_t value) {
   auto *const i = static_cast<_KtInt *>(std::malloc(sizeof(_KtInt)));
@@ -105,10 +96,7 @@ int32_t _KtIntValue(const _KtInt *i) {
 
 void _KtIntShorten(_KtInt *i) {
   require(i != nullptr, {unit, 109, "i != NULL"});
-  while (i->length > 1 && i->digits[i->length - 1] == 0) {
-    --i->length;
-  }
-  if (i->length == 1 && i->digits[0] == 0) i->negative = 0;
+  kt::bigint::normalise(*i);
 }
 
 void _KtIntSetMinLength(_KtInt *i, int32_t n) {

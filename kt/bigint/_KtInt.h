@@ -26,7 +26,6 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
-#pragma GCC visibility push(default)
 
 // One integer: sign and magnitude.
 // NOLINTNEXTLINE(modernize-use-using): C knows no other way
@@ -69,7 +68,6 @@ void _KtIntShorten(_KtInt *i);
 // 44. Words that the value does not use are not set. Requires: `i` is not null.
 void _KtIntSetMinLength(_KtInt *i, int32_t n);
 
-#pragma GCC visibility pop
 #ifdef __cplusplus
 }
 #endif

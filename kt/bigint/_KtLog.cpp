@@ -8,11 +8,12 @@
 #include "kt/bigint/Assertion.h"
 #include "kt/bigint/Record.h"
 
+namespace {
+
+using kt::bigint::normalise;
 using kt::bigint::require;
 using kt::bigint::Word;
 using kt::bigint::wordBits;
-
-namespace {
 
 constexpr const char *unit = "_KtLog";
 
@@ -20,9 +21,9 @@ constexpr const char *unit = "_KtLog";
 
 int32_t _KtIntLog2(_KtInt *a) {
   require(a != nullptr, {unit, 30, "a != NULL"});
-  _KtIntShorten(a);
+  normalise(*a);
   if (a->length == 0) return 0;
-  const Word top = a->digits[a->length - 1] | 1;  // so that 0 has the logarithm of 1
+  const Word top = a->digits[a->length - 1] | 1;  // for 0 the result is that for 1
   return static_cast<int32_t>(wordBits) * (a->length - 1) + std::bit_width(top) - 1;
 }
 
@@ -38,9 +39,9 @@ void _KtIntExp2(_KtInt *a, uint32_t n) {
 
 void _KtIntClearHighBit(_KtInt *a) {
   require(a != nullptr, {unit, 55, "a != NULL"});
-  _KtIntShorten(a);
+  normalise(*a);
   if (a->length == 0) return;
   Word &top = a->digits[a->length - 1];
   top ^= std::bit_floor(top);
-  _KtIntShorten(a);
+  normalise(*a);
 }

@@ -10,7 +10,6 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
-#pragma GCC visibility push(default)
 
 // The index of the highest bit that is set in |a|: the logarithm to base 2, rounded down. 0 for 0
 // and for 1. Normalises.
@@ -24,7 +23,6 @@ void _KtIntExp2(_KtInt *a, uint32_t n);
 // Clears the highest bit that is set in |a|; zero stays zero. The result is in normal form.
 void _KtIntClearHighBit(_KtInt *a);
 
-#pragma GCC visibility pop
 #ifdef __cplusplus
 }
 #endif

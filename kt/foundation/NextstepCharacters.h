@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 
-// The upper half of the NEXTSTEP character set, in which property-list text has its octal escapes.
+// The upper half of the NEXTSTEP character set, which octal escapes in property-list text refer to.
 #ifndef KT_FOUNDATION_NEXTSTEPCHARACTERS_H
 #define KT_FOUNDATION_NEXTSTEPCHARACTERS_H
 
 #include <array>
 
-namespace kt {
+namespace kt::plist {
 
-// Unicode characters of the codes 0200 to 0377, eight to a line, as in the mapping that Unicode
+// The Unicode characters of codes 0200 to 0377, eight to a line, from the mapping that Unicode
 // publishes (NEXTSTEP.TXT). The last two codes have no character.
 inline constexpr std::array<char16_t, 128> nextstepCharacters{
     0x00A0, 0x00C0, 0x00C1, 0x00C2, 0x00C3, 0x00C4, 0x00C5, 0x00C7,  // 0200
@@ -29,6 +29,6 @@ inline constexpr std::array<char16_t, 128> nextstepCharacters{
     0x0142, 0x00F8, 0x0153, 0x00DF, 0x00FE, 0x00FF, 0xFFFD, 0xFFFD,  // 0370
 };
 
-}  // namespace kt
+}  // namespace kt::plist
 
 #endif

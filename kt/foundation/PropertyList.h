@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 
 // Property lists: values made of strings, numbers, data, arrays and dictionaries, with a text form
-// that people can read and write. They are ordinary values: copied, moved, compared, owned by
-// whoever holds them. Distinct values may be used by distinct threads; one value by several threads
-// only while none of them changes it.
+// that people can read and write. They are ordinary values: copied, moved, compared, and owned by
+// their holder. Threads may use distinct values freely, and one value together while none of them
+// changes it.
 //
-// Depth is bounded only where text is read (512 containers in each other). A program may nest
-// values deeper; writing, comparing, copying and destroying them uses a constant amount of stack.
+// Text may nest at most 512 containers. Values built by a program may nest deeper: writing,
+// comparing, copying and destroying them takes a constant amount of stack.
 #ifndef KT_FOUNDATION_PROPERTYLIST_H
 #define KT_FOUNDATION_PROPERTYLIST_H
 
@@ -14,22 +14,21 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <iterator>
+#include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
 
-// Friends, named here because what is first named below is visible outside the library.
-namespace kt {
-class PropertyListParser;
-class PropertyListTree;
-class PropertyListWriter;
-}  // namespace kt
-
-#pragma GCC visibility push(default)
+namespace kt::plist {
+class Parser;
+class Tree;
+class Writer;
+}  // namespace kt::plist
 
 namespace kt {
 
@@ -38,18 +37,18 @@ class PropertyList;
 using Array = std::vector<PropertyList>;
 using Data = std::vector<std::byte>;
 
-// Says why a text is no property list: what() reads "line 2, column 7: expected ...".
+// Says why a text is not a property list: what() reads "line 2, column 7: expected ...".
 class PropertyListError : public std::runtime_error {
  public:
-  // `text` is the whole text, `offset` the byte in it where reading stopped (at most text.size()),
-  // `problem` what was expected there and what was found.
+  // `text` is the whole text, `offset` the byte in it where reading stopped (<= text.size()), and
+  // `problem` says what was expected there and what was found.
   PropertyListError(std::string_view text, std::size_t offset, std::string_view problem);
 
-  // The byte at which reading stopped, from 0; the text's length when the text ended too soon.
+  // Returns the byte at which reading stopped, counted from 0; the text's length if it ended early.
   [[nodiscard]] std::size_t offset() const noexcept { return offset_; }
 
-  // The same place for people: both count from 1, columns in characters. A line ends with a line
-  // feed, a carriage return or both.
+  // Return the same place for people, counted from 1; columns are in characters. A line ends with a
+  // line feed, a carriage return, or both.
   [[nodiscard]] std::size_t line() const noexcept { return line_; }
   [[nodiscard]] std::size_t column() const noexcept { return column_; }
 
@@ -68,35 +67,44 @@ class PropertyListError : public std::runtime_error {
   std::size_t column_;  // from 1, in characters
 };
 
-// Values by key. Entries are held, walked through and written in the order of their keys' bytes, so
-// that equal dictionaries have equal text whatever order they were filled in. Made for the few
-// entries of a message: a look-up searches them, an insertion moves the entries behind it.
+// Values by key, kept and written in the order of their keys' bytes. Equal dictionaries therefore
+// have equal text, whatever the order they were filled in.
+//
+// Costs for n entries, in key comparisons and moves of entries:
+//
+//     find, contains                    O(log n)
+//     operator[], erase                 O(log n) amortised; O(1) for a key after the last
+//     begin, end, size, empty           O(1)
+//     a step of an iterator             O(1) amortised
+//     copying, comparing, description   O(n)
+//     initialiser list, parsing         O(n log n); O(n) if the keys come in order
 class Dictionary {
  public:
   using value_type = std::pair<std::string, PropertyList>;
-  using const_iterator = std::vector<value_type>::const_iterator;
+  class const_iterator;  // bidirectional; valid until the dictionary changes
 
   Dictionary() noexcept;
-  // Of entries with the same key the last one stays.
+  // Keeps the last of several entries with the same key.
   Dictionary(std::initializer_list<value_type> entries);
   Dictionary(const Dictionary &other);
   Dictionary(Dictionary &&other) noexcept;
+  // Either assignment may be given the dictionary itself or one inside it.
   Dictionary &operator=(const Dictionary &other);
   Dictionary &operator=(Dictionary &&other) noexcept;
   ~Dictionary();
 
-  // The value under `key`, or null when there is none. Valid until the dictionary changes.
+  // Returns the value for `key`, or null if there is none. Valid until the dictionary changes.
   [[nodiscard]] const PropertyList *find(std::string_view key) const;
 
-  // The value under `key`, which is first made an empty string when there is none. Valid until
-  // another entry is inserted or erased, which a single line may do: where "a" is new,
-  // `d["a"] = d["b"]` moves the entry under "b" before it is read. Copy it first:
+  // Returns the value for `key`; inserts an empty string first if there is none. Valid until
+  // another entry is inserted or erased, which may happen within one expression: if "a" is new,
+  // `d["a"] = d["b"]` may move the entry of "b" before it is read. Copy it first:
   // `d["a"] = PropertyList(d["b"])`.
   PropertyList &operator[](std::string_view key);
 
   [[nodiscard]] bool contains(std::string_view key) const;
 
-  // Takes the entry away; false when there was none.
+  // Removes the entry with this key; returns false if there is none.
   bool erase(std::string_view key);
 
   [[nodiscard]] std::size_t size() const noexcept;
@@ -106,25 +114,46 @@ class Dictionary {
   [[nodiscard]] const_iterator begin() const noexcept;
   [[nodiscard]] const_iterator end() const noexcept;
 
-  // The text form, for example `{ key = value; }`; an empty dictionary is `{}`.
+  // Returns the text form, for example `{ key = value; }`; an empty dictionary is `{}`.
   [[nodiscard]] std::string description() const;
 
   friend bool operator==(const Dictionary &left, const Dictionary &right);
 
  private:
-  friend class PropertyListParser;
-  friend class PropertyListTree;
+  friend class plist::Parser;
+  friend class plist::Tree;
 
-  // Where the entry with this key stands, or would be inserted.
-  [[nodiscard]] const_iterator lowerBound(std::string_view key) const;
+  struct KeyOrder;
+  using EntryTree = std::set<value_type, KeyOrder>;
+  struct TreeDeleter {
+    void operator()(EntryTree *tree) const noexcept;
+  };
 
-  // Adds an entry at the end, whatever its place would be.
+  // Returns the first of entries_ whose key is not less than `key`.
+  [[nodiscard]] std::vector<value_type>::iterator lowerBound(std::string_view key);
+
+  // Adds an entry at the end of entries_ even if its key belongs elsewhere; see normalise().
   value_type &append(std::string_view key);
 
-  // Puts entries that stand in any order into key order; of equal keys the last entry stays.
+  // Sorts entries_ by key; keeps the last of several entries with the same key.
   void normalise();
 
+  // Moves all entries from entries_ to tree_.
+  void growTree();
+  PropertyList &valueInTree(std::string_view key);
+  bool eraseInTree(std::string_view key);
+
+  // Requires: !empty().
+  PropertyList &firstValue() noexcept;
+  PropertyList &lastValue() noexcept;
+  void removeLast() noexcept;
+
+  void clear() noexcept;
+
+  // A vector until an entry is inserted into or erased from the middle of many; then a tree. The
+  // one that is not in use is empty; tree_ is null rather than empty.
   std::vector<value_type> entries_;  // sorted by key, each key once
+  std::unique_ptr<EntryTree, TreeDeleter> tree_;
 };
 
 // The types that a number can be made from: every built-in integer.
@@ -134,6 +163,10 @@ concept NumberType = std::integral<T> && sizeof(T) <= sizeof(std::uint64_t);
 // One value: a string, a number, data, an array or a dictionary.
 class PropertyList {
  public:
+  // What a value is. Handle it in a `switch` without `default`: the compiler then reports each
+  // place that does not know a new kind.
+  enum class Kind : std::uint8_t { string, number, data, array, dictionary };
+
   PropertyList() noexcept;  // the empty string
   PropertyList(std::string text);
   PropertyList(std::string_view text);
@@ -145,47 +178,48 @@ class PropertyList {
   PropertyList(Data data) noexcept;
   PropertyList(Dictionary dictionary) noexcept;
   PropertyList(const PropertyList &other);
-  // A value that was moved from may be assigned to and destroyed, nothing else.
+  // A moved-from value may only be assigned to or destroyed.
   PropertyList(PropertyList &&other) noexcept = default;
   // Either assignment may be given the value itself or one inside it.
   PropertyList &operator=(const PropertyList &other);
   PropertyList &operator=(PropertyList &&other) noexcept;
   ~PropertyList() {
-    if (value_.index() >= firstContainer) removeChildren();
+    if (isContainer(kind())) removeChildren();
   }
 
   // Reads text, which may hold comments and white space around one value and nothing else.
-  // Throws PropertyListError. Takes time linear in the text's length, but for sorting the keys of a
-  // dictionary that do not come in order.
+  // Throws PropertyListError. Takes time linear in the text's length, except for sorting the keys
+  // of a dictionary that are not in order.
   [[nodiscard]] static PropertyList parse(std::string_view text);
 
-  // The value as the kind asked for, or null when it is of another kind. A number is no string.
-  // Valid until the value changes.
+  [[nodiscard]] Kind kind() const noexcept { return static_cast<Kind>(value_.index()); }
+
+  // Return the value as the kind asked for, or null if it is of another kind. A number is not a
+  // string. Valid until the value changes.
   [[nodiscard]] const std::string *asString() const { return std::get_if<std::string>(&value_); }
   [[nodiscard]] const Array *asArray() const { return std::get_if<Array>(&value_); }
   [[nodiscard]] const Data *asData() const { return std::get_if<Data>(&value_); }
   [[nodiscard]] const Dictionary *asDictionary() const { return std::get_if<Dictionary>(&value_); }
 
-  // The same for changing the value in place, or moving out of it.
+  // The same, for changing the value in place or moving it out.
   [[nodiscard]] Dictionary *asDictionary() { return std::get_if<Dictionary>(&value_); }
 
-  // The integer that a number is or that a string begins with: white space is skipped, then come an
-  // optional sign and digits. No digits, or a value of another kind, count as 0. What does not fit
-  // saturates.
+  // Returns the number, or the integer at the start of a string: white space, an optional sign,
+  // digits. Returns 0 for no digits and for other kinds. Saturates at 32 bits.
   [[nodiscard]] std::int32_t intValue() const noexcept;
 
-  // The text form, which parse() reads back; numbers come back as strings. Pure ASCII without NUL.
+  // Returns the text form, pure ASCII without NUL. parse() reads it back; numbers become strings.
   [[nodiscard]] std::string description() const;
 
-  // A number is not equal to a string, even one with its digits.
+  // Values of different kinds are not equal: the number 1 is not the string "1".
   friend bool operator==(const PropertyList &left, const PropertyList &right);
 
  private:
-  friend class PropertyListParser;
-  friend class PropertyListTree;
-  friend class PropertyListWriter;
+  friend class plist::Parser;
+  friend class plist::Tree;
+  friend class plist::Writer;
 
-  // Sign and magnitude, so that equal integers are equal whatever type they came from.
+  // Sign and magnitude, so that equal integers of different types are equal.
   struct Number {
     template <NumberType Integer>
     explicit constexpr Number(Integer number) noexcept
@@ -195,14 +229,24 @@ class PropertyList {
     friend bool operator==(const Number &, const Number &) = default;
 
     std::uint64_t magnitude;
-    bool negative;  // never of zero
+    bool negative;  // false for 0
   };
 
-  using Value = std::variant<std::string, Number, Data, Array, Dictionary>;
+  using Value = std::variant<std::string, Number, Data, Array, Dictionary>;  // in Kind's order
+  static_assert(std::variant_size_v<Value> == std::size_t{1} + std::size_t(Kind::dictionary));
 
-  // The index in Value from which on the kinds have children.
-  static constexpr std::size_t firstContainer = 3;
-  static_assert(std::is_same_v<std::variant_alternative_t<firstContainer, Value>, Array>);
+  static constexpr bool isContainer(Kind kind) noexcept {
+    switch (kind) {
+      case Kind::string:
+      case Kind::number:
+      case Kind::data:
+        return false;
+      case Kind::array:
+      case Kind::dictionary:
+        return true;
+    }
+    return false;
+  }
 
   // Empties an array or a dictionary.
   void removeChildren() noexcept;
@@ -210,28 +254,98 @@ class PropertyList {
   Value value_;
 };
 
-// Friends are visible outside a shared library only where they are named again.
-bool operator==(const Dictionary &left, const Dictionary &right);
-bool operator==(const PropertyList &left, const PropertyList &right);
+// Orders the entries of a tree by key; a key alone can be looked up.
+struct Dictionary::KeyOrder {
+  using is_transparent = void;
+  static std::string_view keyOf(const value_type &entry) noexcept { return entry.first; }
+  static std::string_view keyOf(std::string_view key) noexcept { return key; }
+  bool operator()(const auto &left, const auto &right) const noexcept {
+    return keyOf(left) < keyOf(right);
+  }
+};
+
+class Dictionary::const_iterator {
+ public:
+  using iterator_category = std::bidirectional_iterator_tag;
+  using value_type = Dictionary::value_type;
+  using difference_type = std::ptrdiff_t;
+  using pointer = const value_type *;
+  using reference = const value_type &;
+
+  const_iterator() noexcept = default;
+
+  reference operator*() const noexcept { return *entry_; }
+  pointer operator->() const noexcept { return entry_; }
+
+  const_iterator &operator++() noexcept {
+    if (tree_ == nullptr) [[likely]] {
+      ++entry_;
+    } else {
+      ++place_;
+      findEntry();
+    }
+    return *this;
+  }
+  const_iterator operator++(int) noexcept {
+    const const_iterator old = *this;
+    ++*this;
+    return old;
+  }
+  const_iterator &operator--() noexcept {
+    if (tree_ == nullptr) [[likely]] {
+      --entry_;
+    } else {
+      --place_;
+      findEntry();
+    }
+    return *this;
+  }
+  const_iterator operator--(int) noexcept {
+    const const_iterator old = *this;
+    --*this;
+    return old;
+  }
+
+  friend bool operator==(const const_iterator &left, const const_iterator &right) noexcept {
+    return left.entry_ == right.entry_;
+  }
+
+ private:
+  friend class Dictionary;
+
+  explicit const_iterator(pointer entry) noexcept : entry_(entry) {}
+  const_iterator(const EntryTree *tree, EntryTree::const_iterator place) noexcept
+      : tree_(tree), place_(place) {
+    findEntry();
+  }
+
+  void findEntry() noexcept { entry_ = place_ == tree_->end() ? nullptr : &*place_; }
+
+  pointer entry_ = nullptr;            // null at the end of a tree
+  const EntryTree *tree_ = nullptr;    // null for entries in a vector
+  EntryTree::const_iterator place_{};  // of entry_ in the tree
+};
 
 inline Dictionary::Dictionary() noexcept = default;
 inline Dictionary::Dictionary(Dictionary &&other) noexcept = default;
 inline Dictionary::~Dictionary() = default;
 inline std::size_t Dictionary::size() const noexcept {
-  return entries_.size();
+  return tree_ == nullptr ? entries_.size() : tree_->size();
 }
 inline bool Dictionary::empty() const noexcept {
-  return entries_.empty();
+  return entries_.empty() && tree_ == nullptr;
 }
 inline Dictionary::const_iterator Dictionary::begin() const noexcept {
-  return entries_.begin();
+  if (tree_ != nullptr) [[unlikely]]
+    return {tree_.get(), tree_->begin()};
+  return const_iterator(entries_.data());
 }
 inline Dictionary::const_iterator Dictionary::end() const noexcept {
-  return entries_.end();
+  if (tree_ != nullptr) [[unlikely]]
+    return {tree_.get(), tree_->end()};
+  return const_iterator(entries_.data() + entries_.size());
 }
 
 }  // namespace kt
-
-#pragma GCC visibility pop
 
 #endif

@@ -10,14 +10,13 @@
 #include "kt/foundation/PropertyListText.h"
 #include "kt/foundation/Utf8.h"
 
-namespace kt {
+namespace kt::plist {
 
-// Reads one text from its front to its end, once. Every value is made in its final place: a
-// container that is open is the last child of the one around it and stays where it is until it is
-// closed.
-class PropertyListParser {
+// Parses one text in a single pass. Every value is made in its final place: an open container is
+// the last child of the one around it and does not move before it is closed.
+class Parser {
  public:
-  explicit PropertyListParser(std::string_view text) : text_(text), rest_(text) {}
+  explicit Parser(std::string_view text) : text_(text), rest_(text) {}
 
   PropertyList parse();
 
@@ -29,6 +28,7 @@ class PropertyListParser {
   void readValue(PropertyList &value);
   void open(PropertyList &container);
   PropertyList *findNextValue();
+  PropertyList *findChild(PropertyList &container);
   PropertyList *findElement(Array &array);
   PropertyList *findEntry(Dictionary &dictionary);
 
@@ -46,26 +46,26 @@ class PropertyListParser {
   [[noreturn]] void fail(std::string_view expected) const;
   [[noreturn]] void fail(std::string_view expected, std::string_view found) const;
 
-  std::string_view text_;  // the whole text
-  std::string_view rest_;  // what is still to be read; only ever gets shorter
-  std::size_t depth_ = 0;  // how many containers are open
-  std::array<PropertyList *, nestingLimit> open_;  // those, the innermost at depth_ - 1
-  std::string decoded_;  // of a string with escapes or beyond ASCII: what is read of it so far
+  std::string_view text_;                          // the whole text
+  std::string_view rest_;                          // the part that is still to be read; never grows
+  std::size_t depth_ = 0;                          // how many containers are open
+  std::array<PropertyList *, nestingLimit> open_;  // these containers, the innermost at depth_ - 1
+  std::string decoded_;  // the start, as far as read, of a string with escapes or beyond ASCII
 };
 
 // ---- Errors ----
 
 namespace {
 
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
   return '\'' + std::string(text) + '\'';
 }
 
-// Names what stands at the front of `rest` without repeating control characters, which have no
-// place on a terminal.
+// Names the character at the start of `rest`. Never repeats a control character, which could reach
+// a terminal.
 std::string nameOfFirst(std::string_view rest) {
   if (rest.empty()) return "the end of the text";
-  if (rest.front() >= ' ' && rest.front() <= '~') return quoted(rest.substr(0, 1));
+  if (rest.front() >= ' ' && rest.front() <= '~') return inQuotes(rest.substr(0, 1));
   const Utf8Character character = firstUtf8Character(rest);
   if (!character.wellFormed) return "a byte that is not UTF-8";
   std::array<char, 12> name{};
@@ -76,64 +76,37 @@ std::string nameOfFirst(std::string_view rest) {
 
 }  // namespace
 
-void PropertyListParser::fail(std::string_view expected) const {
+void Parser::fail(std::string_view expected) const {
   fail(expected, nameOfFirst(rest_));
 }
 
-void PropertyListParser::fail(std::string_view expected, std::string_view found) const {
+void Parser::fail(std::string_view expected, std::string_view found) const {
   std::string problem = "expected ";
   problem.append(expected).append(", found ").append(found);
   throw PropertyListError(text_, text_.size() - rest_.size(), problem);
 }
 
-PropertyListError::Place PropertyListError::placeOf(std::string_view text, std::size_t offset) {
-  std::string_view before = text.substr(0, offset);
-  if (before.starts_with("\xEF\xBB\xBF")) before.remove_prefix(3);
-  Place place{1, 1};
-  while (!before.empty()) {
-    const Utf8Character character = firstUtf8Character(before);
-    before.remove_prefix(character.byteCount);
-    ++place.column;
-    if (character.codePoint == '\n' || (character.codePoint == '\r' && !before.starts_with('\n'))) {
-      ++place.line;
-      place.column = 1;
-    }
-  }
-  return place;
-}
-
-PropertyListError::PropertyListError(std::string_view text, std::size_t offset,
-                                     std::string_view problem)
-    : PropertyListError(offset, placeOf(text, offset), problem) {}
-
-PropertyListError::PropertyListError(std::size_t offset, Place place, std::string_view problem)
-    : std::runtime_error("line " + std::to_string(place.line) + ", column " +
-                         std::to_string(place.column) + ": " + std::string(problem)),
-      offset_(offset),
-      line_(place.line),
-      column_(place.column) {}
-
 // ---- Between tokens ----
 
-inline bool PropertyListParser::take(char character) {
+inline bool Parser::take(char character) {
   if (!rest_.starts_with(character)) return false;
   rest_.remove_prefix(1);
   return true;
 }
 
-void PropertyListParser::skipByteOrderMark() {
+void Parser::skipByteOrderMark() {
   constexpr std::string_view mark = "\xEF\xBB\xBF";
   if (rest_.starts_with(mark)) rest_.remove_prefix(mark.size());
 }
 
-inline void PropertyListParser::skipBlanks() {
+inline void Parser::skipBlanks() {
   do {
     rest_.remove_prefix(runOf(blank, rest_));
   } while (next() == '/' && skipComment());
 }
 
-// False when what begins here is no comment but a bare string.
-bool PropertyListParser::skipComment() {
+// Returns false if a bare string, not a comment, begins here.
+bool Parser::skipComment() {
   if (rest_.starts_with("//")) {
     rest_.remove_prefix(std::min(rest_.find_first_of("\n\r"), rest_.size()));
     return true;
@@ -148,8 +121,8 @@ bool PropertyListParser::skipComment() {
   return true;
 }
 
-// Takes a bare string; an empty one when what comes next is quoted.
-inline std::string_view PropertyListParser::takeBare() {
+// Takes a bare string; an empty one if a quoted string follows.
+inline std::string_view Parser::takeBare() {
   const std::string_view bare = rest_.substr(0, runOf(readBare, rest_));
   rest_.remove_prefix(bare.size());
   return bare;
@@ -157,7 +130,7 @@ inline std::string_view PropertyListParser::takeBare() {
 
 // ---- Structure ----
 
-PropertyList PropertyListParser::parse() {
+PropertyList Parser::parse() {
   PropertyList root;
   skipByteOrderMark();
   for (PropertyList *value = &root; value != nullptr; value = findNextValue()) {
@@ -168,8 +141,9 @@ PropertyList PropertyListParser::parse() {
   return root;
 }
 
-// Reads a scalar whole; of a container only the opening bracket. `value` is an empty string so far.
-void PropertyListParser::readValue(PropertyList &value) {
+// Reads a whole scalar, or only the opening bracket of a container.
+// Requires: `value` is an empty string.
+void Parser::readValue(PropertyList &value) {
   skipBlanks();
   switch (next()) {
     case '{':
@@ -191,7 +165,7 @@ void PropertyListParser::readValue(PropertyList &value) {
   }
 }
 
-void PropertyListParser::open(PropertyList &container) {
+void Parser::open(PropertyList &container) {
   if (depth_ == nestingLimit) {
     fail("at most " + std::to_string(nestingLimit) + " containers in each other");
   }
@@ -199,26 +173,35 @@ void PropertyListParser::open(PropertyList &container) {
   open_[depth_++] = &container;
 }
 
-// Goes on to where the next value begins, closing the containers that end before it, and makes room
-// for it. Null when the outermost value is complete.
-PropertyList *PropertyListParser::findNextValue() {
+// Proceeds to the start of the next value, closes the containers that end before it, and returns a
+// place for it. Returns null if the outermost value is complete.
+PropertyList *Parser::findNextValue() {
   for (; depth_ > 0; --depth_) {
-    PropertyList &container = *open_[depth_ - 1];
     skipBlanks();
-    if (auto *array = std::get_if<Array>(&container.value_)) {
-      if (PropertyList *element = findElement(*array)) return element;
-    } else {
-      Dictionary &dictionary = *std::get_if<Dictionary>(&container.value_);
-      if (PropertyList *value = findEntry(dictionary)) return value;
-      dictionary.normalise();
-    }
+    if (PropertyList *value = findChild(*open_[depth_ - 1])) return value;
   }
   return nullptr;
 }
 
-constexpr std::size_t fewElements = 4;  // an ordinary message's: they are not moved as it grows
+// Returns a place for the next child of `container`, or null after its closing bracket.
+inline PropertyList *Parser::findChild(PropertyList &container) {
+  switch (container.kind()) {
+    case PropertyList::Kind::array:
+      return findElement(*std::get_if<Array>(&container.value_));
+    case PropertyList::Kind::dictionary:
+      return findEntry(*std::get_if<Dictionary>(&container.value_));
+    case PropertyList::Kind::string:
+    case PropertyList::Kind::number:
+    case PropertyList::Kind::data:
+      break;
+  }
+  __builtin_unreachable();  // only containers are open
+}
 
-PropertyList *PropertyListParser::findElement(Array &array) {
+// An ordinary message has at most this many elements; they do not move while the array grows.
+constexpr std::size_t fewElements = 4;
+
+PropertyList *Parser::findElement(Array &array) {
   if (take(')')) return nullptr;
   if (!array.empty()) {
     if (!take(',')) fail("',' or ')'");
@@ -229,7 +212,7 @@ PropertyList *PropertyListParser::findElement(Array &array) {
   return &array.emplace_back();
 }
 
-PropertyList *PropertyListParser::findEntry(Dictionary &dictionary) {
+PropertyList *Parser::findEntry(Dictionary &dictionary) {
   if (!dictionary.empty()) {
     if (take(';')) {
       skipBlanks();
@@ -237,7 +220,10 @@ PropertyList *PropertyListParser::findEntry(Dictionary &dictionary) {
       fail("';' or '}'");
     }
   }
-  if (take('}')) return nullptr;
+  if (take('}')) {
+    dictionary.normalise();
+    return nullptr;
+  }
   if (!isA(beginsString, next())) fail("a key or '}'");
   auto &[key, value] = dictionary.append(takeBare());
   if (key.empty()) readQuoted(key);
@@ -248,7 +234,7 @@ PropertyList *PropertyListParser::findEntry(Dictionary &dictionary) {
 
 // ---- Strings ----
 
-void PropertyListParser::readQuoted(std::string &string) {
+void Parser::readQuoted(std::string &string) {
   const char quote = next();
   rest_.remove_prefix(1);
   const std::size_t run = runOf(readAsItself, rest_);
@@ -264,8 +250,8 @@ void PropertyListParser::readQuoted(std::string &string) {
   string.assign(decoded_);
 }
 
-// A run of plain characters and the one behind it, as far as it is not the end.
-void PropertyListParser::readPiece(char quote) {
+// Reads a run of plain characters and the character after it, unless that ends the string.
+void Parser::readPiece(char quote) {
   const std::size_t run = runOf(readAsItself, rest_);
   decoded_.append(rest_.data(), run);
   rest_.remove_prefix(run);
@@ -277,8 +263,8 @@ void PropertyListParser::readPiece(char quote) {
   }
 }
 
-// One character that needs looking at: the other quotation mark, or one beyond ASCII.
-void PropertyListParser::readRaw() {
+// Reads one character that is the other quotation mark or beyond ASCII.
+void Parser::readRaw() {
   const Utf8Character character = firstUtf8Character(rest_);
   if (character.wellFormed) {
     decoded_.append(rest_.data(), character.byteCount);
@@ -288,9 +274,9 @@ void PropertyListParser::readRaw() {
   rest_.remove_prefix(character.byteCount);
 }
 
-// What follows a backslash. Characters without a meaning there are left to be read as text.
-void PropertyListParser::readEscape() {
-  if (rest_.empty()) fail("a character behind '\\'");
+// Reads the part of an escape after the backslash. A character without a meaning there is itself.
+void Parser::readEscape() {
+  if (rest_.empty()) fail("a character after '\\'");
   const char character = rest_.front();
   if (character >= '0' && character <= '7') return appendUtf8(decoded_, readOctal());
   if (character == 'U' || character == 'u') return appendUtf8(decoded_, readUnicode());
@@ -325,20 +311,20 @@ bool isLowSurrogate(char32_t unit) {
 
 }  // namespace
 
-char32_t PropertyListParser::readOctal() {
+char32_t Parser::readOctal() {
   unsigned code = 0;
   std::size_t count = 0;
   while (count < 3 && count < rest_.size() && rest_[count] >= '0' && rest_[count] <= '7') {
     code = code * 8 + static_cast<unsigned>(rest_[count++] - '0');
   }
-  if (code > 0377) fail("an octal code up to 377", quoted(rest_.substr(0, count)));
+  if (code > 0377) fail("an octal code up to 377", inQuotes(rest_.substr(0, count)));
   rest_.remove_prefix(count);
   return code < 0200 ? char32_t{code} : nextstepCharacters[code - 0200];
 }
 
-// The UTF-16 unit that `U` or `u` and one to four digits name, or two such escapes for the halves
-// of one character.
-char32_t PropertyListParser::readUnicode() {
+// Reads `U` or `u` and one to four digits, which name a UTF-16 unit, or two such escapes that are a
+// surrogate pair.
+char32_t Parser::readUnicode() {
   rest_.remove_prefix(1);
   const std::size_t count = digitCount(rest_);
   if (count == 0) fail("a hexadecimal digit");
@@ -357,7 +343,7 @@ char32_t PropertyListParser::readUnicode() {
 
 // ---- Data ----
 
-Data PropertyListParser::readData() {
+Data Parser::readData() {
   rest_.remove_prefix(1);
   Data data;
   for (;;) {
@@ -372,8 +358,12 @@ Data PropertyListParser::readData() {
   }
 }
 
+}  // namespace kt::plist
+
+namespace kt {
+
 PropertyList PropertyList::parse(std::string_view text) {
-  return PropertyListParser(text).parse();
+  return plist::Parser(text).parse();
 }
 
 }  // namespace kt

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// What the reader and the writer of property-list text share: what each byte may be in it. One
-// table, so that what is written bare can be read bare.
+// The character classes of property-list text. The parser and the writer share one table, so that
+// whatever is written bare can be read bare.
 #ifndef KT_FOUNDATION_PROPERTYLISTTEXT_H
 #define KT_FOUNDATION_PROPERTYLISTTEXT_H
 
@@ -10,20 +10,20 @@
 #include <cstdint>
 #include <string_view>
 
-namespace kt {
+namespace kt::plist {
 
-// The most containers that a text may nest in each other.
+// How many containers a text may nest.
 inline constexpr std::size_t nestingLimit = 512;
 
-// What a byte may be; a byte may be several of them.
+// The classes of a byte; a byte may be in several.
 enum CharacterClass : std::uint8_t {
-  writtenBare = 1,      // may stand in a string that is written without quotes
-  readBare = 2,         // may stand in a string that is read without quotes
+  writtenBare = 1,      // allowed in a string that is written without quotes
+  readBare = 2,         // allowed in a string that is read without quotes
   blank = 4,            // white space between tokens and between the digits of data
   writtenAsItself = 8,  // needs no escape inside quotes
-  readAsItself = 16,    // inside quotes neither ends the string nor is to be looked at
+  readAsItself = 16,    // copied inside quotes: ASCII, not a quotation mark, not a backslash
   hexadecimalDigit = 32,
-  beginsString = 64  // as a bare character or a quotation mark
+  beginsString = 64  // a bare character or a quotation mark
 };
 
 namespace characters {
@@ -61,12 +61,12 @@ inline constexpr std::array<std::uint8_t, 256> table = makeTable();
 
 }  // namespace characters
 
-// Whether `character` is in one of `classes`.
+// Returns whether `character` is in one of `classes`.
 [[nodiscard]] constexpr bool isA(unsigned classes, char character) noexcept {
   return (characters::table[static_cast<unsigned char>(character)] & classes) != 0;
 }
 
-// How many bytes at the front of `text` are in one of `classes`.
+// Returns how many bytes at the start of `text` are in one of `classes`.
 [[nodiscard]] constexpr std::size_t runOf(unsigned classes, std::string_view text) noexcept {
   std::size_t count = 0;
   while (count < text.size() && isA(classes, text[count])) {
@@ -75,12 +75,12 @@ inline constexpr std::array<std::uint8_t, 256> table = makeTable();
   return count;
 }
 
-// The value of a hexadecimal digit.
+// Returns the value of a hexadecimal digit.
 [[nodiscard]] constexpr unsigned hexadecimalValue(char digit) noexcept {
   const unsigned code = static_cast<unsigned char>(digit);
   return (code & 15) + (code >> 6) * 9;  // letters have bit 6, and 1 to 6 in the low bits
 }
 
-}  // namespace kt
+}  // namespace kt::plist
 
 #endif

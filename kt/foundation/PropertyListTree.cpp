@@ -1,210 +1,237 @@
 // SPDX-License-Identifier: MIT
 
-// What follows a value into its depth: copying, comparing and destroying. A program may nest values
-// deeper than a stack could follow, so nothing here recurses: what is still to be done is kept on
-// the heap or, where nothing may fail, in the values themselves.
+// Copying, comparing and destroying values. A program may nest values deeper than a stack could
+// follow, so nothing here recurses: pending work is kept on the heap or, where nothing may fail, in
+// the values themselves.
+#include <algorithm>
+
 #include "kt/foundation/PropertyList.h"
 
-namespace kt {
+namespace kt::plist {
 
-class PropertyListTree {
+class Tree {
  public:
-  using Entry = Dictionary::value_type;
-
-  static bool hasChildren(const PropertyList &value) noexcept {
-    if (const auto *array = std::get_if<Array>(&value.value_)) return !array->empty();
-    if (const auto *dictionary = std::get_if<Dictionary>(&value.value_)) {
-      return !dictionary->empty();
-    }
-    return false;
-  }
-
   static void copy(const PropertyList &source, PropertyList &target);
   static bool areEqual(const PropertyList &left, const PropertyList &right);
   static void clear(PropertyList &container) noexcept;
   static void takeApart(PropertyList &container) noexcept;
 
  private:
-  // A container and the copy that is still to get its children.
+  using Kind = PropertyList::Kind;
+
+  // A container and its copy, which has no children yet.
   struct Copying {
     const PropertyList *source;
     PropertyList *target;
   };
 
-  // Two containers of one kind and size, dictionaries with the same keys, whose children are still
-  // to be compared.
+  // Two containers of one kind and size whose children are still to be compared.
   struct Comparing {
     const PropertyList *left;
     const PropertyList *right;
   };
 
+  template <class Alternative>
+  static const Alternative &get(const PropertyList &value) {
+    return *std::get_if<Alternative>(&value.value_);
+  }
+  template <class Alternative>
+  static Alternative &get(PropertyList &value) {
+    return *std::get_if<Alternative>(&value.value_);
+  }
+
   static void copyWithoutChildren(const PropertyList &source, PropertyList &target,
                                   std::vector<Copying> &pending);
-  static void copyChildren(Copying parent, std::vector<Copying> &pending);
+  static void copyChildren(const Array &source, Array &target, std::vector<Copying> &pending);
+  static void copyChildren(const Dictionary &source, Dictionary &target,
+                           std::vector<Copying> &pending);
+
   static bool areEqualWithoutChildren(const PropertyList &left, const PropertyList &right,
                                       std::vector<Comparing> &pending);
-  static bool areChildrenEqual(Comparing parents, std::vector<Comparing> &pending);
-  static bool haveSameKeys(const Dictionary &left, const Dictionary &right);
+  static bool areChildrenEqual(const Array &left, const Array &right,
+                               std::vector<Comparing> &pending);
+  static bool areChildrenEqual(const Dictionary &left, const Dictionary &right,
+                               std::vector<Comparing> &pending);
 
-  // These require a container that has children.
-  static std::size_t childCount(const PropertyList &container) noexcept;
+  // Calls `use` with the array or the dictionary that `container` is and returns its result.
+  // Requires: `container` is one of them.
+  template <class Value, class Use>
+  static decltype(auto) withContainer(Value &container, Use use);
+
+  static bool hasChildren(const PropertyList &value) noexcept;
+
+  // Require: the container has children.
+  static PropertyList &firstChild(Array &array) noexcept { return array.front(); }
+  static PropertyList &firstChild(Dictionary &dictionary) noexcept {
+    return dictionary.firstValue();
+  }
   static PropertyList &firstChild(PropertyList &container) noexcept;
+  static PropertyList &lastChild(Array &array) noexcept { return array.back(); }
+  static PropertyList &lastChild(Dictionary &dictionary) noexcept { return dictionary.lastValue(); }
   static PropertyList &lastChild(PropertyList &container) noexcept;
+  static void removeLastChild(Array &array) noexcept { array.pop_back(); }
+  static void removeLastChild(Dictionary &dictionary) noexcept { dictionary.removeLast(); }
   static void removeLastChild(PropertyList &container) noexcept;
 };
 
+template <class Value, class Use>
+decltype(auto) Tree::withContainer(Value &container, Use use) {
+  switch (container.kind()) {
+    case Kind::array:
+      return use(get<Array>(container));
+    case Kind::dictionary:
+      return use(get<Dictionary>(container));
+    case Kind::string:
+    case Kind::number:
+    case Kind::data:
+      break;
+  }
+  __builtin_unreachable();
+}
+
+bool Tree::hasChildren(const PropertyList &value) noexcept {
+  if (!PropertyList::isContainer(value.kind())) return false;
+  return withContainer(value, [](const auto &children) { return !children.empty(); });
+}
+
 // ---- Copying ----
 
-void PropertyListTree::copyWithoutChildren(const PropertyList &source, PropertyList &target,
-                                           std::vector<Copying> &pending) {
-  if (const auto *text = std::get_if<std::string>(&source.value_)) {
-    target.value_ = *text;
-  } else if (const auto *number = std::get_if<PropertyList::Number>(&source.value_)) {
-    target.value_ = *number;
-  } else if (const auto *data = std::get_if<Data>(&source.value_)) {
-    target.value_ = *data;
-  } else {
-    if (std::holds_alternative<Array>(source.value_)) {
+void Tree::copyWithoutChildren(const PropertyList &source, PropertyList &target,
+                               std::vector<Copying> &pending) {
+  switch (source.kind()) {
+    case Kind::string:
+      target.value_ = get<std::string>(source);
+      return;
+    case Kind::number:
+      target.value_ = get<PropertyList::Number>(source);
+      return;
+    case Kind::data:
+      target.value_ = get<Data>(source);
+      return;
+    case Kind::array:
       target.value_.emplace<Array>();
-    } else {
+      break;
+    case Kind::dictionary:
       target.value_.emplace<Dictionary>();
-    }
-    if (hasChildren(source)) pending.push_back({&source, &target});
+      break;
+  }
+  if (hasChildren(source)) pending.push_back({&source, &target});
+}
+
+void Tree::copyChildren(const Array &source, Array &target, std::vector<Copying> &pending) {
+  target.resize(source.size());  // all at once: `pending` keeps the addresses of the copies
+  auto copy = target.begin();
+  for (const PropertyList &element : source) {
+    copyWithoutChildren(element, *copy++, pending);
   }
 }
 
-void PropertyListTree::copyChildren(Copying parent, std::vector<Copying> &pending) {
-  if (const auto *array = std::get_if<Array>(&parent.source->value_)) {
-    Array &copy = std::get<Array>(parent.target->value_);
-    copy.resize(array->size());  // all at once: the copies' addresses are kept in `pending`
-    for (std::size_t index = 0; index < copy.size(); ++index) {
-      copyWithoutChildren((*array)[index], copy[index], pending);
-    }
-    return;
-  }
-  const std::vector<Entry> &entries = std::get<Dictionary>(parent.source->value_).entries_;
-  std::vector<Entry> &copy = std::get<Dictionary>(parent.target->value_).entries_;
-  copy.resize(entries.size());
-  for (std::size_t index = 0; index < copy.size(); ++index) {
-    copy[index].first = entries[index].first;
-    copyWithoutChildren(entries[index].second, copy[index].second, pending);
+void Tree::copyChildren(const Dictionary &source, Dictionary &target,
+                        std::vector<Copying> &pending) {
+  target.entries_.resize(source.size());
+  auto copy = target.entries_.begin();
+  for (const auto &[key, value] : source) {
+    copy->first = key;
+    copyWithoutChildren(value, copy->second, pending);
+    ++copy;
   }
 }
 
-void PropertyListTree::copy(const PropertyList &source, PropertyList &target) {
+void Tree::copy(const PropertyList &source, PropertyList &target) {
   std::vector<Copying> pending;
   copyWithoutChildren(source, target, pending);
   while (!pending.empty()) {
     const Copying parent = pending.back();
     pending.pop_back();
-    copyChildren(parent, pending);
+    withContainer(*parent.source, [&]<class Container>(const Container &children) {
+      copyChildren(children, get<Container>(*parent.target), pending);
+    });
   }
-}
-
-// The delegation makes the destructor run when a copy fails half-way.
-PropertyList::PropertyList(const PropertyList &other) : PropertyList() {
-  PropertyListTree::copy(other, *this);
 }
 
 // ---- Comparing ----
 
-bool PropertyListTree::haveSameKeys(const Dictionary &left, const Dictionary &right) {
-  for (std::size_t index = 0; index < left.size(); ++index) {
-    if (left.entries_[index].first != right.entries_[index].first) return false;
-  }
-  return true;
-}
-
-bool PropertyListTree::areEqualWithoutChildren(const PropertyList &left, const PropertyList &right,
-                                               std::vector<Comparing> &pending) {
-  if (left.value_.index() != right.value_.index()) return false;
-  if (const auto *array = std::get_if<Array>(&left.value_)) {
-    if (array->size() != std::get<Array>(right.value_).size()) return false;
-  } else if (const auto *dictionary = std::get_if<Dictionary>(&left.value_)) {
-    const Dictionary &other = std::get<Dictionary>(right.value_);
-    if (dictionary->size() != other.size() || !haveSameKeys(*dictionary, other)) return false;
-  } else {
-    return left.value_ == right.value_;
+bool Tree::areEqualWithoutChildren(const PropertyList &left, const PropertyList &right,
+                                   std::vector<Comparing> &pending) {
+  if (left.kind() != right.kind()) return false;
+  switch (left.kind()) {
+    case Kind::string:
+      return get<std::string>(left) == get<std::string>(right);
+    case Kind::number:
+      return get<PropertyList::Number>(left) == get<PropertyList::Number>(right);
+    case Kind::data:
+      return get<Data>(left) == get<Data>(right);
+    case Kind::array:
+      if (get<Array>(left).size() != get<Array>(right).size()) return false;
+      break;
+    case Kind::dictionary:
+      if (get<Dictionary>(left).size() != get<Dictionary>(right).size()) return false;
+      break;
   }
   if (hasChildren(left)) pending.push_back({&left, &right});
   return true;
 }
 
-bool PropertyListTree::areChildrenEqual(Comparing parents, std::vector<Comparing> &pending) {
-  if (const auto *left = std::get_if<Array>(&parents.left->value_)) {
-    const Array &right = std::get<Array>(parents.right->value_);
-    for (std::size_t index = 0; index < left->size(); ++index) {
-      if (!areEqualWithoutChildren((*left)[index], right[index], pending)) return false;
-    }
-    return true;
-  }
-  const std::vector<Entry> &left = std::get<Dictionary>(parents.left->value_).entries_;
-  const std::vector<Entry> &right = std::get<Dictionary>(parents.right->value_).entries_;
-  for (std::size_t index = 0; index < left.size(); ++index) {
-    if (!areEqualWithoutChildren(left[index].second, right[index].second, pending)) return false;
+bool Tree::areChildrenEqual(const Array &left, const Array &right,
+                            std::vector<Comparing> &pending) {
+  auto other = right.begin();
+  for (const PropertyList &element : left) {
+    if (!areEqualWithoutChildren(element, *other++, pending)) return false;
   }
   return true;
 }
 
-bool PropertyListTree::areEqual(const PropertyList &left, const PropertyList &right) {
+bool Tree::areChildrenEqual(const Dictionary &left, const Dictionary &right,
+                            std::vector<Comparing> &pending) {
+  auto other = right.begin();
+  for (const auto &[key, value] : left) {
+    if (key != other->first) return false;
+    if (!areEqualWithoutChildren(value, other->second, pending)) return false;
+    ++other;
+  }
+  return true;
+}
+
+bool Tree::areEqual(const PropertyList &left, const PropertyList &right) {
   std::vector<Comparing> pending;
   if (!areEqualWithoutChildren(left, right, pending)) return false;
   while (!pending.empty()) {
     const Comparing parents = pending.back();
     pending.pop_back();
-    if (!areChildrenEqual(parents, pending)) return false;
+    const bool areEqual =
+        withContainer(*parents.left, [&]<class Container>(const Container &children) {
+          return areChildrenEqual(children, get<Container>(*parents.right), pending);
+        });
+    if (!areEqual) return false;
   }
   return true;
 }
 
-bool operator==(const PropertyList &left, const PropertyList &right) {
-  return PropertyListTree::areEqual(left, right);
-}
-
-bool operator==(const Dictionary &left, const Dictionary &right) {
-  return left.entries_ == right.entries_;
-}
-
 // ---- Destroying ----
 
-std::size_t PropertyListTree::childCount(const PropertyList &container) noexcept {
-  const auto *array = std::get_if<Array>(&container.value_);
-  return array != nullptr ? array->size() : std::get_if<Dictionary>(&container.value_)->size();
+PropertyList &Tree::firstChild(PropertyList &container) noexcept {
+  return withContainer(
+      container, [](auto &children) -> auto & { return firstChild(children); });
 }
 
-PropertyList &PropertyListTree::firstChild(PropertyList &container) noexcept {
-  auto *array = std::get_if<Array>(&container.value_);
-  return array != nullptr ? array->front()
-                          : std::get_if<Dictionary>(&container.value_)->entries_.front().second;
+PropertyList &Tree::lastChild(PropertyList &container) noexcept {
+  return withContainer(
+      container, [](auto &children) -> auto & { return lastChild(children); });
 }
 
-PropertyList &PropertyListTree::lastChild(PropertyList &container) noexcept {
-  auto *array = std::get_if<Array>(&container.value_);
-  return array != nullptr ? array->back()
-                          : std::get_if<Dictionary>(&container.value_)->entries_.back().second;
+void Tree::removeLastChild(PropertyList &container) noexcept {
+  withContainer(container, [](auto &children) { removeLastChild(children); });
 }
 
-void PropertyListTree::removeLastChild(PropertyList &container) noexcept {
-  if (auto *array = std::get_if<Array>(&container.value_)) {
-    array->pop_back();
-  } else {
-    std::get_if<Dictionary>(&container.value_)->entries_.pop_back();
-  }
+void Tree::clear(PropertyList &container) noexcept {
+  withContainer(container, [](auto &children) { children.clear(); });
 }
 
-void PropertyListTree::clear(PropertyList &container) noexcept {
-  if (auto *array = std::get_if<Array>(&container.value_)) {
-    array->clear();
-  } else {
-    std::get_if<Dictionary>(&container.value_)->entries_.clear();
-  }
-}
-
-// Takes children away from behind. A last child that has children itself trades places with its
-// parent: its first child goes where it stood, the parent takes the place of that first child, and
-// the work goes on in it. An only child, which is the parent in the end, takes its container's
-// place. So each container is turned over once, and nothing is allocated.
-void PropertyListTree::takeApart(PropertyList &container) noexcept {
+// Removes children from the last to the first. If the last child has children itself, it trades
+// places with its parent: its first child goes where it was, and the parent goes where that first
+// child was. An only child, as the parent becomes in the end, simply replaces its container. So
+// each container is turned over once, and nothing is allocated.
+void Tree::takeApart(PropertyList &container) noexcept {
   while (hasChildren(container)) {
     PropertyList &last = lastChild(container);
     if (!hasChildren(last)) {
@@ -212,7 +239,7 @@ void PropertyListTree::takeApart(PropertyList &container) noexcept {
       continue;
     }
     PropertyList child = std::move(last);
-    if (childCount(container) > 1) {
+    if (&firstChild(container) != &last) {
       last = std::move(firstChild(child));
       firstChild(child) = std::move(container);
     }
@@ -220,14 +247,31 @@ void PropertyListTree::takeApart(PropertyList &container) noexcept {
   }
 }
 
-// Destructors call each other, which is the fastest way, only down to a depth that every stack
-// holds. What lies deeper is taken apart without recursion.
+}  // namespace kt::plist
+
+namespace kt {
+
+// The delegation makes the destructor run if copying fails half-way.
+PropertyList::PropertyList(const PropertyList &other) : PropertyList() {
+  plist::Tree::copy(other, *this);
+}
+
+bool operator==(const PropertyList &left, const PropertyList &right) {
+  return plist::Tree::areEqual(left, right);
+}
+
+bool operator==(const Dictionary &left, const Dictionary &right) {
+  return left.size() == right.size() && std::equal(left.begin(), left.end(), right.begin());
+}
+
+// Lets destructors call each other, which is fastest, down to a depth that any stack holds. Deeper
+// values are taken apart without recursion.
 void PropertyList::removeChildren() noexcept {
   constexpr int recursionLimit = 32;
   constinit static thread_local int depth = 0;
-  if (depth == recursionLimit) return PropertyListTree::takeApart(*this);
+  if (depth == recursionLimit) return plist::Tree::takeApart(*this);
   ++depth;
-  PropertyListTree::clear(*this);
+  plist::Tree::clear(*this);
   --depth;
 }
 

@@ -9,14 +9,14 @@
 #include "kt/foundation/PropertyListText.h"
 #include "kt/foundation/Utf8.h"
 
-namespace kt {
+namespace kt::plist {
 
-// Room for the text of an ordinary message, in bytes, so that it is not moved as it grows.
+// Room for the text of an ordinary message, in bytes, so that it does not move while it grows.
 constexpr std::size_t ordinaryTextSize = 256;
 
-// Writes one value. Containers that are begun and not yet ended stand on a stack of their own, so
-// that a value may be nested as deep as memory holds.
-class PropertyListWriter {
+// Writes one value. Open containers are kept on a stack of the writer's own, so that only memory
+// limits how deep values may be nested.
+class Writer {
  public:
   template <class Value>
   void write(const Value &value) {
@@ -27,21 +27,26 @@ class PropertyListWriter {
   std::string takeText() { return std::move(text_); }
 
  private:
-  // A container of which the first `written` children have been begun.
-  struct Open {
-    const Array *array;            // null for a dictionary
-    const Dictionary *dictionary;  // null for an array
-    std::size_t written;
+  // Containers that are being written; the children from `next` on have not been begun.
+  struct OpenArray {
+    const Array *array;
+    Array::const_iterator next;
   };
+  struct OpenDictionary {
+    const Dictionary *dictionary;
+    Dictionary::const_iterator next;
+  };
+  using Open = std::variant<OpenArray, OpenDictionary>;
 
-  // Writes a scalar or an empty container whole; of others only the opening bracket.
+  // Writes a whole scalar or empty container, or only the opening bracket of another container.
   void begin(const PropertyList &value);
   void begin(const Array &array);
   void begin(const Dictionary &dictionary);
 
+  // Writes what is missing of the open containers.
   void finish();
-  void continueArray();
-  void continueDictionary();
+  void proceed(OpenArray &open);
+  void proceed(OpenDictionary &open);
 
   void writeString(std::string_view string);
   void writeEscaped(std::string_view &rest);
@@ -52,68 +57,63 @@ class PropertyListWriter {
   void writeData(const Data &data);
 
   std::string text_;
-  std::array<std::byte, 16 * sizeof(Open)> memory_;  // for as many as a message has
+  std::array<std::byte, 16 * sizeof(Open)> memory_;  // for as many as an ordinary message has
   std::pmr::monotonic_buffer_resource resource_{memory_.data(), memory_.size()};
   std::pmr::vector<Open> open_{&resource_};  // the innermost container last
 };
 
 // ---- Structure ----
 
-void PropertyListWriter::begin(const PropertyList &value) {
-  if (const auto *string = std::get_if<std::string>(&value.value_)) {
-    writeString(*string);
-  } else if (const auto *dictionary = std::get_if<Dictionary>(&value.value_)) {
-    begin(*dictionary);
-  } else if (const auto *number = std::get_if<PropertyList::Number>(&value.value_)) {
-    writeNumber(*number);
-  } else if (const auto *array = std::get_if<Array>(&value.value_)) {
-    begin(*array);
-  } else {
-    writeData(std::get<Data>(value.value_));
+void Writer::begin(const PropertyList &value) {
+  switch (value.kind()) {
+    [[likely]] case PropertyList::Kind::string
+        : return writeString(*std::get_if<std::string>(&value.value_));
+    case PropertyList::Kind::number:
+      return writeNumber(*std::get_if<PropertyList::Number>(&value.value_));
+    case PropertyList::Kind::data:
+      return writeData(*std::get_if<Data>(&value.value_));
+    case PropertyList::Kind::array:
+      return begin(*std::get_if<Array>(&value.value_));
+    case PropertyList::Kind::dictionary:
+      return begin(*std::get_if<Dictionary>(&value.value_));
   }
 }
 
-void PropertyListWriter::begin(const Array &array) {
+void Writer::begin(const Array &array) {
   text_ += array.empty() ? "()" : "( ";
-  if (!array.empty()) open_.push_back({&array, nullptr, 0});
+  if (!array.empty()) open_.push_back(OpenArray{&array, array.begin()});
 }
 
-void PropertyListWriter::begin(const Dictionary &dictionary) {
+void Writer::begin(const Dictionary &dictionary) {
   text_ += dictionary.empty() ? "{}" : "{ ";
-  if (!dictionary.empty()) open_.push_back({nullptr, &dictionary, 0});
+  if (!dictionary.empty()) open_.push_back(OpenDictionary{&dictionary, dictionary.begin()});
 }
 
-void PropertyListWriter::finish() {
+void Writer::finish() {
   if (!open_.empty()) text_.reserve(ordinaryTextSize);
   while (!open_.empty()) {
-    if (open_.back().array != nullptr) {
-      continueArray();
-    } else {
-      continueDictionary();
-    }
+    std::visit([this](auto &open) { proceed(open); }, open_.back());
   }
 }
 
-void PropertyListWriter::continueArray() {
-  Open &open = open_.back();
-  if (open.written == open.array->size()) {
+void Writer::proceed(OpenArray &open) {
+  if (open.next == open.array->end()) {
     text_ += " )";
     open_.pop_back();
     return;
   }
-  if (open.written > 0) text_ += ", ";
-  begin((*open.array)[open.written++]);
+  if (open.next != open.array->begin()) text_ += ", ";
+  begin(*open.next++);
 }
 
-void PropertyListWriter::continueDictionary() {
-  Open &open = open_.back();
-  if (open.written > 0) text_ += "; ";
-  if (open.written == open.dictionary->size()) {
+void Writer::proceed(OpenDictionary &open) {
+  if (open.next != open.dictionary->begin()) text_ += "; ";
+  if (open.next == open.dictionary->end()) {
     text_ += '}';
     open_.pop_back();
     return;
   }
-  const auto &[key, value] = open.dictionary->begin()[static_cast<std::ptrdiff_t>(open.written++)];
+  const auto &[key, value] = *open.next++;
   writeString(key);
   text_ += " = ";
   begin(value);
@@ -121,7 +121,7 @@ void PropertyListWriter::continueDictionary() {
 
 // ---- Scalars ----
 
-void PropertyListWriter::writeString(std::string_view string) {
+void Writer::writeString(std::string_view string) {
   if (!string.empty() && runOf(writtenBare, string) == string.size()) {
     text_ += string;
     return;
@@ -136,8 +136,8 @@ void PropertyListWriter::writeString(std::string_view string) {
   text_ += '"';
 }
 
-// Writes the first character of `rest` and takes it away.
-void PropertyListWriter::writeEscaped(std::string_view &rest) {
+// Writes the first character of `rest` and removes it from there.
+void Writer::writeEscaped(std::string_view &rest) {
   const Utf8Character character = firstUtf8Character(rest);
   if (character.codePoint < 0x80) {
     writeControl(rest.front());
@@ -147,9 +147,9 @@ void PropertyListWriter::writeEscaped(std::string_view &rest) {
   rest.remove_prefix(character.byteCount);
 }
 
-// Quotation mark, backslash, or a control character. Octal has always three digits, since a digit
-// may follow.
-void PropertyListWriter::writeControl(char character) {
+// Writes a quotation mark, a backslash or a control character. Octal codes have three digits
+// because a digit may follow.
+void Writer::writeControl(char character) {
   constexpr std::string_view escaped = "\"\\\a\b\f\n\r\t\v";
   constexpr std::string_view letters = "\"\\abfnrtv";
   const std::size_t index = escaped.find(character);
@@ -163,14 +163,14 @@ void PropertyListWriter::writeControl(char character) {
   }
 }
 
-void PropertyListWriter::writeUnit(char32_t unit) {
+void Writer::writeUnit(char32_t unit) {
   text_ += "\\U";
   for (const int shift : {12, 8, 4, 0}) {
     text_ += "0123456789abcdef"[(unit >> shift) & 15];
   }
 }
 
-void PropertyListWriter::writeCharacter(char32_t codePoint) {
+void Writer::writeCharacter(char32_t codePoint) {
   if (codePoint < 0x10000) {
     writeUnit(codePoint);
   } else {
@@ -179,8 +179,8 @@ void PropertyListWriter::writeCharacter(char32_t codePoint) {
   }
 }
 
-// A negative number is written in quotes, as the string with its digits is.
-void PropertyListWriter::writeNumber(PropertyList::Number number) {
+// Writes a negative number in quotes, because '-' is not a bare character.
+void Writer::writeNumber(PropertyList::Number number) {
   char digits[20];
   const auto end = std::to_chars(std::begin(digits), std::end(digits), number.magnitude).ptr;
   if (number.negative) text_ += "\"-";
@@ -188,7 +188,7 @@ void PropertyListWriter::writeNumber(PropertyList::Number number) {
   if (number.negative) text_ += '"';
 }
 
-void PropertyListWriter::writeData(const Data &data) {
+void Writer::writeData(const Data &data) {
   text_ += '<';
   for (const std::byte byte : data) {
     text_ += "0123456789abcdef"[std::to_integer<unsigned>(byte >> 4)];
@@ -197,14 +197,18 @@ void PropertyListWriter::writeData(const Data &data) {
   text_ += '>';
 }
 
+}  // namespace kt::plist
+
+namespace kt {
+
 std::string PropertyList::description() const {
-  PropertyListWriter writer;
+  plist::Writer writer;
   writer.write(*this);
   return writer.takeText();
 }
 
 std::string Dictionary::description() const {
-  PropertyListWriter writer;
+  plist::Writer writer;
   writer.write(*this);
   return writer.takeText();
 }

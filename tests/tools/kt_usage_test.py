@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""kt's command line: help, version, and what is refused."""
+"""The command line of kt: help, version, and what it refuses."""
 
 import os
 import unittest
@@ -11,7 +11,7 @@ SHARED_OPTIONS = ["--signature TEXT", "--ports N,N,...", "--timeout MS", "--retr
                   "--broadcast ADDRESS", "--json", "--quiet", "--debug", "--version", "--help"]
 
 
-class Help(ProgramTest):
+class KtHelp(ProgramTest):
     def test_names_every_command_and_gives_examples(self):
         result = kt("--help")
         self.assertEqual((result.returncode, result.stderr), (0, ""))
@@ -19,7 +19,7 @@ class Help(ProgramTest):
             self.assertRegex(result.stdout, rf"\n  {command} +\w")
             self.assertIn(f"\n  kt {command}", result.stdout)
 
-    def test_of_each_command_names_every_option(self):
+    def test_names_every_option_of_each_command(self):
         own = {"hello": ["--all"], "send": ["KEYWORD", "[KEY=VALUE...]"],
                "ping": ["--count COUNT", "--interval SECONDS"], "parse": ["[FILE]"],
                "calc": ["[EXPRESSION]", "--base N"], "eval": ["[EXPRESSION]", "--base N"],
@@ -32,60 +32,60 @@ class Help(ProgramTest):
                 self.assertIn(option, result.stdout)
             self.assertIn(", ".join(map(str, DEFAULT_PORTS)), result.stdout)
 
-    def test_fits_a_wide_terminal(self):
+    def test_fits_wide_terminal(self):
         for arguments in [[], *[[command] for command in COMMANDS]]:
             for line in kt(*arguments, "--help").stdout.splitlines():
                 self.assertLessEqual(len(line), 100, line)
 
 
-class Version(ProgramTest):
-    def test_is_printed_by_the_program_and_by_each_command(self):
+class KtVersion(ProgramTest):
+    def test_is_printed_by_program_and_each_command(self):
         for arguments in [[], *[[command] for command in COMMANDS]]:
             result = kt(*arguments, "--version")
             self.assertRegex(result.stdout, r"^kt \d+\.\d+\.\d+\n$")
             self.assertEqual((result.returncode, result.stderr), (0, ""))
 
 
-class Misuse(ProgramTest):
-    def test_no_command(self):
+class KtArguments(ProgramTest):
+    def test_requires_command(self):
         self.assert_misuse(run("KT"), "kt", "a command is needed: " + ", ".join(COMMANDS))
 
-    def test_an_unknown_command(self):
+    def test_refuses_unknown_command(self):
         self.assert_misuse(kt("fetch"), "kt", "The following argument was not expected: fetch")
 
-    def test_an_unknown_option(self):
+    def test_refuses_unknown_option(self):
         self.assert_misuse(kt("hello", "--al"), "kt hello",
                            "The following argument was not expected: --al")
 
-    def test_a_surplus_argument(self):
+    def test_refuses_surplus_argument(self):
         self.assert_misuse(kt("hello", "you"), "kt hello",
                            "The following argument was not expected: you")
 
-    def test_ports_outside_1_to_65535(self):
+    def test_refuses_ports_outside_1_to_65535(self):
         for ports in ["0", "65536", "-1", "4798,", "4798,x", ""]:
             self.assert_misuse(
                 kt("hello", f"--ports={ports}" if ports else "--ports=,"), "kt hello",
                 f'--ports: "{ports or ","}" is not a list of ports from 1 to 65535 with commas '
                 'between them')
 
-    def test_timeouts_below_1_ms(self):
+    def test_refuses_timeout_below_1_ms(self):
         for timeout in ["0", "-5", "1.5", "1s", "2147483648"]:
             self.assert_misuse(
                 kt("ping", "--timeout", timeout), "kt ping",
                 f'--timeout: "{timeout}" is not a number of milliseconds from 1 up')
 
-    def test_retries_below_0(self):
+    def test_refuses_negative_retries(self):
         for retries in ["-1", "x"]:
             self.assert_misuse(kt("send", "Echo", f"--retries={retries}"), "kt send",
                                f'--retries: "{retries}" is not a number of resends from 0 up')
 
-    def test_a_broadcast_address_that_is_not_ipv4(self):
+    def test_refuses_broadcast_address_that_is_not_ipv4(self):
         for address in ["localhost", "1.2.3", "::1", "1.2.3.256"]:
             self.assert_misuse(
                 kt("hello", "--broadcast", address), "kt hello",
                 f'--broadcast: "{address}" is not an IPv4 address such as 192.168.1.255')
 
-    def test_counts_and_intervals_of_ping(self):
+    def test_refuses_counts_and_intervals_out_of_range(self):
         self.assert_misuse(kt("ping", "-c", "0"), "kt ping",
                            '--count: "0" is not a number of round trips from 1 up')
         for interval in ["-1", "nan", "86401"]:
@@ -93,19 +93,19 @@ class Misuse(ProgramTest):
                 kt("ping", f"--interval={interval}"), "kt ping",
                 f'--interval: "{interval}" is not a number of seconds from 0 to 86400')
 
-    def test_control_characters_in_arguments_are_escaped(self):
+    def test_escapes_control_characters_of_arguments(self):
         self.assert_misuse(
             kt("hello", "--broadcast", "\x1b[2J"), "kt hello",
             '--broadcast: "\\033[2J" is not an IPv4 address such as 192.168.1.255')
         self.assert_misuse(kt("hello", "\x1b[2J"), "kt hello",
                            "The following argument was not expected: \\033[2J")
 
-    def test_send_without_keyword(self):
+    def test_requires_keyword_of_send(self):
         self.assert_misuse(kt("send"), "kt send", "KEYWORD is required")
 
 
-class Output(ProgramTest):
-    def test_a_closed_pipe_is_an_error(self):
+class KtOutput(ProgramTest):
+    def test_reports_closed_pipe(self):
         reader, writer = os.pipe()
         os.close(reader)
         with os.fdopen(writer) as closed:
@@ -113,14 +113,14 @@ class Output(ProgramTest):
         self.assertEqual((result.returncode, result.stderr),
                          (1, "kt parse: can't write to standard output: Broken pipe\n"))
 
-    def test_a_full_disk_is_an_error(self):
+    def test_reports_full_disk(self):
         with open("/dev/full", "w") as full:
             result = kt("parse", input="a", stdout=full)
         self.assertEqual((result.returncode, result.stderr),
                          (1, "kt parse: can't write to standard output: "
                              "No space left on device\n"))
 
-    def test_nothing_to_print_needs_no_output(self):
+    def test_ignores_full_disk_if_quiet(self):
         with open("/dev/full", "w") as full:
             self.assertEqual(kt("parse", "--quiet", input="a", stdout=full).returncode, 0)
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""kt walk: the files of some types in trees of directories."""
+"""kt walk: finds the files of some types in directory trees."""
 
 import json
 import os
@@ -8,14 +8,14 @@ import subprocess
 import tempfile
 import unittest
 
-from programs import PATIENCE, ProgramTest, Terminal, kt
+from programs import Program, ProgramTest, Terminal, kt
 
 
 class WalkTest(ProgramTest):
-    """A tree to walk; paths in it are bytes."""
+    """A temporary directory tree to walk. It is in memory, as some have thousands of files."""
 
     def setUp(self):
-        folder = tempfile.TemporaryDirectory()
+        folder = tempfile.TemporaryDirectory(dir="/dev/shm" if os.path.isdir("/dev/shm") else None)
         self.addCleanup(folder.cleanup)
         self.root = folder.name
 
@@ -30,63 +30,63 @@ class WalkTest(ProgramTest):
         return os.path.join(self.root, path)
 
     def found(self, *arguments):
-        """The lines that are printed, sorted."""
+        """Returns the printed lines, sorted."""
         result = kt("walk", *arguments)
         self.assertEqual((result.returncode, result.stderr), (0, ""))
         return sorted(result.stdout.splitlines())
 
 
-class Walk(WalkTest):
-    def test_prints_the_paths_of_the_files_of_a_type(self):
+class KtWalk(WalkTest):
+    def test_prints_files_of_type(self):
         self.make("a.txt", "b.TXT", "c", "d/e.txt", "x.txt/f.txt")
         self.assertEqual(self.found("--type", "txt", self.root),
                          sorted(map(self.at, ["a.txt", "d/e.txt", "x.txt", "x.txt/f.txt"])))
 
-    def test_of_several_types(self):
+    def test_accepts_several_types(self):
         self.make("a.txt", "b.h", "c", "d.dat")
         self.assertEqual(self.found("--type", "txt", "--type", "h", "--type", "", self.root),
                          [self.root, self.at("a.txt"), self.at("b.h"), self.at("c")])
 
-    def test_of_several_directories_in_their_order(self):
+    def test_walks_directories_in_given_order(self):
         self.make("2/a.txt", "1/b.txt")
         result = kt("walk", "--type", "txt", self.at("2"), self.at("1"))
         self.assert_result(result, 0, f'{self.at("2/a.txt")}\n{self.at("1/b.txt")}\n')
 
-    def test_without_subdirectories(self):
+    def test_leaves_out_subdirectories_if_told_to(self):
         self.make("a.txt", "d/e.txt", "x.txt/f.txt")
         self.assertEqual(self.found("--type", "txt", "--no-recursive", self.root),
                          [self.at("a.txt"), self.at("x.txt")])
 
-    def test_of_a_file_is_that_file(self):
+    def test_accepts_file_as_starting_point(self):
         self.make("a.txt", "b.dat")
         self.assertEqual(self.found("--type", "txt", self.at("a.txt"), self.at("b.dat")),
                          [self.at("a.txt")])
 
-    def test_takes_a_tilde_literally(self):
+    def test_takes_tilde_literally(self):
         self.make("~/a.txt")
         self.assert_result(kt("walk", "--type", "txt", "~", cwd=self.root), 0, "~/a.txt\n")
 
-    def test_without_types_says_that_it_finds_nothing(self):
+    def test_says_that_it_finds_nothing_without_types(self):
         self.make("a.txt", "b")
         self.assert_result(kt("walk", self.root), 0, "",
                            "kt walk: without --type no file is of an accepted type\n")
 
 
-class Output(WalkTest):
+class KtWalkOutput(WalkTest):
     hostile = b"\x1b[2J\n\xff\\.txt"
 
-    def test_is_the_bytes_on_the_disk(self):
+    def test_prints_bytes_of_names_unchanged(self):
         self.make(self.hostile)
         result = kt("walk", "--type", "txt", self.root)
         self.assert_result(result, 0, self.at(self.hostile.decode("latin-1")) + "\n")
 
-    def test_ends_paths_with_nul_where_asked(self):
+    def test_ends_paths_with_nul_if_told_to(self):
         self.make(self.hostile, "b.txt")
         result = kt("walk", "--type", "txt", "--null", self.root)
         self.assertEqual(sorted(result.stdout.split("\0")),
                          ["", self.at(self.hostile.decode("latin-1")), self.at("b.txt")])
 
-    def test_on_a_terminal_is_escaped(self):
+    def test_escapes_names_on_terminal(self):
         self.make(self.hostile)
         terminal = Terminal(self)
         kt("walk", "--type", "txt", self.root, stdout=terminal.descriptor)
@@ -94,26 +94,26 @@ class Output(WalkTest):
         self.assert_printable(text)
         self.assertEqual(text, self.at("\\033[2J\\n\\Ufffd\\.txt") + "\n")
 
-    def test_as_json(self):
+    def test_prints_json(self):
         self.make("\u00e4\n.txt")
         result = kt("walk", "--type", "txt", "--json", self.root)
         self.assert_printable(result.stdout)
         self.assertEqual(json.loads(result.stdout), {"path": self.at("\u00e4\n.txt")})
 
-    def test_as_json_is_data_where_it_is_not_utf8(self):
+    def test_prints_name_that_is_not_utf8_as_json_data(self):
         self.make(b"\xff.txt")
         found = json.loads(kt("walk", "--type", "txt", "--json", self.root).stdout)
         self.assertEqual(bytes.fromhex(found["path"]["data"]),
                          os.fsencode(self.root) + b"/\xff.txt")
 
-    def test_is_a_count_where_asked(self):
+    def test_prints_count_if_told_to(self):
         self.make("a.txt", "d/b.txt", "c.dat")
         self.assert_result(kt("walk", "--type", "txt", "--count", self.root), 0, "2\n")
         self.assert_result(kt("walk", "--type", "txt", "--count", "--json", self.root), 0,
                            '{"count":2}\n')
         self.assert_result(kt("walk", "--type", "h", "--count", self.root), 0, "0\n")
 
-    def test_ends_with_the_first_files_where_asked(self):
+    def test_ends_after_first_files_if_told_to(self):
         self.make("1.txt/a.txt", "1.txt/b.txt", "2.txt/c.txt")
         roots = [self.at("1.txt"), self.at("2.txt")]
         everything = kt("walk", "--type", "txt", *roots).stdout.splitlines(keepends=True)
@@ -123,12 +123,12 @@ class Output(WalkTest):
         self.assert_result(kt("walk", "--type", "txt", "--first", "2", "--count", *roots), 0,
                            "2\n")
 
-    def test_is_nothing_when_quiet(self):
+    def test_prints_nothing_if_quiet(self):
         self.make("a.txt")
         self.assert_result(kt("walk", "--type", "txt", "--quiet", self.root), 0)
         self.assert_result(kt("walk", "--type", "txt", "-q", "--count", "--json", self.root), 0)
 
-    def test_to_a_full_disk_is_an_error(self):
+    def test_reports_full_disk(self):
         self.make("a.txt")
         with open("/dev/full", "w") as full:
             result = kt("walk", "--type", "txt", self.root, stdout=full)
@@ -137,35 +137,30 @@ class Output(WalkTest):
                              "No space left on device\n"))
 
 
-class Pipe(WalkTest):
+class KtWalkPipe(WalkTest):
     def endless_walk(self):
-        """A walk that practically never ends: cycles of links in each other."""
+        """Starts a walk over nested cycles of links, which practically never ends."""
         self.make("a.txt")
         for name in ("1", "2", "3"):
             os.symlink(".", self.at(name))
-        walk = subprocess.Popen([os.environ["KT"], "walk", "--type", "txt", self.root],
-                                stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-        self.addCleanup(walk.stderr.close)
-        self.addCleanup(walk.stdout.close)
-        self.addCleanup(walk.wait)
-        self.addCleanup(walk.kill)
-        return walk
+        return Program(self, os.environ["KT"], "walk", "--type", "txt", self.root,
+                       errors=subprocess.PIPE)
 
-    def test_has_what_was_found_while_the_walk_goes_on(self):
+    def test_receives_files_while_walk_goes_on(self):
         walk = self.endless_walk()
-        self.assertTrue(walk.stdout.readline().endswith(b"a.txt\n"))
-        self.assertIsNone(walk.poll())
+        self.assertTrue(walk.line().endswith("a.txt\n"))
+        self.assertIsNone(walk.process.poll())
 
-    def test_that_nobody_reads_any_more_ends_the_walk_without_a_word(self):
+    def test_ends_walk_silently_if_reader_closes_it(self):
         walk = self.endless_walk()
-        walk.stdout.readline()
-        walk.stdout.close()
-        self.assertEqual(walk.wait(PATIENCE), -signal.SIGPIPE)
-        self.assertEqual(walk.stderr.read(), b"")
+        walk.line()
+        walk.close_output()
+        status, _, errors = walk.wait()
+        self.assertEqual((status, errors), (-signal.SIGPIPE, ""))
 
 
-class Unreadable(WalkTest):
-    def test_starting_points_are_told_of_and_the_others_are_walked(self):
+class KtWalkErrors(WalkTest):
+    def test_reports_missing_starting_points_and_walks_others(self):
         self.make("d/a.txt", "plain")
         os.symlink("nowhere", self.at("dangling.txt"))
         result = kt("walk", "--type", "txt", self.at("missing.txt"), self.at("d"),
@@ -176,14 +171,14 @@ class Unreadable(WalkTest):
             f'kt walk: "{self.at("dangling.txt")}": No such file or directory\n'
             f'kt walk: "{self.at("plain/")}": Not a directory\n')
 
-    def test_names_are_escaped(self):
+    def test_escapes_name_of_missing_starting_point(self):
         result = kt("walk", "--type", "txt", "\x1b[2J")
         self.assert_result(result, 1, "",
                            'kt walk: "\\033[2J": No such file or directory\n')
 
 
-class Misuse(WalkTest):
-    def test_wrong_options_are_refused(self):
+class KtWalkArguments(WalkTest):
+    def test_refuses_wrong_options(self):
         self.assert_misuse(kt("walk", "--type", "txt"), "kt walk", "DIR is required")
         for number in ["0", "-1", "x", "2147483648"]:
             self.assert_misuse(

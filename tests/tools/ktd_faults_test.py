@@ -1,12 +1,13 @@
 # SPDX-License-Identifier: MIT
-"""ktd under requests that nobody should send: it says so, serves on, and starts no loop."""
+"""ktd and invalid requests: it reports them, serves on, and starts no loop."""
 
 import re
 import socket
 import struct
 import unittest
 
-from programs import Daemon, ProgramTest, envelope, identification, udp_socket
+from peers import envelope, identification, udp_socket
+from programs import Daemon, ProgramTest
 
 FAULT = "ktd: a request failed: the request's data packet is no dictionary\n"
 A, B = 4798, 4711
@@ -29,34 +30,34 @@ class FaultTest(ProgramTest):
         self.assertIn(b"_DataPacket = { a = b; }; ", self.client.recv(65536))
 
 
-class Faults(FaultTest):
-    def test_each_is_told_of_and_survived(self):
+class KtdFaults(FaultTest):
+    def test_are_reported_and_survived(self):
         for packet in ["( a )", "text", "<00>"]:
             self.send(request(packet))
             self.assertEqual(self.daemon.error_line(), FAULT)
             self.assert_serving()
 
-    def test_a_flood_of_them_is_told_of_in_ten_lines_and_a_number(self):
+    def test_flood_is_reported_in_ten_lines_and_count(self):
         count = 1000
         for _ in range(count // 100):
             for _ in range(100):
                 self.send(request("text"))
-            self.assert_serving()  # so that the flood does not outgrow the socket's queue
-        said = left_out = 0
+            self.assert_serving()  # the socket's queue is empty again
+        printed = left_out = 0
         lines = []
-        while said + left_out < count:
+        while printed + left_out < count:
             lines.append(self.daemon.error_line())
             match = re.fullmatch(r"ktd: errors left out: (\d+)\n", lines[-1])
             if match:
                 left_out += int(match.group(1))
             else:
                 self.assertEqual(lines[-1], FAULT)
-                said += 1
+                printed += 1
         self.assertEqual(lines[:10], [FAULT] * 10)
         self.assertRegex(lines[10], "left out")
-        self.assertEqual(said + left_out, count)
+        self.assertEqual(printed + left_out, count)
 
-    def test_after_a_flood_errors_are_told_of_again(self):
+    def test_are_reported_again_after_flood(self):
         for _ in range(11):
             self.send(request("text"))
         lines = [self.daemon.error_line() for _ in range(11)]
@@ -65,8 +66,8 @@ class Faults(FaultTest):
         self.assertEqual(self.daemon.error_line(), FAULT)
 
 
-class Keywords(FaultTest):
-    def test_are_in_no_answer(self):
+class KtdKeywords(FaultTest):
+    def test_are_removed_from_every_answer(self):
         packets = ["{ KtUDPKeyword = Echo; a = b; }", "{ KtUDPKeyword = Status; }",
                    "{ KtUDPKeyword = Fetch; }", "{ KtUDPKeyword = ( Echo ); }",
                    "{ KtUDPKeyword = Echo; a = { KtUDPKeyword = b; }; }", identification()]
@@ -77,7 +78,7 @@ class Keywords(FaultTest):
 
 
 def forged(datagram, source, target):
-    """An IP packet with a datagram from one port of 127.0.0.1 to another."""
+    """Returns an IP packet with a datagram from one port of 127.0.0.1 to another."""
     udp = struct.pack("!HHHH", source, target, 8 + len(datagram), 0) + datagram
     address = socket.inet_aton("127.0.0.1")
     header = struct.pack("!BBHHHBBH4s4s", 0x45, 0, 20 + len(udp), 0, 0, 64, socket.IPPROTO_UDP, 0,
@@ -85,8 +86,8 @@ def forged(datagram, source, target):
     return header + udp
 
 
-class ForgedSource(ProgramTest):
-    """Two servers of one signature, and a request to the one that seems to come from the other."""
+class KtdForgedSource(ProgramTest):
+    """Two servers with one signature, and a request that seems to come from one of them."""
 
     def setUp(self):
         Daemon(self, "--ports", str(A))
@@ -101,15 +102,17 @@ class ForgedSource(ProgramTest):
             raw.sendto(forged(datagram, B, A), ("127.0.0.1", 0))
 
     def await_rounds(self, count):
-        """Lets each server get through `count` rounds of what the other one sent it: it answers
-        this request after them."""
+        """Lets each server handle `count` rounds of datagrams that the other one sent it.
+
+        It answers this request only after them.
+        """
         for _ in range(count):
             for port in (A, B):
                 self.client.sendto(request("{ KtUDPKeyword = Echo; }"), ("127.0.0.1", port))
                 self.client.recv(65536)
 
     def datagrams_between(self):
-        """How many datagrams the two servers sent each other."""
+        """Returns how many datagrams the two servers sent each other."""
         count = 0
         while True:
             try:
@@ -117,7 +120,7 @@ class ForgedSource(ProgramTest):
             except BlockingIOError:
                 return count
             if link[2] != socket.PACKET_HOST:
-                continue  # where loopback shows a datagram twice, as sent and as received
+                continue  # the same datagram as it is sent; loopback shows both
             header = (packet[0] & 15) * 4
             source, target = struct.unpack("!HH", packet[header:header + 4])
             count += {source, target} == {A, B}
@@ -127,15 +130,15 @@ class ForgedSource(ProgramTest):
         self.await_rounds(10)
         self.assertLessEqual(self.datagrams_between(), 1 + 3, packet)
 
-    def test_a_discovery_request_causes_at_most_three_datagrams(self):
+    def test_discovery_causes_at_most_three_datagrams(self):
         self.assert_at_most_three_follow("{ KtUDPKeyword = HelloKtUDP; }")
 
-    def test_any_other_request_causes_no_more(self):
+    def test_other_requests_cause_at_most_three_datagrams(self):
         for packet in ["{ KtUDPKeyword = Echo; a = b; }", "{ KtUDPKeyword = Status; }",
                        "{ KtUDPKeyword = Fetch; }", "{}", identification()]:
             self.assert_at_most_three_follow(packet)
 
-    def test_the_count_sees_what_is_sent(self):
+    def test_count_includes_datagrams_between_servers(self):
         self.send_forged(request("{ KtUDPKeyword = HelloKtUDP; }"))
         self.await_rounds(10)
         self.assertGreaterEqual(self.datagrams_between(), 1 + 1)

@@ -1,13 +1,12 @@
 # SPDX-License-Identifier: MIT
-"""The debug log on a terminal: what the network sent is escaped there, and nowhere else."""
+"""The debug log on a terminal: control characters from the network are escaped there only."""
 
 import os
 import signal
-import subprocess
 import unittest
 
-from programs import (PATIENCE, PATIENT, Daemon, Peer, ProgramTest, Terminal, identification, kt,
-                      ktd, udp_socket)
+from peers import Peer, identification, udp_socket
+from programs import BRIEF, PATIENT, Daemon, Program, ProgramTest, Terminal, kt, ktd
 
 HOSTILE = "\x1b]0;owned\x07\r\x9b2J"
 ESCAPED = r"\033]0;owned\a\r\U009b2J"
@@ -18,8 +17,8 @@ def hostile_server(request, _):
                            else f'{{ a = "{HOSTILE}"; Sequence = 1; }}')]
 
 
-class OnATerminal(ProgramTest):
-    def test_the_log_of_kt_is_escaped(self):
+class DebugLogOnTerminal(ProgramTest):
+    def test_is_escaped_by_kt(self):
         Peer(self, hostile_server)
         terminal = Terminal(self)
         result = kt("send", "Fetch", "--debug", stderr=terminal.descriptor)
@@ -28,7 +27,7 @@ class OnATerminal(ProgramTest):
         self.assert_printable(text)
         self.assertIn(f'Received reply {{ _DataPacket = {{ a = "{ESCAPED}"; ', text)
 
-    def test_the_log_of_ktd_is_escaped_up_to_its_end(self):
+    def test_is_escaped_by_ktd_until_its_end(self):
         terminal = Terminal(self)
         daemon = Daemon(self, "--debug", errors=terminal.descriptor)
         client = udp_socket(self)
@@ -40,36 +39,34 @@ class OnATerminal(ProgramTest):
         self.assertIn(f"Received request\n{ESCAPED} ", text)
         self.assertRegex(text, r"Sending reply \{ .*\n$")
 
-    def test_errors_arrive_behind_the_log(self):
+    def test_precedes_errors(self):
         Daemon(self)
         terminal = Terminal(self)
         ktd("--ports", "4798", "--debug", stderr=terminal.descriptor)
         self.assertIn("ktd: every port of the list is taken", terminal.text())
         terminal = Terminal(self)
-        kt("hello", "--signature", "Other", "--debug", "--timeout", "100",
+        kt("hello", "--signature", "Other", "--debug", "--timeout", BRIEF[0],
            stderr=terminal.descriptor)
         self.assertRegex(terminal.text(), r"(?s)No server could be found\nkt hello: no server of")
 
-    def test_an_interrupted_ping_has_logged_everything(self):
+    def test_is_complete_after_interrupted_ping(self):
         Peer(self, hostile_server)
         terminal = Terminal(self)
-        ping = subprocess.Popen([os.environ["KT"], "ping", "--debug", "--timeout", PATIENT],
-                                stdout=subprocess.PIPE, stderr=terminal.descriptor)
-        ping.stdout.readline()
-        ping.send_signal(signal.SIGINT)
-        ping.communicate(timeout=PATIENCE)
-        self.assertEqual(ping.returncode, 0)
+        ping = Program(self, os.environ["KT"], "ping", "--debug", "--timeout", PATIENT,
+                       errors=terminal.descriptor)
+        ping.line()
+        self.assertEqual(ping.end(signal.SIGINT)[0], 0)
         text = terminal.text()
         self.assert_printable(text)
         self.assertIn(ESCAPED, text)
 
 
-class ElsewhereOrWithoutDebug(ProgramTest):
-    def test_a_file_has_the_log_unchanged(self):
+class DebugLogElsewhere(ProgramTest):
+    def test_is_unchanged_in_file(self):
         Peer(self, hostile_server)
         self.assertIn(HOSTILE.encode().decode("latin-1"), kt("send", "Fetch", "--debug").stderr)
 
-    def test_a_terminal_has_no_log_unless_asked_for(self):
+    def test_is_not_on_terminal_without_debug(self):
         Peer(self, hostile_server)
         terminal = Terminal(self)
         kt("send", "Fetch", stderr=terminal.descriptor)

@@ -1,6 +1,5 @@
-#!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""What the documents say of the tree is true of it: code blocks, links, files, tests."""
+"""The documents agree with the source tree: code blocks, links, names of files and of tests."""
 
 import re
 import subprocess
@@ -12,14 +11,14 @@ FOLDERS = "kt|tools|tests|scripts|docs|cmake|bench|fuzz|examples|packaging"
 
 
 class Documents(unittest.TestCase):
-    def test_code_in_the_documents_is_that_of_the_examples(self):
+    def test_show_examples_unchanged(self):
         shown = {block.name: block.text for document in DOCUMENTS for block in blocks(document)
-                 if (block.name or "").startswith("examples/")}
-        examples = {str(path.relative_to(ROOT)): path.read_bytes().decode()
+                 if block.name.startswith("examples/")}
+        examples = {str(path.relative_to(ROOT)): without_license(path.read_bytes().decode())
                     for path in (ROOT / "examples").iterdir()}
         self.assertEqual(shown, examples)
 
-    def test_relative_links_lead_to_files_and_to_headings(self):
+    def test_link_to_existing_files_and_headings(self):
         for document in DOCUMENTS:
             for target in re.findall(r"\]\(([^)\s]+)\)", without_code(document)):
                 if re.match(r"[a-z]+:", target):
@@ -30,49 +29,66 @@ class Documents(unittest.TestCase):
                 if heading:
                     self.assertIn(heading, headings(file), f"{document.name}: {target}")
 
-    def test_files_named_are_there(self):
+    def test_name_existing_files(self):
         for document in DOCUMENTS:
             for name in re.findall(rf"`((?:{FOLDERS})/[\w./*-]*)`", without_code(document)):
                 pattern = re.sub("NAME|FOLDER|STEM", "*", name.rstrip("/"))
                 self.assertTrue(list(ROOT.glob(pattern)), f"{document.name}: {name}")
 
-    def test_tests_named_are_there(self):
-        cases = test_cases()
+    def test_name_existing_tests(self):
+        cases = cpp_cases() | python_cases()
         for document in DOCUMENTS:
-            for suite, case in re.findall(r"`(\w+)\.([A-Z]\w{11,})`", without_code(document)):
-                self.assertIn((suite, case), cases, document.name)
+            for case in re.findall(r"`([A-Z]\w+\.(?:[A-Z]\w+|[a-z]+_\w+))`",
+                                   without_code(document)):
+                self.assertIn(case, cases, document.name)
 
-    def test_the_readme_names_the_two_commands(self):
+    def test_name_demo_and_test_script_in_readme(self):
         commands = [line for block in blocks("README.md") if block.language == "sh"
                     for line in block.text.splitlines()]
         for script in ("scripts/demo", "scripts/test"):
             self.assertIn(script, [command.split("#")[0].strip() for command in commands])
             self.assertTrue((ROOT / script).stat().st_mode & 0o100, script)
 
-    def test_python_in_the_documents_compiles(self):
+    def test_show_python_that_compiles(self):
         for document in DOCUMENTS:
             for block in blocks(document):
                 if block.language == "python":
                     compile(block.text, f"{document.name}, {block.name}", "exec")
 
-    def test_shell_commands_are_well_formed(self):
+    def test_show_well_formed_shell_commands(self):
         for document in DOCUMENTS:
             for block in blocks(document):
                 if block.language == "sh":
                     subprocess.run(["bash", "-n", "-c", block.text], check=True)
 
 
+def without_license(source):
+    """Returns a file's text without the licence line, and the empty line after it, if any."""
+    return re.sub(r"\A(?://|#) SPDX-License-Identifier: .*\n\n?", "", source)
+
+
 def headings(document):
-    """The anchors that a document's headings get where it is shown as a page."""
+    """Returns the anchors of a document's headings on a rendered page."""
     titles = re.findall(r"^#+ (.+)$", without_code(document), re.MULTILINE)
     return {re.sub(r"[^\w\- ]", "", title.lower()).replace(" ", "-") for title in titles}
 
 
-def test_cases():
-    """(suite, case) of every GoogleTest case."""
-    return {case for path in (ROOT / "tests").rglob("*_test.cpp")
-            for case in re.findall(r"^TEST(?:_F|_P)?\((\w+),\s+(\w+)\)",
-                                   path.read_text(encoding="utf-8"), re.MULTILINE)}
+def sources(pattern):
+    return [path.read_text(encoding="utf-8") for path in (ROOT / "tests").rglob(pattern)]
+
+
+def cpp_cases():
+    """Returns "Suite.Case" of every GoogleTest case."""
+    return {f"{suite}.{case}" for source in sources("*_test.cpp") for suite, case in
+            re.findall(r"^(?:TYPED_)?TEST(?:_F|_P)?\((\w+),\s+(\w+)\)", source, re.MULTILINE)}
+
+
+def python_cases():
+    """Returns "Class.case" of every unittest case, without the prefix test_."""
+    return {f"{name}.{case}" for source in sources("*_test.py")
+            for name, body in re.findall(r"^class (\w+)(.*?)(?=^\S|\Z)", source,
+                                         re.DOTALL | re.MULTILINE)
+            for case in re.findall(r"^    def test_(\w+)", body, re.MULTILINE)}
 
 
 if __name__ == "__main__":

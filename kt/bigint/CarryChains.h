@@ -1,14 +1,24 @@
 // SPDX-License-Identifier: MIT
 
-// The three loops in which nearly all time is spent: carry chains over limbs. For each there is a
-// portable function and beside it one in the host's own instructions, because no compiler at hand
-// keeps a carry in the processor's flag from one turn of a loop to the next.
-#ifndef KT_BIGINT_LIMBCHAINS_H
-#define KT_BIGINT_LIMBCHAINS_H
-
-#include <span>
+// Carry chains: the three loops over limbs in which nearly all time is spent. addChain,
+// subtractChain and addProduct are the fastest versions that the host has. Each has a portable
+// version and one in assembler for x86-64, because compilers do not keep a carry in the processor's
+// flag from one iteration to the next.
+#ifndef KT_BIGINT_CARRYCHAINS_H
+#define KT_BIGINT_CARRYCHAINS_H
 
 #include "kt/bigint/Limb.h"
+
+// No assembler under AddressSanitizer, which cannot check it, nor on x32, whose pointers have 32
+// bits.
+#if defined(__x86_64__) && defined(__LP64__) && !defined(__SANITIZE_ADDRESS__)
+#define KT_BIGINT_X86_64
+#endif
+#ifdef __has_feature
+#if __has_feature(address_sanitizer)
+#undef KT_BIGINT_X86_64
+#endif
+#endif
 
 #ifdef KT_BIGINT_X86_64
 #include <cpuid.h>
@@ -16,11 +26,10 @@
 
 namespace kt::bigint {
 
-using Limbs = std::span<const Limb>;
-
 // ---- Portable ----
 
-// sum = a + b, over `count` limbs that lie in words; the carry. `sum` may be a or b.
+// Computes sum = a + b over `count` limbs stored as words and returns the carry. `sum` may be `a`
+// or `b`.
 inline Limb addPortably(Word *sum, const Word *a, const Word *b, std::size_t count) {
   Limb carry = 0;
   for (std::size_t i = 0; i < count * wordsPerLimb; i += wordsPerLimb) {
@@ -29,7 +38,8 @@ inline Limb addPortably(Word *sum, const Word *a, const Word *b, std::size_t cou
   return carry;
 }
 
-// difference = a - b, over `count` limbs that lie in words; the borrow. It may stand in a or b.
+// Computes difference = a - b over `count` limbs stored as words and returns the borrow.
+// `difference` may be `a` or `b`.
 inline Limb subtractPortably(Word *difference, const Word *a, const Word *b, std::size_t count) {
   Limb borrow = 0;
   for (std::size_t i = 0; i < count * wordsPerLimb; i += wordsPerLimb) {
@@ -38,11 +48,11 @@ inline Limb subtractPortably(Word *difference, const Word *a, const Word *b, std
   return borrow;
 }
 
-// limbs = limbs + a * factor, over as many limbs as `a` has; the limb that goes out at the top.
+// Computes limbs = limbs + a * factor over a.size() limbs and returns the limb carried out.
 inline Limb addProductPortably(Limb *limbs, Limbs a, Limb factor) {
   Limb carry = 0;
   for (std::size_t i = 0; i < a.size(); ++i) {
-    // At most (B - 1) * (B - 1) + 2 * (B - 1) = B * B - 1.
+    // <= (B - 1) * (B - 1) + 2 * (B - 1) = B * B - 1, where B = 2^limbBits: no overflow.
     const DoubleLimb sum = DoubleLimb{a[i]} * factor + limbs[i] + carry;
     limbs[i] = low(sum);
     carry = high(sum);
@@ -54,8 +64,9 @@ inline Limb addProductPortably(Limb *limbs, Limbs a, Limb factor) {
 
 // ---- x86-64 ----
 
-// Four limbs a turn; lea and dec leave the carry alone. Of 30 limbs a third of the portable time.
-// NOLINTNEXTLINE(readability-non-const-parameter): the assembler writes there
+// addPortably with four limbs per iteration; lea and dec do not change the carry flag. A third of
+// the portable time for 30 limbs.
+// NOLINTNEXTLINE(readability-non-const-parameter): the assembler writes to it
 inline Limb addChain(Word *sum, const Word *a, const Word *b, std::size_t count) {
   std::size_t quads = count / 4, singles = count % 4, i = 0;
   Limb limb = 0;
@@ -96,7 +107,8 @@ inline Limb addChain(Word *sum, const Word *a, const Word *b, std::size_t count)
   return -limb;
 }
 
-// NOLINTNEXTLINE(readability-non-const-parameter): the assembler writes there
+// subtractPortably in the same way.
+// NOLINTNEXTLINE(readability-non-const-parameter): the assembler writes to it
 inline Limb subtractChain(Word *difference, const Word *a, const Word *b, std::size_t count) {
   std::size_t quads = count / 4, singles = count % 4, i = 0;
   Limb limb = 0;
@@ -137,20 +149,21 @@ inline Limb subtractChain(Word *difference, const Word *a, const Word *b, std::s
   return -limb;
 }
 
-// Whether the processor has mulx, adcx and adox: BMI2 and ADX.
+// Returns whether the processor has mulx, adcx and adox (the extensions BMI2 and ADX).
 inline bool processorHasTwoCarryChains() {
-  constexpr unsigned extensions = 7;  // the question whose answer tells of them
+  constexpr unsigned extensions = 7;  // the cpuid leaf that lists them
   unsigned a = 0, b = 0, c = 0, d = 0;
   return __get_cpuid_count(extensions, 0, &a, &b, &c, &d) != 0 && (b & bit_BMI2) != 0 &&
          (b & bit_ADX) != 0;
 }
 
-// False, which is right too, for who calls while the program's other variables are set up.
+// False during static initialisation; such callers take the portable loop, which is also correct.
 inline const bool hasTwoCarryChains = processorHasTwoCarryChains();
 
-// Two carry chains at once: adcx takes the upper halves of the products to the limbs above, adox
-// adds what stood there. A product of 30 by 30 limbs takes 0.42 of the portable time.
-// NOLINTNEXTLINE(readability-non-const-parameter): the assembler writes there
+// addProductPortably with two carry chains side by side: adcx adds the upper halves of the products
+// to the next limbs, adox adds the products to `limbs`. 0.42 of the portable time for a product of
+// 30 x 30 limbs.
+// NOLINTNEXTLINE(readability-non-const-parameter): the assembler writes to it
 inline Limb addProductInTwoChains(Limb *limbs, Limbs a, Limb factor) {
   const Limb *source = a.data();
   std::size_t quads = a.size() / 4;

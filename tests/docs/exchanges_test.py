@@ -1,10 +1,9 @@
-#!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Exchanges in the documents are those of the programs: what kt and ktd print, what datagrams are
-made of, the examples, the peer in another language.
+"""The documents show what the programs exchange and print: sessions, datagrams, the examples, and
+the peer in another language.
 
-Runs in a private network and in a name space of its own for host names. The environment names the
-programs (KT, KTD) and the examples (SERVER, CLIENT).
+Needs a namespace of its own for the host name. The environment names the programs (KT, KTD) and the
+examples (SERVER, CLIENT).
 """
 
 import os
@@ -15,46 +14,45 @@ import subprocess
 import sys
 import unittest
 
-from documents import block, dump, undump
-from programs import PATIENCE, Daemon, Peer, ProgramTest, kt, run, udp_socket
+from documents import block, consoles, dump, undump
+from peers import Peer, udp_socket
+from programs import Daemon, Program, ProgramTest, kt, run
 
 HOST = "hut"  # the machine's name in the documents
 PROTOCOL = "docs/protocol.md"
 
 
-def start(test, command):
-    """Starts a server that says on its first line that it is ready. That line."""
-    process = subprocess.Popen(command, stdout=subprocess.PIPE, encoding="utf-8")
-    test.addCleanup(process.stdout.close)
-    test.addCleanup(process.wait)
-    test.addCleanup(process.terminate)
-    return process.stdout.readline()
+class Sessions(ProgramTest):
+    """The sessions that begin with the start of a server."""
 
-
-class Readme(ProgramTest):
-    """The picture of an exchange, but for the times."""
-
-    def test_shows_what_the_programs_print(self):
-        shown = block("README.md", "console")
-        self.assertEqual(masked(self.printed(shown)), masked(shown))
+    def test_print_what_documents_show(self):
+        sessions = [console for console in consoles() if console[1].startswith("$ ktd")]
+        self.assertIn("README.md", [document for document, _ in sessions])
+        for document, shown in sessions:
+            with self.subTest(document):
+                self.assertEqual(masked(self.printed(shown)), masked(shown))
 
     def printed(self, session):
-        programs = {"kt": os.environ["KT"], "ktd": os.environ["KTD"]}
+        """Returns the session with what its commands print now."""
         printed = ""
+        servers = []
         for line in re.findall(r"^\$ .+$", session, re.MULTILINE):
             name, *arguments = shlex.split(line.removeprefix("$ ").removesuffix(" &"))
-            command = [programs[name], *arguments]
             printed += line + "\n"
-            if line.endswith(" &"):
-                printed += start(self, command)
+            if name == "kt":
+                result = kt(*arguments)
+                printed += result.stdout + result.stderr
             else:
-                printed += subprocess.run(command, stdout=subprocess.PIPE, encoding="utf-8",
-                                          timeout=PATIENCE, check=True).stdout
+                self.assertEqual((name, line[-2:]), ("ktd", " &"))
+                servers.append(Daemon(self, *arguments))
+                printed += servers[-1].ready_line
+        for server in servers:
+            server.end()
         return printed
 
 
 def masked(session):
-    """A session without what differs from run to run: times, and how often clients asked again."""
+    """Returns a session without what varies: times, and how many requests a server answered."""
     return re.sub(r"(\d+\.\d{3}|(?<=Served = )\d+|(?<=Uptime = )\d+)", "#", session)
 
 
@@ -68,18 +66,18 @@ class Dumps(ProgramTest):
         return data
 
     def exchanged(self, request):
-        """What a ktd with default settings answers to the bytes of a request."""
+        """Returns the answer of a ktd with default settings to the bytes of a request."""
         client = udp_socket(self)
         client.sendto(request, ("127.0.0.1", 4798))
         return client.recv(65536)
 
     def assert_shown(self, name, datagram):
-        """The datagram is the one shown, whatever its handshake value."""
+        """Asserts that the datagram is the one shown, except for the value of its handshake."""
         handshake = re.search(rb"_Handshake = \d+", self.shown(name)).group()
         datagram = re.sub(rb"_Handshake = \d+", handshake, datagram)
         self.assertEqual(dump(datagram), block(PROTOCOL, "dump", name))
 
-    def test_requests_are_what_the_client_sends(self):
+    def test_show_requests_of_client(self):
         def part(request, _):
             handshake = str(request.handshake + 1).encode()
             name = "discovery-reply" if request.keyword == "HelloKtUDP" else "reply"
@@ -91,7 +89,7 @@ class Dumps(ProgramTest):
         self.assert_shown("discovery-request", discovery.text.encode() + b"\0")
         self.assert_shown("request", request.text.encode() + b"\0")
 
-    def test_replies_are_what_the_server_sends(self):
+    def test_show_replies_of_server(self):
         Daemon(self)
         for request, reply in (("discovery-request", "discovery-reply"), ("request", "reply"),
                                ("request-without-packet", "bare-reply")):
@@ -101,20 +99,20 @@ class Dumps(ProgramTest):
 
 
 class PythonPeer(ProgramTest):
-    """The peer that the document has in another language."""
+    """The program hello.py of the document."""
 
     def hello(self, *arguments):
         source = block(PROTOCOL, "python", "hello.py")
         return subprocess.run([sys.executable, "-", *arguments], input=source, encoding="utf-8",
-                              stdout=subprocess.PIPE, timeout=PATIENCE)
+                              stdout=subprocess.PIPE)
 
-    def test_prints_the_reply_of_a_server_as_shown(self):
+    def test_prints_reply_of_server_as_shown(self):
         Daemon(self)
         for arguments in ((), ("127.255.255.255",)):
             with self.subTest(arguments=arguments):
                 self.assertEqual(self.hello(*arguments).stdout, block(PROTOCOL, "text", "hello.py"))
 
-    def test_drops_what_is_no_reply(self):
+    def test_drops_invalid_replies(self):
         def part(request, _):
             right = request.answer("{ KtUDPKeyword = _ServerName; _ServerName = "
                                    r'"\"\\n\\ \Ud83d\Ude00 \001"; list = ( 1, <0fbd> ); }')
@@ -126,7 +124,7 @@ class PythonPeer(ProgramTest):
                          r"""{'KtUDPKeyword': '_ServerName', '_ServerName': '"\\n\\ 😀 \x01', """
                          r"""'list': ['1', b'\x0f\xbd']} from 127.0.0.1:4798""" + "\n")
 
-    def test_says_so_when_nobody_answers(self):
+    def test_exits_1_without_server(self):
         result = self.hello("127.0.0.1")
         self.assertEqual((result.returncode, result.stdout), (1, ""))
 
@@ -135,10 +133,11 @@ class Examples(ProgramTest):
     """The server and the client of the README."""
 
     def test_talk_to_each_other(self):
-        self.assertEqual(start(self, [os.environ["SERVER"]]), "serving on port 4798\n")
+        server = Program(self, os.environ["SERVER"])
+        self.assertEqual(server.line(), "serving on port 4798\n")
         self.assert_result(run("CLIENT"), 0, '{ Greeting = "Hello, Ann."; }\n')
 
-    def test_the_client_fails_without_the_server(self):
+    def test_client_fails_without_server(self):
         self.assert_result(run("CLIENT"), 1)
 
 

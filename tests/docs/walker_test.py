@@ -1,7 +1,6 @@
-#!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""What the page about the walker shows is what a walk finds: the worked example, the example
-program, a server's answer. The environment names the programs (KT, KTD) and the example (WALKER).
+"""docs/walker.md shows what a walk finds: the worked example, the example program, and the answer
+of a server. The environment names the programs (KT, KTD) and the example (WALKER).
 """
 
 import re
@@ -9,7 +8,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from documents import ROOT, block
+from documents import ROOT, block, consoles
 from programs import Daemon, ProgramTest, kt, run
 
 PAGE = "docs/walker.md"
@@ -28,37 +27,37 @@ class WorkedExample(ProgramTest):
             else:
                 whole.touch()
 
-    def told(self):
-        """The paths that the page's table of calls reports."""
+    def reported(self):
+        """Returns the paths that the table of calls reports."""
         page = (ROOT / PAGE).read_text(encoding="utf-8")
         return re.findall(r'^\| `fileFound\("(.*)"\)`', page, re.MULTILINE)
 
-    def test_reports_are_those_of_a_walk(self):
+    def test_reports_same_files_as_walk(self):
         walked = kt("walk", "--type", "txt", "home.txt", cwd=self.folder)
-        self.assertEqual(sorted(walked.stdout.splitlines()), sorted(self.told()))
+        self.assertEqual(sorted(walked.stdout.splitlines()), sorted(self.reported()))
 
-    def test_reports_come_in_the_order_of_the_tree(self):
+    def test_reports_files_in_order_of_tree(self):
         order = [path.rstrip("/") for path in self.paths]
-        self.assertEqual(self.told(), sorted(self.told(), key=order.index))
+        self.assertEqual(self.reported(), sorted(self.reported(), key=order.index))
 
-    def test_each_directory_is_asked_for_once(self):
+    def test_asks_once_per_directory(self):
         page = (ROOT / PAGE).read_text(encoding="utf-8")
         self.assertEqual(len(re.findall(r"^\| `wantsAbort\(\)` \|", page, re.MULTILINE)),
                          sum(path.endswith("/") for path in self.paths))
 
-    def test_the_example_prints_the_same_as_kt_walk(self):
+    def test_example_program_prints_same_as_kt_walk(self):
         root = str(self.folder / "home.txt")
         self.assert_result(run("WALKER", root), 0, kt("walk", "--type", "txt", root).stdout)
 
-    def test_the_example_ends_with_the_hundredth_file(self):
+    def test_example_program_ends_after_100_files(self):
         for number in range(150):
             (self.folder / f"{number}.txt").touch()
         result = run("WALKER", str(self.folder), str(self.folder / "home.txt"))
-        # The second root is told of, since its own name is of the type.
+        # The second root is reported too, as its own name has the type.
         self.assertEqual(result.stdout.count("\n"), 101)
 
-    def test_the_answer_of_a_server_is_as_shown_but_for_the_order(self):
-        shown = block(PAGE, "console")
+    def test_answer_of_server_has_form_shown(self):
+        [shown] = [text for _, text in consoles() if text.startswith("$ kt send Files")]
         Daemon(self, "--files", str(self.folder / "home.txt"))
         answer = kt("send", "Files", "Types=(txt)", "Count=2").stdout
         for form in (r"^\{ Files = \( [^ ]+, [^ ]+ \); Next = 2; Root = ", r"Total = 6; \}$"):
