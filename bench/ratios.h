@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Runs the registered benchmarks and closes with a table of ratios: ours beside the peer or floor
-// that was measured in the same run. Include it in one source per program; main() calls
+// Runs the registered benchmarks, then prints the ratios of our times to those of a peer or a lower
+// bound, measured in the same run. Include it in one source per program; main() calls
 // runWithRatios().
 #ifndef KT_BENCH_RATIOS_H
 #define KT_BENCH_RATIOS_H
@@ -17,9 +17,9 @@
 
 namespace bench {
 
-enum class Per { call, byte };  // per byte of what SetBytesProcessed() counts
+enum class Per { call, byte };  // byte: per byte counted by SetBytesProcessed()
 
-// The claim that the benchmark `ours` takes at most `limit` times as long as `reference`.
+// Claims that the benchmark `ours` takes at most `limit` times as long as `reference`.
 struct Ratio {
   std::string ours;
   std::string reference;
@@ -27,7 +27,7 @@ struct Ratio {
   Per per = Per::call;
 };
 
-// Prints what Google Benchmark always prints, and keeps the processor time of every repetition.
+// Prints the usual report and keeps the processor time of every repetition.
 class Recorder : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run> &runs) override {
@@ -35,7 +35,7 @@ class Recorder : public benchmark::ConsoleReporter {
       if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
       const auto rate = run.counters.find("bytes_per_second");
       Times &times = times_[run.run_name.function_name];
-      // What a benchmark of another process measures itself counts as that process's time.
+      // A benchmark of another process measures the time of that process itself.
       const bool isManual = run.run_name.time_type == "manual_time";
       const double time = isManual ? run.real_accumulated_time : run.cpu_accumulated_time;
       times.perCall.push_back(time / static_cast<double>(run.iterations));
@@ -44,7 +44,7 @@ class Recorder : public benchmark::ConsoleReporter {
     ConsoleReporter::ReportRuns(runs);
   }
 
-  // The median over the repetitions, in seconds; 0 when the benchmark did not run.
+  // Returns the median of all repetitions in seconds, or 0 if the benchmark did not run.
   double median(const std::string &name, Per per) {
     std::vector<double> &times = per == Per::call ? times_[name].perCall : times_[name].perByte;
     if (times.empty()) return 0;
@@ -63,12 +63,12 @@ class Recorder : public benchmark::ConsoleReporter {
 };
 
 inline void printRatios(Recorder &recorder, const std::vector<Ratio> &ratios) {
-  std::printf("\n%-34s %-34s %12s %12s %7s %7s\n", "measured", "beside", "ns", "ns", "ratio",
+  std::printf("\n%-34s %-34s %12s %12s %7s %7s\n", "measured", "compared with", "ns", "ns", "ratio",
               "limit");
   for (const Ratio &claim : ratios) {
     const double ours = recorder.median(claim.ours, claim.per);
     const double reference = recorder.median(claim.reference, claim.per);
-    if (ours <= 0 || reference <= 0) continue;  // left out by --benchmark_filter
+    if (ours <= 0 || reference <= 0) continue;  // excluded by --benchmark_filter
     const double ratio = ours / reference;
     std::printf("%-34s %-34s %12.3f %12.3f %7.2f %7.2f%s%s\n", claim.ours.c_str(),
                 claim.reference.c_str(), ours * 1e9, reference * 1e9, ratio, claim.limit,
@@ -76,8 +76,8 @@ inline void printRatios(Recorder &recorder, const std::vector<Ratio> &ratios) {
   }
 }
 
-// Unless the command line says otherwise each benchmark runs nine times, in random order, so that
-// whatever the machine does meanwhile meets all alike.
+// Runs each benchmark nine times in random order, so that other load on the machine affects all of
+// them alike. The command line can change this. Returns the exit status of the program.
 inline int runWithRatios(int argc, char **argv, const std::vector<Ratio> &ratios) {
   std::string repetitions = "--benchmark_repetitions=9";
   std::string interleaving = "--benchmark_enable_random_interleaving=true";

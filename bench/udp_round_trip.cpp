@@ -1,33 +1,28 @@
 // SPDX-License-Identifier: MIT
 
-// The time of one replyForRequest on loopback beside the floor: a plain echo of the same bytes
-// whose two ends wait with select. Both are measured in turn in many short runs, so that whatever
-// the machine does meanwhile meets both alike; what counts is the ratio of the medians.
+// Compares the time of one replyForRequest on loopback with the floor: a plain echo of the same
+// bytes whose two ends wait with select. Both are measured alternately in many short runs, so that
+// other load affects both equally. The result is the ratio of the medians.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "bench/udp_support.h"
-#include "kt/udp/KtUDPClient.h"
+#include "tests/support/Addresses.h"
+#include "tests/support/LoopbackClient.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Discovers on loopback, so that the benchmark sends nothing anywhere else.
-class LoopbackClient : public KtUDPClient {
- public:
-  void broadcastIP() override {
-    (void)serverIPFromHostname("127.255.255.255");  // digits need no look-up that could fail
-  }
-};
-
 class EchoClient {
  public:
   EchoClient(std::uint16_t port, std::string datagram)
-      : server_(bench::loopback(port)), datagram_(std::move(datagram)) {}
+      : server_(kt::test::loopback(port)), datagram_(std::move(datagram)) {}
 
   void roundTrip() {
     bench::require(socket_.send(datagram_, server_), "send");
@@ -59,13 +54,13 @@ double quantile(std::vector<double> &values, double share) {
   return *nth;
 }
 
-// Measures both in turn against servers on `serverCore` and prints a table.
+// Measures both alternately against servers on `serverCore` and prints a table.
 void compare(const char *title, unsigned serverCore, int rounds) {
   constexpr int callsPerRound = 250;
   const bench::ServerProcess echo(serverCore, bench::serveEcho);
   const bench::ServerProcess daemon(serverCore, bench::serveKt);
 
-  LoopbackClient client;
+  kt::test::LoopbackClient client;
   client.setPorts({daemon.port()});
   bench::require(client.connectToServer(), "connectToServer");
   const kt::Dictionary packet = bench::requestPacket();
@@ -98,5 +93,5 @@ int main(int argc, char **argv) {
   const int rounds = argc > 1 ? std::atoi(argv[1]) : 100;
   bench::pinTo(0);
   compare("client and server on two cores (at most 1.10)", 1, rounds);
-  compare("both on one core: no wake-up of a core to hide behind", 0, rounds);
+  compare("client and server on one core: no time hidden by waking a core", 0, rounds);
 }

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 
-// What the two UDP benchmarks share: servers in processes of their own on loopback, and the packet
-// that both sides of a comparison carry.
+// Shared by the two UDP benchmarks: servers in separate processes on loopback, and the packet that
+// both sides of a comparison carry.
 #ifndef KT_BENCH_UDP_SUPPORT_H
 #define KT_BENCH_UDP_SUPPORT_H
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sched.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -17,23 +15,20 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <functional>
 
 #include "kt/udp/KtMessage.h"
 #include "kt/udp/KtUDPDaemon.h"
+#include "tests/support/EchoDelegate.h"
+#include "tests/support/Require.h"
 
 namespace bench {
 
-inline void require(bool condition, const char *what) {
-  if (condition) return;
-  std::perror(what);
-  std::exit(1);
-}
+using kt::test::require;
 
-// Keeps the calling process on one core, so that a comparison does not hang on where the scheduler
-// happens to put its two ends.
+// Keeps the calling process on one core, so that results do not depend on where the scheduler puts
+// the two ends.
 inline void pinTo(unsigned core) {
   cpu_set_t set;
   CPU_ZERO(&set);
@@ -41,8 +36,8 @@ inline void pinTo(unsigned core) {
   require(::sched_setaffinity(0, sizeof set, &set) == 0, "sched_setaffinity");
 }
 
-// A server in a child process, ended with this object. `serve` is given a function to call with the
-// port once it is bound; it stays on `core`.
+// A server in a child process on `core`; it ends with this object. `serve` must call the function
+// that it is passed once the server is bound, with the port.
 class ServerProcess {
  public:
   using Announce = std::function<void(std::uint16_t port)>;
@@ -85,7 +80,7 @@ inline void waitReadable(int descriptor) {
   require(::select(descriptor + 1, &set, nullptr, nullptr, nullptr) == 1, "select");
 }
 
-// The floor: a server that does nothing but wait with select, receive and send back.
+// The floor: a server that only waits with select, receives and sends back.
 inline void serveEcho(const ServerProcess::Announce &announce) {
   kt::Socket socket = kt::Socket::open();
   require(socket.bind(0), "bind");
@@ -99,18 +94,14 @@ inline void serveEcho(const ServerProcess::Announce &announce) {
     const ssize_t count =
         ::recvfrom(socket.descriptor(), buffer.data(), buffer.size(), 0, address, &size);
     if (count < 0) continue;
-    // A lost answer shows at the other end, which waits for it.
+    // If the send fails, the other end times out.
     (void)::sendto(socket.descriptor(), buffer.data(), static_cast<std::size_t>(count), 0, address,
                    size);
   }
 }
 
-struct EchoDelegate {
-  kt::Dictionary replyForRequest(const kt::Dictionary &packet) { return packet; }
-};
-
 inline void serveKt(const ServerProcess::Announce &announce) {
-  EchoDelegate delegate;
+  kt::test::EchoDelegate delegate;
   KtUDPDaemon daemon;
   daemon.setDelegate(&delegate).setPorts({0});
   require(daemon.registerPort(), "registerPort");
@@ -118,18 +109,10 @@ inline void serveKt(const ServerProcess::Announce &announce) {
   daemon.processQueries();
 }
 
-// A request of an ordinary application: about 200 bytes with its envelope.
+// Returns a typical request: about 200 bytes with its envelope.
 inline kt::Dictionary requestPacket() {
   return {{"KtUDPKeyword", "Measure"}, {"Device", "thermometer 4"}, {"Room", "server_room_2"},
           {"Since", 1700000000},       {"Unit", "celsius"},         {"Samples", 60}};
-}
-
-inline sockaddr_in loopback(std::uint16_t port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port);
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return address;
 }
 
 }  // namespace bench

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 
-// Requests per second of a daemon with 32 datagrams in flight beside the floor: a plain
-// single-threaded echo of the same bytes that waits with select before every receive. The load
-// comes from one process that sends and receives in batches, so that the server is what limits the
-// rate.
+// Compares the requests per second of a daemon, with 32 datagrams in flight, with the floor: a
+// plain single-threaded echo of the same bytes that waits with select before every receive. One
+// process sends and receives in batches, so that the server limits the rate.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -13,17 +12,19 @@
 #include <vector>
 
 #include "bench/udp_support.h"
+#include "kt/udp/ReadSet.h"
+#include "tests/support/Addresses.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr unsigned inFlight = 32;
 
-// Keeps `inFlight` copies of one datagram on their way to a server and back.
+// Keeps `inFlight` copies of one datagram in flight between this process and a server.
 class Load {
  public:
   Load(std::uint16_t port, std::string datagram)
-      : server_(bench::loopback(port)), datagram_(std::move(datagram)) {
+      : server_(kt::test::loopback(port)), datagram_(std::move(datagram)) {
     bench::require(::connect(socket_.descriptor(), reinterpret_cast<const sockaddr *>(&server_),
                              sizeof server_) == 0,
                    "connect");
@@ -37,7 +38,7 @@ class Load {
     }
   }
 
-  // Replies per second over `requests` requests.
+  // Returns the replies per second over `requests` requests.
   double run(long requests) {
     const Clock::time_point start = Clock::now();
     send(inFlight);
@@ -58,8 +59,8 @@ class Load {
         "sendmmsg");
   }
 
-  // Asks again and again instead of waiting: were this process to sleep, the server would spend its
-  // time on waking it. Gives up after some seconds without a reply.
+  // Polls instead of waiting: the server would spend its time on waking a sleeping process. Gives
+  // up after some seconds without a reply.
   unsigned receive() {
     constexpr int manyTries = 20'000'000;
     int count = -1;
@@ -70,12 +71,12 @@ class Load {
     return static_cast<unsigned>(count);
   }
 
-  // Takes in what is still on its way, until nothing comes for a moment.
+  // Receives the remaining datagrams until none arrives for 20 ms.
   void drain() {
     const timeval moment{0, 20'000};
-    kt::ReadSet set(socket_);
+    kt::udp::ReadSet set(socket_);
     while (set.wait(&moment) > 0) {
-      (void)receive();  // too late to count
+      (void)receive();  // too late to be counted
     }
   }
 

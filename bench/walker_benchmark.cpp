@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 
-// A walk over 200,000 files in 20,000 directories, of which one file in ten is reported, beside the
-// floor (opening, listing and closing each directory, looking at nothing but types) and beside
-// others who do the same: fts(3), std::filesystem and the programs find and fd on one thread, start
-// included. The tree is made in a scratch folder and is warm. A program that is not installed is
-// left out.
+// A walk of 200,000 files in 20,000 directories that reports one file in ten, compared with:
+// - a lower bound: open, list and close each directory and look only at the types of its entries,
+// - fts(3) and std::filesystem,
+// - the programs find and fd with one thread, including their start. A program that is not
+// installed
+//   is skipped.
+// The tree is made in a scratch folder and is in the page cache.
 #include <benchmark/benchmark.h>
 #include <dirent.h>
 #include <fcntl.h>
@@ -30,14 +32,15 @@ namespace fs = std::filesystem;
 
 constexpr int directoryCount = 20'000;
 constexpr int filesPerDirectory = 10;
-constexpr int childrenPerDirectory = 8;  // so that the tree is six levels deep
+constexpr int childrenPerDirectory = 8;  // makes the tree six levels deep
 constexpr std::size_t wantedCount = directoryCount;
 
-// A scratch tree, made anew and removed again.
+// A scratch tree. Its destructor removes it.
 class Tree {
  public:
   Tree() : root_((fs::temp_directory_path() / "kt-walker-benchmark-XXXXXX").string()) {
-    if (mkdtemp(root_.data()) == nullptr) throw std::runtime_error("no scratch folder");
+    if (::mkdtemp(root_.data()) == nullptr)
+      throw std::runtime_error("cannot make a scratch folder");
     std::vector<std::string> directories{root_};
     for (std::size_t number = 1; number < directoryCount; ++number) {
       const std::string &parent = directories[(number - 1) / childrenPerDirectory];
@@ -70,19 +73,19 @@ const Tree &tree() {
   return made;
 }
 
-// Every walk finds the same files, or it is no walk to compare with.
+// Fails the benchmark if its walk did not find all files.
 void expectWanted(benchmark::State &state, std::size_t count) {
-  if (count != wantedCount) state.SkipWithError("did not find the files that are there");
+  if (count != wantedCount) state.SkipWithError("did not find all files");
 }
 
-// The floor: one loop over each directory, opened below its parent, which stays open.
-// Gives the count of entries that are no directories.
+// The lower bound: lists each directory with a plain loop and opens it relative to its parent,
+// which stays open. Returns the number of entries that are not directories.
 std::size_t listBelow(int parent, const char *name) {
-  const int directory = openat(parent, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const int directory = ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (directory < 0) return 0;
   alignas(dirent64) std::array<char, 32768> entries;
   std::size_t files = 0;
-  for (ssize_t size; (size = getdents64(directory, entries.data(), entries.size())) > 0;) {
+  for (ssize_t size; (size = ::getdents64(directory, entries.data(), entries.size())) > 0;) {
     for (ssize_t position = 0; position < size;) {
       const auto *entry = reinterpret_cast<const dirent64 *>(entries.data() + position);
       position += entry->d_reclen;
@@ -93,14 +96,14 @@ std::size_t listBelow(int parent, const char *name) {
       }
     }
   }
-  close(directory);
+  ::close(directory);
   return files;
 }
 
-void floorOfCalls(benchmark::State &state) {
+void systemCalls(benchmark::State &state) {
   for (auto _ : state) {
     const std::size_t files = listBelow(AT_FDCWD, tree().root().c_str());
-    if (files != directoryCount * filesPerDirectory) state.SkipWithError("missed a file");
+    if (files != directoryCount * filesPerDirectory) state.SkipWithError("did not find all files");
   }
 }
 
@@ -155,29 +158,30 @@ void stdFilesystem(benchmark::State &state) {
   }
 }
 
-// The lines that a shell command prints.
+// Returns the number of lines that a shell command prints.
 std::size_t linesOf(const std::string &command) {
-  FILE *output = popen(command.c_str(), "r");
+  FILE *output = ::popen(command.c_str(), "r");
   if (output == nullptr) return 0;
   std::array<char, 65536> block;
   std::size_t lines = 0;
   while (const std::size_t size = fread(block.data(), 1, block.size(), output)) {
     lines += static_cast<std::size_t>(std::count(block.begin(), block.begin() + size, '\n'));
   }
-  pclose(output);
+  ::pclose(output);
   return lines;
 }
 
+// Returns the processor time of all finished child processes.
 double childrensSeconds() {
   rusage usage{};
-  getrusage(RUSAGE_CHILDREN, &usage);
+  ::getrusage(RUSAGE_CHILDREN, &usage);
   const auto seconds = [](const timeval &time) {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
   };
   return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
-// Processor time, as for the others: the time that passes depends on who else is at work.
+// Measures processor time, like the other benchmarks: elapsed time depends on the load.
 void program(benchmark::State &state, const std::string &name, const std::string &arguments) {
   const std::string test = "command -v " + name + " >/dev/null";
   if (std::system(test.c_str()) != 0) {
@@ -199,7 +203,7 @@ void fdProgram(benchmark::State &state) {
   program(state, "fdfind", "--unrestricted --threads 1 --extension txt . " + tree().root());
 }
 
-BENCHMARK(floorOfCalls)->Unit(benchmark::kMillisecond);
+BENCHMARK(systemCalls)->Unit(benchmark::kMillisecond);
 BENCHMARK(ktWalker)->Unit(benchmark::kMillisecond);
 BENCHMARK(ftsWalk)->Unit(benchmark::kMillisecond);
 BENCHMARK(stdFilesystem)->Unit(benchmark::kMillisecond);
@@ -209,9 +213,9 @@ BENCHMARK(fdProgram)->Unit(benchmark::kMillisecond)->UseManualTime();
 }  // namespace
 
 int main(int argc, char **argv) {
-  (void)listBelow(AT_FDCWD, tree().root().c_str());  // made and warm before anything is measured
+  (void)listBelow(AT_FDCWD, tree().root().c_str());  // makes the tree and caches it
   return bench::runWithRatios(argc, argv,
-                              {{"ktWalker", "floorOfCalls", 1.10},
+                              {{"ktWalker", "systemCalls", 1.10},
                                {"ktWalker", "ftsWalk", 1},
                                {"ktWalker", "stdFilesystem", 1},
                                {"ktWalker", "findProgram", 1},

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// Finds the server that greets and asks it for a greeting.
+// Finds the greeting server and asks it for a greeting.
 #include <iostream>
 
 #include "kt/udp/KtUDPClient.h"
@@ -11,6 +11,6 @@ int main() {
   if (!client.connectToServer()) return 1;  // no server answered the broadcast
   const kt::Dictionary request{{"KtUDPKeyword", "Greet"}, {"Name", "Ann"}};
   const std::optional<kt::Dictionary> answer = client.replyForRequest(request);
-  if (!answer) return 1;  // nor did it answer any of four sends
+  if (!answer) return 1;  // none of four sends was answered
   std::cout << answer->description() << '\n';
 }

@@ -8,7 +8,7 @@
 struct Greeter {
   kt::Dictionary replyForRequest(const kt::Dictionary &request) const {
     const kt::PropertyList *name = request.find("Name");
-    return {{"Greeting", "Hello, " + (name ? name->description() : "stranger") + '.'}};
+    return {{"Greeting", "Hello, " + (name != nullptr ? name->description() : "stranger") + '.'}};
   }
 };
 
@@ -21,7 +21,7 @@ int main() {
   std::cout << "serving on port " << daemon.port() << std::endl;
   for (;;) {
     try {
-      daemon.processQueries();  // serves until a request whose data packet is no dictionary
+      daemon.processQueries();  // until a request with a packet that is not a dictionary
     } catch (const std::exception &error) {
       std::cerr << error.what() << '\n';
     }

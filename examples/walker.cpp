@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// Prints the text files below the directories that are given, a hundred at most.
+// Prints the text files below the given directories, at most 100.
 #include <iostream>
 #include <string>
 #include <vector>
@@ -10,9 +10,9 @@
 struct Printer {
   bool fileFound(const std::string &path) {
     std::cout << path << '\n';
-    return ++count < 100;  // no stops the walk
+    return ++count < 100;  // false stops the walk
   }
-  bool wantsAbort() const { return count >= 100; }  // and keeps the next trees from going on
+  bool wantsAbort() const { return count >= 100; }  // true stops the next trees too
   int count = 0;
 };
 

@@ -1,30 +1,28 @@
 // SPDX-License-Identifier: MIT
 
-// Any text in any alphabet reads as the value that the plain model reads; what is written of it has
-// digits of the alphabet only, ends with a NUL behind which nothing is touched, and reads back as
-// the same value.
+// Decodes any text in any alphabet and compares the value with the plain model's. The value,
+// written again, has only digits of the alphabet, ends with a NUL after which nothing is written,
+// and reads back as the same value.
 //
-// The input: how many characters the alphabet has, its characters, the text.
+// The input is one byte for the number of the alphabet's characters, these characters, and the
+// text.
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz/Require.h"
 #include "kt/bigint.h"
 #include "tests/bigint/Records.h"
 #include "tests/bigint/model/Model.h"
 
+namespace kt::test {
 namespace {
 
-using namespace kt::test;
+constexpr std::size_t longestForModel = 3000;  // digits; the model's time grows with their square
 
-constexpr std::size_t longestForModel = 3000;  // digits; a plain decode takes the square of it
-
-void require(bool condition) {
-  if (!condition) std::abort();
-}
-
-// The characters that can be digits, each once: neither a NUL nor a sign. Without two, decimal.
+// Returns the distinct characters that can be digits, without NUL and '-'; decimal if fewer than
+// two.
 std::string alphabetOf(const std::string &characters) {
   std::string alphabet;
   for (const char character : characters) {
@@ -35,6 +33,7 @@ std::string alphabetOf(const std::string &characters) {
   return alphabet.size() < 2 ? _KTINT_DEC_VECTOR : alphabet;
 }
 
+// Requires the model to decode the text to the same value, within the capacity that it allows.
 void checkAgainstModel(const Record &value, const std::string &text, const std::string &alphabet) {
   if (text.size() > longestForModel) return;
   model::Int plain = model::alloc(-1);
@@ -44,7 +43,7 @@ void checkAgainstModel(const Record &value, const std::string &text, const std::
   require(value->length <= value->capacity && value->capacity <= plain.capacity);
 }
 
-// What is written, in a block that is as long as it has to be.
+// Returns the value as text, and requires that nothing is written after its NUL.
 std::string written(const Record &value, const std::string &alphabet) {
   std::string text = encoded(value.get(), alphabet);
   std::string exact(text.size() + 9, '\x7E');
@@ -53,6 +52,7 @@ std::string written(const Record &value, const std::string &alphabet) {
   return text;
 }
 
+// Requires digits of the alphabet only, the sign of the value, and no leading zero.
 void checkDigits(const Record &value, const std::string &text, const std::string &alphabet) {
   const std::size_t start = value->negative ? 1 : 0;
   require(text.find_first_not_of(alphabet, start) == std::string::npos);
@@ -61,14 +61,16 @@ void checkDigits(const Record &value, const std::string &text, const std::string
 }
 
 }  // namespace
+}  // namespace kt::test
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size) {
+  using namespace kt::test;
   if (size == 0) return 0;
   const std::string input(bytes + 1, bytes + size);
   const std::size_t alphabetSize = std::min<std::size_t>(bytes[0], input.size());
   const std::string alphabet = alphabetOf(input.substr(0, alphabetSize));
-  const std::string behind = input.substr(alphabetSize);
-  const std::string text = behind.substr(0, behind.find('\0'));
+  const std::string rest = input.substr(alphabetSize);
+  const std::string text = rest.substr(0, rest.find('\0'));
 
   const Record value = number(-1);
   _KtIntDecode(text.c_str(), value.get(), alphabet.c_str());

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 
-// Whatever a program does with four records, it leaves every field as the plain model of the
-// integers does.
+// Runs the input as a program on four records of the library and of the plain model, and requires
+// every field of both to be equal after each instruction.
 //
-// The input is the program, instruction by instruction: a byte for what is done; a byte for the
-// records that it is done to, two bits for each; then, for a load, the number of words, the number
-// of words that repeat, and these; for a conversion, the alphabet's size, the text's size and the
-// text; for every other function, a number of four bytes.
+// An instruction is one byte for the operation, one byte for its records, two bits each, and:
+// - for a load, the number of words, the length of their period, and the words of one period;
+// - for a conversion, the size of the alphabet, the size of the text, and the text;
+// - for any other function, a number of four bytes.
 #include <algorithm>
-#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -16,14 +16,14 @@
 
 #include "tests/bigint/Twins.h"
 
+namespace kt::test {
 namespace {
 
-using namespace kt::test;
-
 constexpr int maxInstructions = 100;         // the model takes milliseconds for a long division
-constexpr std::int64_t longestEncoded = 12;  // words; it takes a division for each digit
+constexpr std::int64_t longestEncoded = 12;  // words; the model divides once for each digit
 constexpr std::int32_t largestExponent = 64;
 
+// The rest of the input. Reads as zeros past its end.
 class Program {
  public:
   Program(const std::uint8_t *bytes, std::size_t size) : next_(bytes), end_(bytes + size) {}
@@ -51,7 +51,7 @@ class Program {
   const std::uint8_t *end_;
 };
 
-// Characters from '0' on, and '-' not among them.
+// Returns 2 to 71 characters in the order of ASCII from '0', so without '-'.
 std::string alphabetOf(std::size_t size) {
   std::string alphabet;
   for (char character = '0'; alphabet.size() < 2 + size % 70; ++character) {
@@ -89,6 +89,7 @@ std::string call(Program &program, Twins &records, const Operation &operation,
   return records.perform(step);
 }
 
+// Executes one instruction. Returns what differs from the model, or an empty text.
 std::string execute(Program &program, Twins &records) {
   const std::size_t code = program.byte() % (operations().size() + 2);
   const std::uint8_t operands = program.byte();
@@ -98,8 +99,10 @@ std::string execute(Program &program, Twins &records) {
 }
 
 }  // namespace
+}  // namespace kt::test
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size) {
+  using namespace kt::test;
   Program program(bytes, size);
   Twins records(4);
   for (int count = 0; count < maxInstructions && !program.ended(); ++count) {

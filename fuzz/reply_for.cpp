@@ -1,62 +1,56 @@
 // SPDX-License-Identifier: MIT
 
-// Any datagram, as each end takes it. A server gives nothing, the bare empty dictionary, an
-// envelope with its signature and the right handshake answer, or the one exception that an echo
-// can't avoid; what it gives, a client reads back and accepts. A client makes something of the
-// bytes or nothing, but never throws.
+// Passes any datagram to both ends. An echo server returns nothing, an empty dictionary, or an
+// envelope that a client accepts, or throws std::invalid_argument for a data packet that is not a
+// dictionary. A client accepts the bytes or not, but never throws.
 #include <cstdint>
-#include <cstdlib>
 #include <optional>
 #include <stdexcept>
 #include <string>
 
 #include "kt/udp/KtMessage.h"
 #include "kt/udp/KtUDPDaemon.h"
+#include "tests/support/EchoDelegate.h"
+#include "tests/support/Require.h"
 
+namespace kt::test {
 namespace {
 
-const std::string signature{kt::defaultSignature};
+const std::string signature{defaultSignature};
 
-struct EchoDelegate {
-  kt::Dictionary replyForRequest(const kt::Dictionary &packet) { return packet; }
-};
-
-void require(bool condition) {
-  if (!condition) std::abort();
-}
-
-void checkReply(const kt::Dictionary &request, const kt::Dictionary &reply) {
+void checkReply(const Dictionary &request, const Dictionary &reply) {
   require(*request.find("_Signature")->asString() == signature);
   if (reply.empty()) return;
   require(reply.size() == 3);
-  const kt::Dictionary *packet = kt::dataPacketOf(request);
-  require(*kt::dataPacketOf(reply) == *packet || *packet->find("KtUDPKeyword") == "HelloKtUDP");
-  const auto back = kt::parseMessage(reply.description());
-  require(back && kt::isReplyTo(request, *back, signature));
+  const Dictionary *packet = dataPacketOf(request);
+  require(*dataPacketOf(reply) == *packet || *packet->find("KtUDPKeyword") == "HelloKtUDP");
+  const auto back = parseMessage(reply.description());
+  require(back && isReplyTo(request, *back, signature));
 }
 
-void serve(const std::optional<kt::Dictionary> &request) {
+void serve(const std::optional<Dictionary> &request) {
   EchoDelegate delegate;
-  static KtUDPDaemon daemon;  // has a receive buffer, which is slow to make
+  static KtUDPDaemon daemon;  // static: its receive buffer is slow to allocate
   daemon.setDelegate(&delegate);
   try {
     if (const auto reply = daemon.replyFor(request)) checkReply(request.value(), *reply);
   } catch (const std::invalid_argument &) {
-    require(request->contains("_DataPacket") && kt::dataPacketOf(*request) == nullptr);
+    require(request->contains("_DataPacket") && dataPacketOf(*request) == nullptr);
   }
 }
 
-void listen(const kt::Dictionary &reply) noexcept {
-  // Whatever comes of it, it has not thrown.
-  (void)kt::isReplyTo(kt::requestEnvelope(signature, 33, std::nullopt), reply, signature);
-  if (const kt::Dictionary *packet = kt::dataPacketOf(reply)) (void)kt::serverIdOf(*packet);
+void listen(const Dictionary &reply) noexcept {
+  // The result does not matter: noexcept makes an exception end the fuzzer.
+  (void)isReplyTo(requestEnvelope(signature, 33, std::nullopt), reply, signature);
+  if (const Dictionary *packet = dataPacketOf(reply)) (void)serverIdOf(*packet);
 }
 
 }  // namespace
+}  // namespace kt::test
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size) {
   const auto message = kt::parseMessage({reinterpret_cast<const char *>(bytes), size});
-  serve(message);
-  if (message) listen(*message);
+  kt::test::serve(message);
+  if (message) kt::test::listen(*message);
   return 0;
 }

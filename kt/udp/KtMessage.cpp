@@ -4,14 +4,14 @@
 
 #include <sys/random.h>
 
+#include <stdexcept>
 #include <utility>
 
 namespace kt {
 
 namespace {
 
-// Whether the dictionary has the string `expected` under `key`. A number is not the same as the
-// string of its digits.
+// Returns whether the value of `key` is the string `expected`. A number never equals a string.
 bool holdsString(const Dictionary &dictionary, std::string_view key, std::string_view expected) {
   const PropertyList *value = dictionary.find(key);
   const std::string *text = value != nullptr ? value->asString() : nullptr;
@@ -19,6 +19,8 @@ bool holdsString(const Dictionary &dictionary, std::string_view key, std::string
 }
 
 }  // namespace
+
+// ---- Datagrams ----
 
 std::span<const char> datagramBytes(const std::string &text) {
   return {text.c_str(), text.size() + 1};
@@ -29,15 +31,17 @@ std::optional<Dictionary> parseMessage(std::string_view received) {
     PropertyList message = PropertyList::parse(received.substr(0, received.find('\0')));
     if (Dictionary *dictionary = message.asDictionary()) return std::move(*dictionary);
   } catch (const PropertyListError &) {
-    // Whoever sent this speaks another language: for both ends that is the same as silence.
+    // Both ends drop a malformed datagram without an answer.
   }
   return std::nullopt;
 }
 
+// ---- Handshakes ----
+
 std::int32_t freshHandshake() {
   std::uint16_t bits = 0;
-  // A system without random bytes to give still gets an odd value: requests go on working, only
-  // their replies are no longer told from those of an earlier one.
+  // Without a random source every request draws 1: requests still work, but a late reply to an
+  // earlier request is then accepted.
   if (::getentropy(&bits, sizeof bits) != 0) bits = 1;
   return (bits & 0x7FFF) | 1;
 }
@@ -50,6 +54,8 @@ std::int32_t handshakeOf(const Dictionary &envelope) {
   const PropertyList *value = envelope.find(handshakeKey);
   return value != nullptr ? value->intValue() : 0;
 }
+
+// ---- Envelopes and packets ----
 
 Dictionary requestEnvelope(const std::string &signature, std::int32_t handshake,
                            const std::optional<Dictionary> &packet) {
@@ -80,26 +86,38 @@ Dictionary serverIdPacket(const std::string &name, std::int32_t port) {
   return packet;
 }
 
-bool isRequestFor(const Dictionary &request, const std::string &signature) {
-  if (!request.contains(handshakeKey)) return false;
-  return holdsString(request, signatureKey, signature);
-}
-
-bool isDiscovery(const Dictionary &packet) {
-  return holdsString(packet, keywordKey, helloKeyword);
-}
-
 const Dictionary *dataPacketOf(const Dictionary &envelope) {
   const PropertyList *packet = envelope.find(dataPacketKey);
   return packet != nullptr ? packet->asDictionary() : nullptr;
 }
 
 std::optional<Dictionary> takeDataPacket(Dictionary &&envelope) {
-  Dictionary *packet =
-      envelope[dataPacketKey].asDictionary();  // an absent one becomes no dictionary
-  if (packet == nullptr) return std::nullopt;
-  return std::move(*packet);
+  if (dataPacketOf(envelope) == nullptr) return std::nullopt;
+  return std::move(*envelope[dataPacketKey].asDictionary());
 }
+
+// ---- Acceptance by a server ----
+
+bool isRequestFor(const Dictionary &request, const std::string &signature) {
+  if (!request.contains(handshakeKey)) return false;
+  return holdsString(request, signatureKey, signature);
+}
+
+const Dictionary *packetOfRequest(const Dictionary &request) {
+  const PropertyList *content = request.find(dataPacketKey);
+  if (content == nullptr) return nullptr;
+  const Dictionary *packet = content->asDictionary();
+  if (packet == nullptr) {
+    throw std::invalid_argument("the request's data packet is not a dictionary");
+  }
+  return packet->contains(keywordKey) ? packet : nullptr;
+}
+
+bool isDiscovery(const Dictionary &packet) {
+  return holdsString(packet, keywordKey, helloKeyword);
+}
+
+// ---- Acceptance by a client ----
 
 bool isReplyTo(const Dictionary &message, const Dictionary &reply, const std::string &signature) {
   if (handshakeOf(reply) != handshakeAnswer(handshakeOf(message))) return false;

@@ -9,16 +9,24 @@
 #include <utility>
 
 #include "kt/diagnostics/KtDebug.h"
+#include "kt/udp/HostLookup.h"
 #include "kt/udp/KtMessage.h"
+#include "kt/udp/ReadSet.h"
 
 namespace {
 
+using kt::udp::HostAddress;
+
 using Clock = std::chrono::steady_clock;
+
+// The recorded address of a new client. Its bytes are not in network byte order as those of every
+// later address are. Kept: only the log shows it, since discovery replaces it before it sends.
+constexpr std::uint32_t initialInet = 0x7f000001;
 
 constexpr std::int32_t discoveryWaitMs = 50;
 constexpr int discoveryPasses = 2;
 
-// Twice the wait, or the longest there is.
+// Returns twice the wait, saturated.
 std::int32_t doubled(std::int32_t waitMs) {
   using Limits = std::numeric_limits<std::int32_t>;
   return static_cast<std::int32_t>(
@@ -35,10 +43,10 @@ KtUDPClient::KtUDPClient()
       timeout_(100),
       retries_(3),
       sockIn_(kt::Socket::open()),
-      inet_(htonl(INADDR_LOOPBACK)),
+      inet_(initialInet),
       port_(-1),
       buffer_(kt::bufferSize) {
-  (void)sockIn_.allowBroadcast();  // a refusal shows as a discovery that nobody answers
+  (void)sockIn_.allowBroadcast();  // if refused, discovery goes unanswered
 }
 
 KtUDPClient::~KtUDPClient() = default;
@@ -66,20 +74,20 @@ std::string KtUDPClient::hello() const {
 // ---- Addresses ----
 
 void KtUDPClient::broadcastIP() {
-  const kt::HostAddress host = kt::lookUpHost("broadcasthost");
-  inet_ = host.kind == kt::HostAddress::Kind::ipv4 ? host.address : INADDR_BROADCAST;
+  const HostAddress host = kt::udp::lookUpHost("broadcasthost");
+  inet_ = host.kind == HostAddress::Kind::ipv4 ? host.address : INADDR_BROADCAST;
 }
 
 bool KtUDPClient::serverIPFromHostname(const std::string &name) {
-  const kt::HostAddress host = kt::lookUpHost(name);
+  const HostAddress host = kt::udp::lookUpHost(name);
   switch (host.kind) {
-    case kt::HostAddress::Kind::none:
+    case HostAddress::Kind::none:
       KtDebug("Could not resolve host %@ -- fallback broadcast", name);
       inet_ = INADDR_BROADCAST;
       return true;
-    case kt::HostAddress::Kind::other:
+    case HostAddress::Kind::other:
       return false;
-    case kt::HostAddress::Kind::ipv4:
+    case HostAddress::Kind::ipv4:
       break;
   }
   inet_ = host.address;
@@ -113,14 +121,14 @@ bool KtUDPClient::isValidReplyForMessage(const kt::Dictionary &reply,
 void KtUDPClient::sendMessage(const kt::Dictionary &message) {
   const std::string text = message.description();
   const std::span<const char> datagram = kt::datagramBytes(text);
-  // The recorded address and port, on purpose: after discovery they can differ from sin_.
+  // Logs the recorded address and port, which can differ from sin_ after discovery. Kept: it tells
+  // what the server announced.
   KtDebug("sending %@ len %d to %x port %d", text, datagram.size(), inet_, port_);
-  // A datagram that was refused and one that got lost are the same to the caller: the retry covers
-  // both.
+  // A refused datagram counts as a lost one: the retry covers both.
   (void)sockIn_.send(datagram, sin_);
 }
 
-// One datagram behind a wait that said there is one: the reply to `message` in it, or nothing.
+// Receives one datagram after a successful wait. Returns the reply to `message` in it, or nothing.
 std::optional<kt::Dictionary> KtUDPClient::receiveReply(const kt::Dictionary &message) {
   const std::ptrdiff_t count = sockIn_.receive(std::span(buffer_).first(kt::receiveLimit), sinrep_);
   if (count <= 0) {
@@ -137,13 +145,13 @@ std::optional<kt::Dictionary> KtUDPClient::receiveReply(const kt::Dictionary &me
 }
 
 std::optional<kt::Dictionary> KtUDPClient::validateReplyForMessage(const kt::Dictionary &message) {
-  // Made once per call on purpose: a wait that ends without data empties the set, so that later
-  // waits of this call only let their time pass.
-  kt::ReadSet readSet(sockIn_);
+  // Made once per call: a wait that ends without data empties the set, and later waits of this call
+  // only let their time pass. Kept: a later reply is read in the next period.
+  kt::udp::ReadSet readSet(sockIn_);
   const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeout_);
   do {
     if (readSet.wait(&timeValue_) <= 0) {
-      KtDebug("Bad select");  // said of a time-out as well as of an error
+      KtDebug("Bad select");  // on a timeout too; kept, as people search logs for these words
     } else if (std::optional<kt::Dictionary> reply = receiveReply(message)) {
       return reply;
     }
@@ -174,13 +182,11 @@ void KtUDPClient::sendToPorts(const std::vector<std::int32_t> &ports,
 }
 
 bool KtUDPClient::connectToServer() {
-  const std::vector<std::int32_t> ports = ports_;  // an override may change them on the way
+  const std::vector<std::int32_t> ports = ports_;  // an override of broadcastIP may change them
   broadcastIP();
   const kt::Dictionary discovery = kt::discoveryPacket();
   const kt::Dictionary envelope = kt::requestEnvelope(signature_, kt::freshHandshake(), discovery);
-  sin_ = sockaddr_in{};
-  sin_.sin_family = AF_INET;
-  sin_.sin_addr.s_addr = inet_;
+  sin_ = kt::ipv4(inet_, 0);  // sendToPorts sets the port
   for (int pass = 0; pass < discoveryPasses; ++pass) {
     sendToPorts(ports, envelope);
     KtDebug("Done sending requests; now listening for reply");
@@ -191,7 +197,7 @@ bool KtUDPClient::connectToServer() {
     KtDebug("Server listening on port %d", port_);
     if (!replyForRequest(discovery)) {
       KtDebug("Invalid reply resolution, broadcast fallback");
-      broadcastIP();  // changes the recorded address only; requests go on to sin_
+      broadcastIP();  // changes the recorded address only; requests are still sent to sin_
     }
     return true;
   }

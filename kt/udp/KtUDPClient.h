@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 
-// Finds a server by broadcast and sends it requests over UDP. Every call blocks until a reply has
-// come or its time is up. One object has one socket and one receive buffer for its whole life and
-// serves one thread at a time; several objects may live on several threads.
+// Finds a server by broadcast and sends it requests over UDP. Every call blocks until a reply
+// arrives or its time is up. An object keeps one socket and one receive buffer for its whole life.
+// It serves one thread at a time; different objects may be used on different threads.
 //
 //   KtUDPClient client;
 //   if (client.connectToServer()) reply = client.replyForRequest(packet);
 //
-// Failures are empty or false results, never exceptions. They, and all that is sent and received,
-// show in the debug log.
+// Failures are empty or false results, never exceptions. The debug log shows them, and everything
+// that is sent and received.
 #ifndef KT_UDP_KTUDPCLIENT_H
 #define KT_UDP_KTUDPCLIENT_H
 
@@ -23,77 +23,78 @@
 #include "kt/foundation/PropertyList.h"
 #include "kt/udp/Socket.h"
 
-#pragma GCC visibility push(default)
-
 class KtUDPClient {
  public:
-  // A client without a server: default ports and signature, base time-out 100 ms, 3 retries. A
-  // socket that could not be opened shows as requests without replies.
+  // Creates an unconnected client: default ports and signature, base timeout 100 ms, 3 retries. If
+  // the system refuses a socket, every request goes unanswered.
   KtUDPClient();
   KtUDPClient(const KtUDPClient &) = delete;
   KtUDPClient &operator=(const KtUDPClient &) = delete;
   virtual ~KtUDPClient();
 
-  // The ports at which discovery looks for servers, in this order; the low 16 bits of each count.
+  // Sets the ports to which discovery is sent, in this order. Only the low 16 bits of each are
+  // used.
   void setPorts(std::vector<std::int32_t> ports);
 
-  // The first wait of a request, and how long each send of it is listened for, in milliseconds.
-  // Taken unchecked.
+  // Sets the base timeout in milliseconds: the first wait of a request, and the minimum time for
+  // which the client listens after each send. The value is not checked.
   void setBaseReplyTimeout(std::int32_t milliseconds);
 
-  // The signature of every request, and required of every reply.
+  // Sets the signature that requests carry and that replies must carry.
   void setSignature(std::string signature);
 
-  // How often an unanswered request is sent again, 0 or more. A negative number is ignored.
+  // Sets how often an unanswered request is sent again. Ignores a negative number.
   void setNumberOfRetries(std::int32_t retries);
 
-  // The text of the discovery request's data packet: `{ KtUDPKeyword = HelloKtUDP; }`.
+  // Returns the text of the discovery packet: `{ KtUDPKeyword = HelloKtUDP; }`.
   [[nodiscard]] std::string hello() const;
 
-  // Makes inet() the address of the host "broadcasthost", or 255.255.255.255 when no IPv4 host of
-  // that name is known. Override it to discover elsewhere: serverIPFromHostname takes any address.
+  // Sets inet() to the address of the host "broadcasthost", or to 255.255.255.255 if there is no
+  // IPv4 host of that name. To discover elsewhere, override it with a call of serverIPFromHostname,
+  // which takes any address.
   virtual void broadcastIP();
 
-  // Makes inet() the address of the host `name`. True as well for a host that is not known, which
-  // makes inet() 255.255.255.255: the fallback counts as success on purpose. False, with inet() as
-  // it was, for a host that is not IPv4.
+  // Sets inet() to the first IPv4 address of the host `name` and returns true. An unknown host sets
+  // inet() to 255.255.255.255 and also returns true: the fallback counts as success. Returns false
+  // and leaves inet() unchanged if the host has no IPv4 address.
   virtual bool serverIPFromHostname(const std::string &name);
 
-  // The longest single wait for a datagram. 0 becomes 100 ms; it never means a poll.
+  // Sets the longest single wait for a datagram. 0 becomes 100 ms: the client never polls.
   void setRcvTimeout(std::int32_t milliseconds);
 
-  // Whether `packet`, a reply's data packet or null for none, identifies a server. If so, records
-  // its address in inet() and its port in port().
+  // Returns whether `packet`, the data packet of a reply or null, identifies a server. If so,
+  // records its address in inet() and its port in port().
   virtual bool isServerIdReply(const kt::Dictionary *packet);
 
-  // Whether the envelope `reply` answers the envelope `message`: its handshake is the answer to the
-  // message's and it has this client's signature.
+  // Returns whether the envelope `reply` answers the envelope `message`: its handshake answers that
+  // of `message`, and it carries this client's signature.
   [[nodiscard]] virtual bool isValidReplyForMessage(const kt::Dictionary &reply,
                                                     const kt::Dictionary &message) const;
 
-  // Listens for a reply to `message` until one is accepted, or until a wait or a dropped datagram
-  // ends after the base time-out. The reply's envelope, or nothing.
+  // Listens for a reply to `message` and returns its envelope. Returns nothing once the base
+  // timeout has passed and a wait ends or a datagram is dropped.
   [[nodiscard]] std::optional<kt::Dictionary> validateReplyForMessage(
       const kt::Dictionary &message);
 
-  // Sends the envelope `message` to sin() as one datagram. A message that is too large, or that the
-  // system refuses, is lost without a sign.
+  // Sends the envelope `message` to sin() as one datagram. Reports nothing if it is too large or
+  // the system refuses it.
   void sendMessage(const kt::Dictionary &message);
 
-  // Sends the envelope `message` and listens, up to 1 + retries() times with doubled waits. The
-  // reply's envelope, or nothing.
+  // Sends the envelope `message` and listens, at most 1 + retries() times, with waits that double.
+  // Returns the reply's envelope, or nothing.
   [[nodiscard]] std::optional<kt::Dictionary> replyForMessage(const kt::Dictionary &message);
 
-  // Discovery: asks every port at the broadcast address, twice if need be, and takes the first
-  // server that answers. True makes the client ready for requests; false leaves port() -1. Ready
-  // it is even when the server then leaves a confirming request without an answer.
+  // Discovers a server: sends to every port at the broadcast address, in at most two passes, and
+  // takes the first server that answers. Returns true once a server was found, even if it then
+  // ignores the confirming request; returns false, with port() == -1, if none answered.
   [[nodiscard]] bool connectToServer();
 
   // Sends the data packet `packet` to the server found and returns the data packet of its answer.
-  // Nothing at once, without sending, before a successful connectToServer; nothing after about the
-  // sum of the doubled waits (1.5 s by default) when no send is answered; nothing for an answer
-  // whose data packet is no dictionary. An empty `packet` is sent as an envelope without one, which
-  // no server answers.
+  // Returns nothing
+  // - at once, without sending, if port() < 0: there was no successful connectToServer;
+  // - after the sum of the doubled waits (1.5 s by default) if no send is answered;
+  // - if the answer's data packet is not a dictionary.
+  // Without a `packet` the envelope has none either; the server's reply to that is dropped.
   [[nodiscard]] std::optional<kt::Dictionary> replyForRequest(
       const std::optional<kt::Dictionary> &packet);
 
@@ -102,6 +103,8 @@ class KtUDPClient {
   [[nodiscard]] std::int32_t timeout() const { return timeout_; }
   [[nodiscard]] std::int32_t retries() const { return retries_; }
   [[nodiscard]] int sockIn() const { return sockIn_.descriptor(); }
+  // The address that discovery sends to, then that of the server's name. In network byte order, but
+  // a new client has the number 0x7f000001.
   [[nodiscard]] std::uint32_t inet() const { return inet_; }
   [[nodiscard]] std::int32_t port() const { return port_; }
   [[nodiscard]] const sockaddr_in &sin() const { return sin_; }
@@ -112,20 +115,18 @@ class KtUDPClient {
   void sendToPorts(const std::vector<std::int32_t> &ports, const kt::Dictionary &envelope);
   std::optional<kt::Dictionary> receiveReply(const kt::Dictionary &message);
 
-  std::vector<std::int32_t> ports_;  // where discovery looks, in order
+  std::vector<std::int32_t> ports_;  // to which discovery is sent, in order
   std::string signature_;            // in every request, and required in every reply
   std::int32_t timeout_;             // milliseconds; the base of waits and deadlines
-  std::int32_t retries_;             // sends after the first one of a request; never negative
-  kt::Socket sockIn_;                // sends and receives; without a descriptor if none was had
-  std::uint32_t inet_;               // the recorded server address, network order; for the log only
-  std::int32_t port_;                // the recorded server port; -1 while no server is known
+  std::int32_t retries_;             // sends of a request after the first one; >= 0
+  kt::Socket sockIn_;                // sends and receives
+  std::uint32_t inet_;               // the recorded address; requests log it and go to sin_
+  std::int32_t port_;                // the recorded server port; < 0: no requests are sent
   std::vector<char> buffer_;         // receives datagrams; kt::bufferSize bytes
-  sockaddr_in sin_{};                // where datagrams really go; unset before discovery
-  sockaddr_in sinrep_{};             // where the last received datagram came from
-  timeval timeValue_{};              // the longest single wait; unset before setRcvTimeout
-  [[maybe_unused]] std::int32_t recvport_ = 0;  // kept, though nothing uses it
+  sockaddr_in sin_{};                // the destination of datagrams; zero before discovery
+  sockaddr_in sinrep_{};             // the sender of the last received datagram
+  timeval timeValue_{};              // the longest single wait; zero before setRcvTimeout
+  [[maybe_unused]] std::int32_t recvport_ = 0;  // unused, kept as part of the class
 };
-
-#pragma GCC visibility pop
 
 #endif

@@ -2,7 +2,6 @@
 
 #include "kt/udp/KtUDPDaemon.h"
 
-#include <cerrno>
 #include <span>
 #include <stdexcept>
 #include <utility>
@@ -11,6 +10,7 @@
 #include "kt/foundation/HostName.h"
 #include "kt/udp/KtMessage.h"
 #include "kt/udp/KtUDPClient.h"
+#include "kt/udp/ReadSet.h"
 
 // ---- Set-up ----
 
@@ -68,26 +68,24 @@ kt::Dictionary KtUDPDaemon::answerTo(const kt::Dictionary &packet) {
   if (kt::isDiscovery(packet)) return kt::serverIdPacket(kt::hostName(), port_);
   if (responder_ == nullptr) throw std::logic_error("no delegate to answer the request");
   std::optional<kt::Dictionary> answer = responder_(delegate_, packet);
-  if (!answer) throw std::logic_error("the delegate gave no answer to the request");
+  if (!answer) throw std::logic_error("the delegate returned no answer to the request");
   return *std::move(answer);
 }
 
 std::optional<kt::Dictionary> KtUDPDaemon::replyFor(const std::optional<kt::Dictionary> &request) {
   if (!request || !kt::isRequestFor(*request, signature_)) return std::nullopt;
-  const kt::PropertyList *content = request->find(kt::dataPacketKey);
-  if (content == nullptr) return kt::Dictionary();
-  const kt::Dictionary *packet = content->asDictionary();
-  if (packet == nullptr) throw std::invalid_argument("the request's data packet is no dictionary");
-  // Bare on purpose: without signature and handshake every client drops it.
-  if (!packet->contains(kt::keywordKey)) return kt::Dictionary();
+  const kt::Dictionary *packet = kt::packetOfRequest(*request);
+  // The bare reply: without signature and handshake, every client drops it. Kept as part of the
+  // format.
+  if (packet == nullptr) return kt::Dictionary();
   return kt::replyEnvelope(signature_, kt::handshakeOf(*request), answerTo(*packet));
 }
 
 // ---- Serving ----
 
-// The next datagram's size, or -1 when there was none behind a wait that promised one. While
-// requests queue up the next one is there already: asking for it first spares its wait.
-std::ptrdiff_t KtUDPDaemon::nextDatagram(kt::ReadSet &readSet, sockaddr_in &sender) {
+// Returns the size of the next datagram, or -1 if a wait ended but the kernel had dropped it. Under
+// load the next datagram is already queued; trying to receive first saves a select.
+std::ptrdiff_t KtUDPDaemon::nextDatagram(kt::udp::ReadSet &readSet, sockaddr_in &sender) {
   const std::span<char> buffer = std::span(buffer_).first(kt::receiveLimit);
   const std::ptrdiff_t count = socketIn_.receive(buffer, sender);
   if (count >= 0) return count;
@@ -98,23 +96,23 @@ std::ptrdiff_t KtUDPDaemon::nextDatagram(kt::ReadSet &readSet, sockaddr_in &send
 
 void KtUDPDaemon::processQueries() {
   if (socketIn_.descriptor() < 0) return;
-  kt::ReadSet readSet(socketIn_);
+  kt::udp::ReadSet readSet(socketIn_);
   KtDebug("Registered and waiting.");
   for (;;) {
     sockaddr_in sender{};
     const std::ptrdiff_t count = nextDatagram(readSet, sender);
-    // Before the NUL is set, so that the line may show the rest of an earlier datagram: kept on
-    // purpose, and safe, since the buffer's last byte is always NUL.
+    // Logged before the NUL is set, so the line may show the end of an earlier, longer datagram.
+    // Kept, and safe: the buffer's last byte is always NUL.
     KtDebug("Received request\n%s %d", buffer_.data(), count);
     if (count >= 0) ++received_;
-    if (count > 0) serve({buffer_.data(), static_cast<std::size_t>(count)}, sender);
+    if (count > 0) serve(static_cast<std::size_t>(count), sender);
   }
 }
 
-void KtUDPDaemon::serve(std::span<char> datagram, const sockaddr_in &sender) {
-  buffer_[datagram.size()] = '\0';
-  const std::optional<kt::Dictionary> reply =
-      replyFor(kt::parseMessage({datagram.data(), datagram.size()}));
+// Answers the request in the first `size` bytes of the buffer.
+void KtUDPDaemon::serve(std::size_t size, const sockaddr_in &sender) {
+  buffer_[size] = '\0';
+  const std::optional<kt::Dictionary> reply = replyFor(kt::parseMessage({buffer_.data(), size}));
   if (!reply) {
     KtDebug("No reply specified.");
     return;
@@ -122,6 +120,6 @@ void KtUDPDaemon::serve(std::span<char> datagram, const sockaddr_in &sender) {
   ++answered_;
   const std::string text = reply->description();
   KtDebug("Sending reply %@", text);
-  // A refused send is a lost datagram: the client asks again.
+  // A refused datagram counts as a lost one: the client sends its request again.
   (void)socketIn_.send(kt::datagramBytes(text), sender);
 }

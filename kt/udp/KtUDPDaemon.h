@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 
 // A request/reply server over UDP: binds the first free port of a list, answers discovery itself
-// and hands every other request to a delegate. A host configures it, calls registerPort and then
-// processQueries, on a thread of its choice; from then on the object belongs to that thread.
+// and passes every other request to a delegate. A host configures it, calls registerPort and then
+// processQueries, on a thread of its choice; from then on only that thread may use the object.
 //
 //   KtUDPDaemon daemon;
 //   daemon.setDelegate(&application);
 //   if (daemon.registerPort()) daemon.processQueries();
 //
-// Serving never ends by itself; the host ends by ending the process.
+// Serving never ends by itself; the host ends it by ending the process.
 #ifndef KT_UDP_KTUDPDAEMON_H
 #define KT_UDP_KTUDPDAEMON_H
 
@@ -17,18 +17,19 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
 #include "kt/foundation/PropertyList.h"
 #include "kt/udp/Socket.h"
 
-#pragma GCC visibility push(default)
-
 namespace kt {
 
-// A class with the method that the server asks of its delegate.
+namespace udp {
+class ReadSet;
+}
+
+// A class with the method that the server calls on its delegate.
 template <class Delegate>
 concept RequestResponder = requires(Delegate &delegate, const Dictionary &packet) {
   std::optional<Dictionary>(delegate.replyForRequest(packet));
@@ -38,64 +39,69 @@ concept RequestResponder = requires(Delegate &delegate, const Dictionary &packet
 
 class KtUDPDaemon {
  public:
-  // A server without a socket: default ports and signature, no delegate, not unique.
+  // Creates a server without a socket: default ports and signature, no delegate, not unique.
   KtUDPDaemon();
   KtUDPDaemon(const KtUDPDaemon &) = delete;
   KtUDPDaemon &operator=(const KtUDPDaemon &) = delete;
   ~KtUDPDaemon();
 
-  // The ports to try, in this order; the low 16 bits of each count, 0 lets the system choose.
+  // Sets the ports to try, in this order. Only the low 16 bits of each are used; 0 lets the system
+  // choose.
   void setPorts(std::vector<std::int32_t> ports);
 
-  // The signature that requests must carry and that replies are sent with.
+  // Sets the signature that requests must carry and that replies carry.
   void setSignature(std::string signature);
 
-  // The object that answers requests, through its method
-  //   kt::Dictionary replyForRequest(const kt::Dictionary &packet), or std::optional of it.
-  // It is called on the serving thread with the request's data packet and returns the reply's. Any
-  // class will do. The delegate is not owned and must live as long as the server serves.
+  // Sets the object that answers requests. Any class with this method will do:
+  //   kt::Dictionary replyForRequest(const kt::Dictionary &packet);
+  // It may also return std::optional<kt::Dictionary>. It is called on the serving thread with the
+  // request's data packet and returns the reply's. The delegate is not owned and must live as long
+  // as the server serves. Null removes it.
   template <class Delegate>
   KtUDPDaemon &setDelegate(Delegate *delegate);
   KtUDPDaemon &setDelegate(std::nullptr_t);
 
-  // Whether registerPort refuses while another server of this signature answers.
+  // Sets whether registerPort fails while another server with this signature answers.
   void setMustBeUnique(bool unique);
 
-  // The client class that looks for such a server. It is default-constructed and must have
-  // setSignature, setPorts, setNumberOfRetries, setBaseReplyTimeout and connectToServer as
-  // KtUDPClient, the default, has them.
+  // Sets the client class that looks for such a server; the default is KtUDPClient. It must be
+  // default-constructible and have KtUDPClient's setSignature, setPorts, setNumberOfRetries,
+  // setBaseReplyTimeout and connectToServer.
   template <class Client>
   void setCounterpartClass();
 
-  // Whether this server may start: true without any traffic unless it must be unique, else whether
-  // no server of this signature answers on any of the ports. Blocks for the discovery's time.
+  // Returns whether this server may start. If it need not be unique, returns true without any
+  // traffic. Otherwise runs a discovery and returns whether no server with this signature answers
+  // on any of the ports.
   [[nodiscard]] bool ensureUniqueness();
 
-  // Binds the first port of the list that is free. False when none is, or when the server must be
-  // unique and is not; the server is then as it was.
+  // Binds the first free port of the list. Returns false and changes nothing if none is free, or if
+  // the server must be unique and another one answers.
   [[nodiscard]] bool registerPort();
 
-  // The reply to a parsed request: nothing for none, for one without "_Handshake" and for another
-  // signature; a bare empty dictionary for one without a keyword, which clients drop; otherwise the
-  // envelope around the answer.
-  // Throws std::invalid_argument when the data packet is no dictionary, std::logic_error when the
-  // delegate is missing or gives no answer, and whatever the delegate throws.
+  // Returns the reply to a parsed request:
+  // - nothing if there is no request, no "_Handshake", or another signature;
+  // - an empty dictionary, which clients drop, if there is no data packet or no keyword in it;
+  // - otherwise the envelope of the answer.
+  // Throws std::invalid_argument if the data packet is not a dictionary, std::logic_error if the
+  // delegate is missing or returns no answer, and whatever the delegate throws.
   [[nodiscard]] std::optional<kt::Dictionary> replyFor(
       const std::optional<kt::Dictionary> &request);
 
-  // Serves. Returns at once when no port is registered, otherwise never. What replyFor throws
-  // leaves it; called again it goes on with the next datagram.
+  // Serves. Returns at once if no port is registered, otherwise never. Exceptions from replyFor
+  // propagate; when called again, it continues with the next datagram.
   void processQueries();
 
   [[nodiscard]] const std::vector<std::int32_t> &ports() const { return ports_; }
   [[nodiscard]] const std::string &signature() const { return signature_; }
   [[nodiscard]] int socketIn() const { return socketIn_.descriptor(); }
-  // The port that is bound, 0 before registerPort succeeded.
+  // The bound port; 0 before registerPort succeeded.
   [[nodiscard]] std::int32_t port() const { return port_; }
   [[nodiscard]] bool unique() const { return unique_; }
 
-  // How many datagrams processQueries has received, and for how many of them it has sent a reply.
-  // For the serving thread, so for the delegate, whose request has been received and not answered.
+  // How many datagrams processQueries has received, and to how many of them it has replied. Only
+  // the serving thread may call these, for example the delegate; its current request is received
+  // but not yet answered.
   [[nodiscard]] std::uint64_t received() const { return received_; }
   [[nodiscard]] std::uint64_t answered() const { return answered_; }
 
@@ -108,20 +114,20 @@ class KtUDPDaemon {
                                    const std::vector<std::int32_t> &ports);
 
   kt::Dictionary answerTo(const kt::Dictionary &packet);
-  std::ptrdiff_t nextDatagram(kt::ReadSet &readSet, sockaddr_in &sender);
-  void serve(std::span<char> datagram, const sockaddr_in &sender);
+  std::ptrdiff_t nextDatagram(kt::udp::ReadSet &readSet, sockaddr_in &sender);
+  void serve(std::size_t size, const sockaddr_in &sender);
 
-  void *delegate_ = nullptr;         // answers requests, not owned; null when there is none
-  Responder responder_ = nullptr;    // calls the delegate's method; null when it has none
+  void *delegate_ = nullptr;         // answers requests; not owned; null if there is none
+  Responder responder_ = nullptr;    // calls the delegate's method; null if it has none
   std::vector<std::int32_t> ports_;  // to try, in order
   std::string signature_;            // required in requests, sent in replies
-  kt::Socket socketIn_;              // bound; without a descriptor until registered
-  std::int32_t port_ = 0;            // the port bound; 0 until registered
+  kt::Socket socketIn_;              // without a descriptor until registered
+  std::int32_t port_ = 0;            // the bound port; 0 until registered
   std::vector<char> buffer_;         // receives datagrams; kt::bufferSize bytes
   Probe counterpart_;                // looks for another server with the counterpart class
-  bool unique_ = false;              // whether the server must be the only one answering
-  std::uint64_t received_ = 0;       // datagrams received, empty ones too
-  std::uint64_t answered_ = 0;       // datagrams that a reply was sent for
+  bool unique_ = false;              // whether the server must be the only one that answers
+  std::uint64_t received_ = 0;       // datagrams received, including empty ones
+  std::uint64_t answered_ = 0;       // datagrams that got a reply
 };
 
 template <class Delegate>
@@ -152,7 +158,5 @@ template <class Client>
 void KtUDPDaemon::setCounterpartClass() {
   counterpart_ = &anotherServerAnswers<Client>;
 }
-
-#pragma GCC visibility pop
 
 #endif

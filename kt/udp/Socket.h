@@ -1,27 +1,30 @@
 // SPDX-License-Identifier: MIT
 
-// What the client and the server of this folder need of the operating system: an owned IPv4 UDP
-// socket, waiting with select, and host names. Nothing here knows what a message is. A socket
-// serves one thread at a time; the functions may be called from any thread.
+// An owned IPv4 UDP socket and the addresses that it sends to. Nothing here knows the message
+// format. A Socket serves one thread at a time.
 #ifndef KT_UDP_SOCKET_H
 #define KT_UDP_SOCKET_H
 
 #include <netinet/in.h>
-#include <sys/time.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
-#include <string>
-#include <string_view>
-#include <vector>
-
-#pragma GCC visibility push(default)
 
 namespace kt {
 
-// Owns one IPv4 UDP socket, or none. Moved, not copied; closed by the destructor.
+// Returns the socket address of `address` (network byte order, as the resolver returns it) and
+// `port` (host byte order).
+[[nodiscard]] inline sockaddr_in ipv4(std::uint32_t address, std::uint16_t port) {
+  sockaddr_in result{};
+  result.sin_family = AF_INET;
+  result.sin_addr.s_addr = address;
+  result.sin_port = htons(port);
+  return result;
+}
+
+// Owns one IPv4 UDP socket, or none. Moved, not copied; closed by the destructor. Without a
+// descriptor every call fails.
 class Socket {
  public:
   Socket() = default;
@@ -29,68 +32,36 @@ class Socket {
   Socket &operator=(Socket &&other) noexcept;
   ~Socket();
 
-  // A new close-on-exec socket; one without a descriptor when the system refuses.
+  // Opens a close-on-exec socket. Returns one without a descriptor if the system refuses.
   [[nodiscard]] static Socket open();
 
-  // The descriptor, -1 when there is none. The socket goes on owning it.
+  // Returns the descriptor, or -1 if there is none. The Socket remains its owner.
   [[nodiscard]] int descriptor() const noexcept { return descriptor_; }
 
-  // Lets datagrams be sent to broadcast addresses. False when the system refuses.
+  // Permits sending to broadcast addresses. Returns false if the system refuses.
   bool allowBroadcast();
 
-  // Binds to every local interface at `port` (host byte order; 0 lets the system choose). False
-  // when the port can't be had.
+  // Binds to every local interface at `port` (host byte order; 0 lets the system choose). Returns
+  // false if the system refuses, for example because the port is taken.
   [[nodiscard]] bool bind(std::uint16_t port);
 
-  // The port that is bound, in host byte order; 0 when none is.
+  // Returns the bound port in host byte order, or 0 if none is bound.
   [[nodiscard]] std::uint16_t boundPort() const;
 
-  // Sends one datagram. False when the system refused it, with the reason in errno.
+  // Sends one datagram. Returns false if the system refuses it, with the reason in errno.
   bool send(std::span<const char> datagram, const sockaddr_in &destination);
 
-  // Receives one datagram into `buffer` without waiting and stores where it came from in `source`.
-  // The number of bytes, which may be 0; -1 with the reason in errno when there is none (EAGAIN) or
-  // the system failed. What does not fit the buffer is cut off.
+  // Receives one datagram into `buffer` without waiting, and stores its sender in `source`. Returns
+  // the number of bytes, which may be 0, or -1 with the reason in errno (EAGAIN: no datagram).
+  // Truncates a datagram that is longer than `buffer`.
   [[nodiscard]] std::ptrdiff_t receive(std::span<char> buffer, sockaddr_in &source);
 
  private:
   explicit Socket(int descriptor) : descriptor_(descriptor) {}
 
-  int descriptor_ = -1;  // -1 when no socket is owned
+  int descriptor_ = -1;  // -1: no socket is owned
 };
-
-// The set of descriptors that one run of waits looks at: one socket, as large as its descriptor
-// asks (a fixed fd_set ends at 1,023). A wait that ends without data empties the set, as select
-// does; every later wait with it then only lets its time pass.
-class ReadSet {
- public:
-  explicit ReadSet(const Socket &socket);
-
-  // Waits until the socket can be read. `limit` is the longest wait, null for no limit; it is not
-  // changed. What select returns: 1 readable, 0 time is up, -1 an error or a signal, with errno.
-  int wait(const timeval *limit);
-
- private:
-  int descriptor_;                    // -1 when the socket has none: waits only let time pass
-  std::vector<unsigned long> words_;  // select's bit set, at least an fd_set long
-};
-
-// What a host name stands for.
-struct HostAddress {
-  enum class Kind {
-    none,   // no such host
-    other,  // a host without an IPv4 address
-    ipv4
-  };
-  Kind kind = Kind::none;
-  std::uint32_t address = 0;  // in network byte order; only with Kind::ipv4
-};
-
-// Looks a name or a dotted address up. Blocks as long as the system's resolver does.
-[[nodiscard]] HostAddress lookUpHost(const std::string &name);
 
 }  // namespace kt
-
-#pragma GCC visibility pop
 
 #endif

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Directories as the system lists them. Everything that is particular to the system's calls for
-// files is in Listing.cpp. Each object belongs to one walk.
+// Open directories and their entries, as the system lists them. Listing.cpp has every system call
+// of the walker that concerns files. No object here may be used by two threads at once.
 #ifndef KT_WALKER_LISTING_H
 #define KT_WALKER_LISTING_H
 
@@ -11,66 +11,66 @@
 #include <string_view>
 #include <vector>
 
-namespace kt {
+namespace kt::walker {
 
-// Whether there is a directory at `path`, links followed.
+// Returns whether `path` is a directory or a link to one.
 [[nodiscard]] bool isDirectory(const std::string &path);
 
-// An open directory, closed with the object; or none.
+// A directory, open unless opening it failed. Its destructor closes it.
 class Directory {
  public:
-  Directory() = default;
-  // The directory at `path`, links followed. Gives none when it cannot be opened.
+  // Opens the directory at `path` and follows links. isOpen() tells whether that succeeded.
   explicit Directory(const std::string &path);
   Directory(Directory &&other) noexcept;
   Directory &operator=(Directory &&other) = delete;
   ~Directory();
 
-  // The directory at `path`, which an entry of a listing has; nothing when there is no directory.
-  // One that may not be opened is a directory all the same, and not open.
+  // Opens the directory at `path`, which a listing has named. Returns nothing if it is not a
+  // directory. A directory that may not be read is returned with isOpen() == false.
   [[nodiscard]] static std::optional<Directory> at(const std::string &path);
 
   [[nodiscard]] bool isOpen() const { return descriptor_ >= 0; }
   [[nodiscard]] int descriptor() const { return descriptor_; }
 
  private:
-  int descriptor_ = -1;  // -1 when there is none
+  int descriptor_ = -1;  // -1 if it is not open
 };
 
-// What a listing says of an entry.
+// One entry of a listing.
 struct Entry {
   std::string_view name;  // valid until the next directory is listed
-  bool mayBeDirectory;    // false settles it; true may also be a link or an entry of unknown kind
+  bool mayBeDirectory;    // true for a directory, a link and an entry of unknown type
 };
 
-// The entries of the directories that a walk is in, each directory's on top of its parent's. They
-// are kept as the system writes them, in one block for the whole walk, so that listing a directory
-// costs no allocation.
+// A stack of listings: those of the directories from the root of a walk to where it is. They are
+// kept in the system's format in one block, so that listing a directory allocates no memory once
+// the block is large enough.
 class Listings {
  public:
-  // Where entries of one directory stand in the block: from `begin` up to `end`, in bytes.
+  // The part of the block that holds one listing or the rest of it: [begin, end), in bytes.
   struct Range {
     std::size_t begin = 0;
     std::size_t end = 0;
   };
 
-  // Lists `directory` on top of what is there. Nothing when it cannot be listed to its end.
+  // Lists `directory` to its end and pushes the listing. Returns nothing, and pushes nothing, if
+  // the directory is not open or any of its entries cannot be read.
   [[nodiscard]] std::optional<Range> push(const Directory &directory);
 
-  // A range on top without entries, for a directory that cannot be listed.
-  [[nodiscard]] Range none() const { return {used_, used_}; }
+  // Returns the range of a listing without entries on top of the stack.
+  [[nodiscard]] Range emptyRange() const { return {used_, used_}; }
 
-  // Takes the first entry off `rest`, nothing when it is empty. "." and ".." are no entries.
+  // Takes the first entry from `rest`, and skips "." and "..". Returns nothing if none is left.
   [[nodiscard]] std::optional<Entry> next(Range &rest) const;
 
-  // Takes away the range on top.
-  void pop(Range top) { used_ = top.begin; }
+  // Pops the last listing.
+  void pop(Range last) { used_ = last.begin; }
 
  private:
   std::vector<char> block_;
-  std::size_t used_ = 0;  // bytes of the block that hold entries
+  std::size_t used_ = 0;  // bytes of the block that hold listings
 };
 
-}  // namespace kt
+}  // namespace kt::walker
 
 #endif

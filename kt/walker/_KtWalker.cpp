@@ -12,18 +12,18 @@
 
 #include "kt/walker/Listing.h"
 
-// ---- Paths ----
-
 namespace {
 
-std::string_view withoutSlashesAtEnd(std::string_view path) {
+// ---- Paths ----
+
+std::string_view withoutTrailingSlashes(std::string_view path) {
   path.remove_suffix(path.size() - (path.find_last_not_of('/') + 1));
   return path;
 }
 
 std::string_view lastComponent(std::string_view path) {
-  const std::string_view whole = withoutSlashesAtEnd(path);
-  return whole.substr(whole.rfind('/') + 1);
+  path = withoutTrailingSlashes(path);
+  return path.substr(path.rfind('/') + 1);
 }
 
 std::string_view extensionOf(std::string_view name) {
@@ -31,18 +31,14 @@ std::string_view extensionOf(std::string_view name) {
   return dot == std::string_view::npos ? std::string_view() : name.substr(dot + 1);
 }
 
-}  // namespace
-
 // ---- Tildes ----
 
-namespace {
-
-// The home directory that `look` finds in the user database; nothing when it finds no user.
-// `look` is getpwnam_r or getpwuid_r but for its first argument.
+// Returns the home directory of the user that `look` finds in the user database, or nothing.
+// `look` is getpwnam_r or getpwuid_r with its first argument bound.
 template <typename Look>
 std::optional<std::string> homeInDatabase(Look look) {
-  constexpr std::size_t usualSize = 1024;
-  constexpr std::size_t largestSize = 1 << 20;  // the database holds nothing that needs more
+  constexpr std::size_t usualSize = 1024;  // bytes, for the texts of one user
+  constexpr std::size_t largestSize = 1 << 20;
   for (std::size_t size = usualSize; size <= largestSize; size *= 2) {
     std::vector<char> texts(size);
     passwd user{};
@@ -71,16 +67,17 @@ std::string expandingTilde(const std::string &path) {
   const std::optional<std::string> home = user.empty() ? ownHome() : homeOf(user);
   if (!home) return path;
   if (userEnd == path.size()) return *home;
-  return std::string(withoutSlashesAtEnd(*home)) += path.substr(userEnd);
+  return std::string(withoutTrailingSlashes(*home)) += path.substr(userEnd);
 }
 
 }  // namespace
 
-// ---- The walk ----
+// ---- Walks ----
 
-namespace kt {
+namespace kt::walker {
 
-// One walk of a tree. The walker has the settings and the state that outlive it.
+// One walk of one directory and everything below it. It holds what is needed only during the walk;
+// the walker holds the settings and aborted_, which outlive it.
 class Walk {
  public:
   Walk(_KtWalker &walker, std::string root) : walker_(walker), path_(std::move(root)) {}
@@ -91,31 +88,31 @@ class Walk {
   }
 
  private:
-  // Walks the directory at path_ once the delegate has been asked whether it wants an abort.
+  // Walks the directory at path_, after the delegate was asked whether to abort.
   void walkDirectory(Directory directory) {
-    const bool abortStood = walker_.aborted_;
+    const bool wasAborted = walker_.aborted_;
     const Listings::Range entries = list(std::move(directory));
-    reportDirectory(abortStood);
+    reportDirectory(wasAborted);
     visit(entries);
     listings_.pop(entries);
   }
 
-  // Takes the directory in order to close it: however deep the walk, no descriptor stays open. All
-  // entries are read before anything is told of them, so what the delegate does to the directory
-  // changes nothing about which entries are visited.
+  // Lists the directory and closes it, so that a walk holds no descriptor open, however deep it is.
+  // It is listed to its end before anything is reported: what the delegate changes in it does not
+  // change which entries are visited.
   Listings::Range list(Directory directory) {
-    return listings_.push(directory).value_or(listings_.none());
+    return listings_.push(directory).value_or(listings_.emptyRange());
   }
 
-  // The report comes even when the walk is aborted, kept on purpose; but its answer does not undo
-  // an abort that stood before it.
-  void reportDirectory(bool abortStood) {
+  // Reports path_ even if the walk was aborted, so that the delegate learns which directory was
+  // started. Its answer does not clear that abort.
+  void reportDirectory(bool wasAborted) {
     if (walker_.isAcceptableFile(path_)) walker_.fileFound(path_);
-    if (abortStood) walker_.aborted_ = true;
+    if (wasAborted) walker_.aborted_ = true;
   }
 
   void visit(Listings::Range entries) {
-    path_.resize(withoutSlashesAtEnd(path_).size());
+    path_.resize(withoutTrailingSlashes(path_).size());
     path_ += '/';
     const std::size_t prefixSize = path_.size();
     while (!walker_.aborted_) {
@@ -126,33 +123,33 @@ class Walk {
     }
   }
 
-  // The entry's path is made only where it is needed: it is looked at, or told of.
+  // Appends the name to path_ only if the entry is to be entered or reported.
   void visit(const Entry &entry) {
     const bool isAcceptable = walker_.isAcceptableName(entry.name);
     const bool mayBeEntered = walker_.recursive_ && entry.mayBeDirectory;
     if (!isAcceptable && !mayBeEntered) return;
     path_ += entry.name;
-    if (mayBeEntered && walkedAsTree()) return;
+    if (mayBeEntered && walkIfDirectory()) return;
     if (isAcceptable) walker_.fileFound(path_);
   }
 
-  // Walks the tree at path_ if there is a directory. Opening it is how that is found out, so that
-  // what was taken for a directory is walked as one.
-  bool walkedAsTree() {
+  // Walks path_ and returns true, or returns false if it is not a directory. Opening path_ decides,
+  // so that the directory that is found is the one that is walked. No abort needs to be cleared for
+  // the new tree: entries are visited only while aborted_ is false.
+  bool walkIfDirectory() {
     std::optional<Directory> directory = Directory::at(path_);
     if (!directory) return false;
-    walker_.aborted_ = false;
     walker_.askForAbort();
     walkDirectory(*std::move(directory));
     return true;
   }
 
   _KtWalker &walker_;
-  std::string path_;   // of the directory or entry that the walk is at
-  Listings listings_;  // of the directories between the root and path_
+  std::string path_;   // the directory or entry that the walk is at
+  Listings listings_;  // of the directories from the root to path_
 };
 
-}  // namespace kt
+}  // namespace kt::walker
 
 // ---- The walker ----
 
@@ -183,16 +180,16 @@ bool _KtWalker::isAcceptableName(std::string_view name) const {
 }
 
 bool _KtWalker::isDirectoryAtAbsolutePath(const std::string &path) const {
-  return kt::isDirectory(path);
+  return kt::walker::isDirectory(path);
 }
 
 std::optional<std::vector<std::string>> _KtWalker::directoryContentsAtPath(
     const std::string &path) const {
-  kt::Listings listings;
-  std::optional<kt::Listings::Range> rest = listings.push(kt::Directory(path));
+  kt::walker::Listings listings;
+  std::optional<kt::walker::Listings::Range> rest = listings.push(kt::walker::Directory(path));
   if (!rest) return std::nullopt;
   std::vector<std::string> names;
-  while (const std::optional<kt::Entry> entry = listings.next(*rest)) {
+  while (const std::optional<kt::walker::Entry> entry = listings.next(*rest)) {
     names.emplace_back(entry->name);
   }
   return names;
@@ -207,7 +204,7 @@ void _KtWalker::fileFound(const std::string &path) {
 }
 
 void _KtWalker::walkDirectory(const std::string &path) {
-  kt::Walk(*this, path).walkRoot();
+  kt::walker::Walk(*this, path).walkRoot();
 }
 
 void _KtWalker::walkTree(const std::string &path) {

@@ -1,17 +1,19 @@
 // SPDX-License-Identifier: MIT
 
-// Walks directory trees depth first and tells a delegate of each path whose extension is in a list.
-// A walker is configured once and may walk any number of times; each call walks on the calling
-// thread, calls the delegate there and returns when the walk is over. One walker serves one thread
-// at a time, any number of walkers may be at work.
+// Walks directory trees depth first and reports each path whose extension is in a list.
 //
 //   _KtWalker walker;
 //   walker.setFileTypes({"txt", "md"});
 //   walker.setDelegate(&finder);
 //   walker.walkTree("/srv/documents");
 //
-// Paths are bytes, as they stand on the disk. Nothing is sorted: entries come as the file system
-// lists them. Links to directories are followed. What cannot be read is passed over in silence.
+// A walker is configured once and may walk any number of times. A walk calls its delegate on the
+// calling thread and returns when it is over. One walker may be used by one thread at a time;
+// several walkers may walk at the same time.
+//
+// Paths are bytes, reported as the file system stores them. Entries are visited in the order in
+// which the file system lists them. Links to directories are followed. No error is reported: a
+// directory that cannot be read has no entries.
 #ifndef KT_WALKER__KTWALKER_H
 #define KT_WALKER__KTWALKER_H
 
@@ -21,22 +23,19 @@
 #include <string_view>
 #include <vector>
 
-// Friends, named here because what is first named below is visible outside the library.
 namespace kt {
+
+namespace walker {
 class Walk;
-}  // namespace kt
+}  // namespace walker
 
-#pragma GCC visibility push(default)
-
-namespace kt {
-
-// A class with the method by which a walker tells its delegate of a path.
+// A class with the method that receives the paths a walker finds.
 template <class Delegate>
 concept FileFinder = requires(Delegate &delegate, const std::string &path) {
   static_cast<bool>(delegate.fileFound(path));
 };
 
-// A class with the method by which a walker asks its delegate whether to go on.
+// A class with the method that decides whether a walk stops.
 template <class Delegate>
 concept WalkAborter = requires(Delegate &delegate) {
   static_cast<bool>(delegate.wantsAbort());
@@ -46,77 +45,81 @@ concept WalkAborter = requires(Delegate &delegate) {
 
 class _KtWalker {
  public:
-  // A walker that enters subdirectories, without types and without a delegate.
+  // Makes a recursive walker without file types and without a delegate.
   _KtWalker();
   _KtWalker(const _KtWalker &) = delete;
   _KtWalker &operator=(const _KtWalker &) = delete;
   ~_KtWalker();
 
-  // Whether subdirectories are entered. Where they are not, they count as files.
+  // Sets whether subdirectories are entered. If not, they are treated as files.
   void setRecursive(bool recursive);
 
-  // The extensions that are accepted, without their dot: "txt". The empty one accepts names without
-  // extension. Without any type nothing is reported.
+  // Sets the accepted extensions, without their dot: "txt". The empty extension accepts names
+  // without one. If the list is empty, nothing is reported.
   void setFileTypes(std::vector<std::string> types);
 
-  // The object that is told of files. Any class will do; both methods are optional:
-  //   bool fileFound(const std::string &path)   told of an accepted path; false stops the walk. Any
-  //                                             answer that converts to bool will do, so a pointer
-  //                                             or an optional too, but not void.
-  //   bool wantsAbort()                         asked whenever a directory is begun; true stops the
-  //                                             walk, false lets it go on even where an abort stood
-  // The path is the walker's own and holds for the length of the call. What a method throws leaves
-  // the walk, and the walker can be used again. The delegate is not owned and must live as long as
-  // the walker walks.
+  // Sets the object that receives the paths. It may be of any class; both methods are optional.
+  //   bool fileFound(const std::string &path)   Receives an accepted path; false stops the walk.
+  //                                             Any result that converts to bool is allowed, such
+  //                                             as a pointer or an optional. A method that returns
+  //                                             void is not called.
+  //   bool wantsAbort()                         Called at the start of each directory. True stops
+  //                                             the walk; false continues it, even if it was
+  //                                             stopped before.
+  // `path` is valid during the call only. An exception thrown by a method ends the walk and
+  // propagates; the walker can be used again. The delegate is not owned.
+  // Requires: the delegate outlives every walk that uses it.
   template <class Delegate>
   void setDelegate(Delegate *delegate);
   void setDelegate(std::nullptr_t);
 
-  // Whether the extension of `path` is one of the types, to the letter: the text behind the last
-  // dot of its last component, slashes at its end set aside. "a.txt/", "b.c.txt" and ".txt" have
-  // txt; "a", "a." and "d.txt/a" have the empty one.
+  // Returns whether the extension of `path` equals one of the types; case matters. The extension is
+  // the text after the last dot of the last component. Trailing slashes are ignored.
+  // "a.txt/", "b.c.txt" and ".txt" have the extension "txt"; "a", "a." and "d.txt/a" have "".
   [[nodiscard]] bool isAcceptableFile(std::string_view path) const;
 
-  // Whether there is a directory at `path`, or a link that leads to one.
+  // Returns whether `path` is a directory or a link to one.
   [[nodiscard]] bool isDirectoryAtAbsolutePath(const std::string &path) const;
 
-  // The names of the entries of the directory at `path`, hidden ones included, "." and ".." not, in
-  // the file system's order. Nothing when it cannot be listed.
+  // Returns the names in the directory at `path`, hidden ones included, "." and ".." excluded, in
+  // the file system's order. Returns nothing if the directory cannot be listed.
   [[nodiscard]] std::optional<std::vector<std::string>> directoryContentsAtPath(
       const std::string &path) const;
 
-  // Tells the delegate of `path`, whatever its extension, and takes its answer as the new state of
-  // aborted(). Does nothing when there is no delegate or it has no such method.
+  // Passes `path` to the delegate, whatever its extension, and sets aborted() to the opposite of
+  // the result. Does nothing if the delegate has no such method.
   void fileFound(const std::string &path);
 
-  // Walks the directory at `path`, from whatever aborted() holds:
-  // - asks the delegate whether it wants an abort,
-  // - reports `path` itself, as it is given, if it is acceptable, even when the walk is aborted,
-  // - unless it is aborted, visits the entries that the directory had before that report: enters
-  //   directories, by walkTree, and reports other paths that are acceptable. An abort in one entry
-  //   ends it.
-  // A path that is no directory has no entries. An entry's path is `path`, one slash and its name.
-  // A subdirectory is opened, which shows whether it is one, before wantsAbort is asked about it,
-  // and listed behind that. A chain of links that leads back up is followed as far as the system
-  // follows links in one path, 40 of them on Linux.
+  // Walks the directory at `path`. Does not clear aborted() first.
+  // 1. Calls the delegate's wantsAbort, if any, and sets aborted() to its result.
+  // 2. Lists the directory to its end. A path that is not a directory has no entries.
+  // 3. Reports `path` itself, exactly as given, if it is acceptable. This happens even if the walk
+  //    is aborted; the result of that report does not clear the abort.
+  // 4. Visits the entries until the walk is aborted. If recursive(), a subdirectory is walked as by
+  //    walkTree. Any other path is reported if it is acceptable.
+  //
+  // The path of an entry is `path`, exactly one slash, and the entry's name. A subdirectory is
+  // opened before wantsAbort is called for it. Cycles of links are not detected: they end at the
+  // system's limit of links in one path, which is 40 on Linux.
   void walkDirectory(const std::string &path);
 
-  // Clears aborted(), then walks the directory at `path`. A tilde is a character like any other.
+  // Clears aborted(), then walks the directory at `path`. Does not expand a tilde.
   void walkTree(const std::string &path);
 
-  // Clears aborted() once, then walks each of `paths` in this order. A tilde at the front of a path
-  // stands for a home directory: ~ and ~/x for that of HOME or, where that is empty, of the
-  // process's user, ~name and ~name/x for that of the user `name`; it stays when there is none.
-  // Every tree is begun: where an earlier one was aborted, a later one still reports its own path,
-  // and its entries if the delegate's wantsAbort says so.
+  // Clears aborted() once, then walks each path in order, with a leading tilde expanded. `~` and
+  // `~/x` use HOME or, if it is unset or empty, the home of the process's user. `~name` and
+  // `~name/x` use the home of that user. A path is left unchanged if there is no such user.
+  //
+  // Starts every tree, even after an abort. Without wantsAbort, a tree after an aborted one reports
+  // at most its own path; with it, the delegate decides again for each tree.
   void walkTrees(const std::vector<std::string> &paths);
 
-  // Whether the walk is to stop; after a walk, whether it was stopped.
+  // Returns whether the walk is to stop or, after a walk, whether it was stopped.
   [[nodiscard]] bool aborted() const { return aborted_; }
   [[nodiscard]] bool recursive() const { return recursive_; }
 
  private:
-  friend class kt::Walk;
+  friend class kt::walker::Walk;
 
   using FileFound = bool (*)(void *delegate, const std::string &path);
   using WantsAbort = bool (*)(void *delegate);
@@ -126,10 +129,10 @@ class _KtWalker {
 
   bool aborted_ = false;             // whether the walk is to stop
   bool recursive_ = true;            // whether subdirectories are entered
-  void *delegate_ = nullptr;         // is told of files, not owned; null when there is none
-  FileFound fileFound_ = nullptr;    // calls the delegate's method; null when it has none
-  WantsAbort wantsAbort_ = nullptr;  // the same
-  std::vector<std::string> types_;   // the extensions accepted, without dots
+  void *delegate_ = nullptr;         // not owned; nullptr if there is none
+  FileFound fileFound_ = nullptr;    // calls the delegate's method; nullptr if it has none
+  WantsAbort wantsAbort_ = nullptr;  // calls the delegate's method; nullptr if it has none
+  std::vector<std::string> types_;   // accepted extensions, without dots
 };
 
 template <class Delegate>
@@ -148,7 +151,5 @@ void _KtWalker::setDelegate(Delegate *delegate) {
     };
   }
 }
-
-#pragma GCC visibility pop
 
 #endif

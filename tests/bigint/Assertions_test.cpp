@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: MIT
 
-// Every assertion, in a process of its own: its line to the letter on standard error, then an
-// abort. The rows with more than one mistake tell the order in which they are looked for.
+// Every assertion of the C functions, each in a process of its own: it prints its exact line on
+// standard error and aborts. Rows with two errors show which one is checked first.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
 #include "tests/bigint/Records.h"
 
+namespace kt::test {
 namespace {
-
-using namespace kt::test;
 
 struct Row {
   const char *name;
@@ -26,18 +26,19 @@ void PrintTo(const Row &row, std::ostream *stream) {
   *stream << row.name;
 }
 
+// Returns the line that a failed assertion prints.
 std::string failure(const char *unit, int line, const char *condition) {
   return unit + (':' + std::to_string(line)) + ": failed assertion `" + condition + "'\n";
 }
 
-class Assertions : public testing::TestWithParam<Row> {};
+class Assertion : public testing::TestWithParam<Row> {};
 
-TEST_P(Assertions, PrintsItsLineAndAborts) {
+TEST_P(Assertion, PrintsLineAndAborts) {
   GTEST_FLAG_SET(death_test_style, "fast");
   EXPECT_EXIT(GetParam().call(), testing::KilledBySignal(SIGABRT), testing::Eq(GetParam().line));
 }
 
-// Records that the rows share. A row's process is a copy of this one: what it does stays there.
+// Records shared by the rows. Each row runs in a forked process, so that no row changes another's.
 _KtInt *one() {
   static const Record made = number(1);
   return made.get();
@@ -50,7 +51,7 @@ _KtInt *nothing() {
   static const Record made = number(0);
   return made.get();
 }
-_KtInt *unnormalZero() {
+_KtInt *unnormalisedZero() {
   static const Record made = negativeZero(3);
   return made.get();
 }
@@ -62,15 +63,15 @@ std::vector<Row> storageRows() {
   };
   const char *both = "src != NULL && dst != NULL";
   return {
-      {"Free", [] { _KtIntFree(null); }, line(34, "i != NULL")},
-      {"CopyFromNull", [] { _KtIntCopy(null, one()); }, line(43, both)},
-      {"CopyToNull", [] { _KtIntCopy(one(), null); }, line(43, both)},
-      {"CopyOfNullToNull", [] { _KtIntCopy(null, null); }, line(43, both)},
+      {"FreeOfNull", [] { _KtIntFree(null); }, line(34, "i != NULL")},
+      {"CopyOfNull", [] { _KtIntCopy(null, one()); }, line(43, both)},
+      {"CopyIntoNull", [] { _KtIntCopy(one(), null); }, line(43, both)},
+      {"CopyOfNullIntoNull", [] { _KtIntCopy(null, null); }, line(43, both)},
       {"SetValue", [] { _KtIntSetValue(null, 1); }, line(80, "i != NULL")},
       {"Value", [] { (void)_KtIntValue(null); }, line(96, "i != NULL")},
       {"Shorten", [] { _KtIntShorten(null); }, line(109, "i != NULL")},
       {"SetMinLength", [] { _KtIntSetMinLength(null, 300); }, line(120, "i != NULL")},
-      {"SetMinLengthOfNoWords", [] { _KtIntSetMinLength(null, 0); }, line(120, "i != NULL")},
+      {"SetMinLengthOfZeroWords", [] { _KtIntSetMinLength(null, 0); }, line(120, "i != NULL")},
   };
 }
 
@@ -163,7 +164,7 @@ std::vector<Row> productRows() {
       {"ModThird", [] { _KtIntMod(one(), one(), null); }, arithmetic(483, three)},
       {"ModNullBeforeZero", [] { _KtIntMod(one(), nothing(), null); }, arithmetic(483, three)},
       {"ModByZero", [] { _KtIntMod(one(), nothing(), other()); }, arithmetic(484, divisor)},
-      {"ModByUnnormalZero", [] { _KtIntMod(one(), unnormalZero(), other()); },
+      {"ModByUnnormalisedZero", [] { _KtIntMod(one(), unnormalisedZero(), other()); },
        arithmetic(484, divisor)},
   };
 }
@@ -180,13 +181,14 @@ std::vector<Row> divisionRows() {
       {"DivByNullBeforeOneResult", [] { _KtIntDiv(one(), null, one(), one()); }, operands},
       {"DivWithoutQuotient", [] { _KtIntDiv(one(), one(), null, other()); }, results},
       {"DivWithoutRemainder", [] { _KtIntDiv(one(), one(), other(), null); }, results},
-      {"DivWithoutBothIsNotOneResult", [] { _KtIntDiv(one(), one(), null, null); }, results},
+      {"DivWithoutResultsBeforeOneResult", [] { _KtIntDiv(one(), one(), null, null); }, results},
       {"DivWithoutQuotientBeforeZero", [] { _KtIntDiv(one(), nothing(), null, other()); }, results},
       {"DivIntoOneResult", [] { _KtIntDiv(one(), one(), other(), other()); }, distinct},
       {"DivIntoOneResultBeforeZero", [] { _KtIntDiv(one(), nothing(), other(), other()); },
        distinct},
       {"DivByZero", [] { _KtIntDiv(one(), nothing(), one(), other()); }, divisor},
-      {"DivByUnnormalZero", [] { _KtIntDiv(one(), unnormalZero(), one(), other()); }, divisor},
+      {"DivByUnnormalisedZero", [] { _KtIntDiv(one(), unnormalisedZero(), one(), other()); },
+       divisor},
       {"DivOfZeroByZero", [] { _KtIntDiv(nothing(), nothing(), one(), other()); }, divisor},
   };
 }
@@ -208,14 +210,15 @@ std::string rowName(const testing::TestParamInfo<Row> &info) {
   return info.param.name;
 }
 
-INSTANTIATE_TEST_SUITE_P(KtInt, Assertions, testing::ValuesIn(storageRows()), rowName);
-INSTANTIATE_TEST_SUITE_P(KtComparison, Assertions, testing::ValuesIn(comparisonRows()), rowName);
-INSTANTIATE_TEST_SUITE_P(KtArithmeticSums, Assertions, testing::ValuesIn(sumRows()), rowName);
-INSTANTIATE_TEST_SUITE_P(KtArithmeticShifts, Assertions, testing::ValuesIn(shiftRows()), rowName);
-INSTANTIATE_TEST_SUITE_P(KtArithmeticProducts, Assertions, testing::ValuesIn(productRows()),
+INSTANTIATE_TEST_SUITE_P(KtInt, Assertion, testing::ValuesIn(storageRows()), rowName);
+INSTANTIATE_TEST_SUITE_P(KtComparison, Assertion, testing::ValuesIn(comparisonRows()), rowName);
+INSTANTIATE_TEST_SUITE_P(KtArithmeticSums, Assertion, testing::ValuesIn(sumRows()), rowName);
+INSTANTIATE_TEST_SUITE_P(KtArithmeticShifts, Assertion, testing::ValuesIn(shiftRows()), rowName);
+INSTANTIATE_TEST_SUITE_P(KtArithmeticProducts, Assertion, testing::ValuesIn(productRows()),
                          rowName);
-INSTANTIATE_TEST_SUITE_P(KtArithmeticDivisions, Assertions, testing::ValuesIn(divisionRows()),
+INSTANTIATE_TEST_SUITE_P(KtArithmeticDivisions, Assertion, testing::ValuesIn(divisionRows()),
                          rowName);
-INSTANTIATE_TEST_SUITE_P(KtEncoding, Assertions, testing::ValuesIn(encodingRows()), rowName);
+INSTANTIATE_TEST_SUITE_P(KtEncoding, Assertion, testing::ValuesIn(encodingRows()), rowName);
 
 }  // namespace
+}  // namespace kt::test

@@ -1,24 +1,24 @@
 // SPDX-License-Identifier: MIT
 
-// A long random run of every function on a pool of records, each call compared field by field with
-// the plain model's and, where there is one, its value with GMP's. KT_SEED chooses another run.
+// Random runs of every function on a pool of records. Each call is compared with the plain model,
+// field by field, and its value with GMP's if GMP is installed. KT_SEED selects another run.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "tests/bigint/Gmp.h"
-#include "tests/bigint/RandomValues.h"
+#include "tests/bigint/RandomOperands.h"
 #include "tests/bigint/Twins.h"
 
+namespace kt::test {
 namespace {
 
-using namespace kt::test;
+constexpr int stepCount = KT_BIGINT_STEPS;  // fewer in builds whose steps are slow
 
-constexpr int stepCount = KT_BIGINT_STEPS;  // the build's: fewer where each is slow
-
-std::int32_t randomNumber(RandomValues &random) {
+std::int32_t randomNumber(RandomOperands &random) {
   switch (random.below(8)) {
     case 0:
       return static_cast<std::int32_t>(random.below(0xFFFFFFFF));
@@ -33,12 +33,12 @@ std::int32_t randomNumber(RandomValues &random) {
   }
 }
 
-// A power of a long value takes the model milliseconds.
-std::int32_t randomExponent(RandomValues &random) {
+// Returns a mostly small exponent: the model takes milliseconds for a power of a long value.
+std::int32_t randomExponent(RandomOperands &random) {
   return static_cast<std::int32_t>(random.oneIn(200) ? random.below(65536) : random.below(12));
 }
 
-Step randomStep(RandomValues &random, std::size_t poolSize) {
+Step randomStep(RandomOperands &random, std::size_t poolSize) {
   const std::vector<Operation> &all = operations();
   Step step{&all[random.below(static_cast<std::uint32_t>(all.size()))], {}, 0};
   for (std::size_t &operand : step.operands) {
@@ -57,22 +57,25 @@ std::string description(const Step &step) {
   return text;
 }
 
-void reload(RandomValues &random, Twins &pool) {
+// Loads random words into one record of the pool.
+void reload(RandomOperands &random, Twins &pool) {
   const auto poolSize = static_cast<std::uint32_t>(pool.size());
   pool.load(random.below(poolSize), random.words(), random.oneIn(2));
 }
 
-std::string convert(RandomValues &random, Twins &pool) {
+// Writes a record as text, or reads text into it. Returns what differs, or an empty text.
+std::string convert(RandomOperands &random, Twins &pool) {
   const std::size_t index = random.below(static_cast<std::uint32_t>(pool.size()));
   const std::string alphabet = random.alphabet(2 + random.below(random.oneIn(2) ? 15 : 253));
   if (random.oneIn(2)) return pool.decode(index, random.text(alphabet, random.below(90)), alphabet);
-  if (pool[index].plain.length > 12) return {};  // the model takes a division for every digit
+  if (pool[index].plain.length > 12) return {};  // the model divides once for each digit
   return pool.encode(index, alphabet);
 }
 
 #ifdef KT_HAVE_GMP
 
-// What a step must give, by GMP; for those functions alone whose results have a name there.
+// GMP's result of a step. Known only for functions that GMP has too, and for operands that are not
+// changed while the function reads them.
 class Expectation {
  public:
   Expectation(const Step &step, const Twins &pool) : step_(step), pool_(pool) {
@@ -109,7 +112,7 @@ class Expectation {
     if (name == "SubS") return mpz_sub_ui(number_.get(), a, word), true;
     if (name == "MulS") return mpz_mul_ui(number_.get(), a, word), true;
     if (name == "PowS" && word < 40) return mpz_pow_ui(number_.get(), a, word), true;
-    // Zero words on top count as words that a shift pushes past the limit.
+    // A shift counts leading zero words towards the limit.
     if (name == "ShiftLeft" && step_.n > 0 && noNegativeZeros &&
         pool_[operands[0]].plain.length + step_.n / 16 <= 255) {
       return mpz_mul_2exp(number_.get(), a, static_cast<mp_bitcnt_t>(step_.n)), true;
@@ -120,7 +123,7 @@ class Expectation {
     return false;
   }
 
-  // |number|
+  // The absolute value of a number.
   class Absolute : public Gmp {
    public:
     explicit Absolute(mpz_srcptr number) { mpz_abs(get(), number); }
@@ -129,7 +132,7 @@ class Expectation {
   const Step &step_;
   const Twins &pool_;
   Gmp number_;
-  std::size_t result_ = 0;  // which operand it is
+  std::size_t result_ = 0;  // the index of the operand that receives the result
   bool known_ = false;
 };
 
@@ -142,8 +145,8 @@ struct Expectation {
 
 #endif
 
-TEST(Differential, EveryStepOfALongRandomRunIsTheModels) {
-  RandomValues random(seed());
+TEST(KtIntFamily, MatchesModelInLongRandomRun) {
+  RandomOperands random(seed());
   SCOPED_TRACE("KT_SEED=" + std::to_string(seed()));
   Twins pool(10);
   for (int count = 0; count < stepCount; ++count) {
@@ -158,10 +161,10 @@ TEST(Differential, EveryStepOfALongRandomRunIsTheModels) {
   }
 }
 
-// Few records, loaded anew for each step, so that operands meet in every aliasing at lengths around
-// the limit.
-TEST(Differential, EveryStepWithLongOperandsIsTheModels) {
-  RandomValues random(seed() + 1);
+// A pool of three records, reloaded before each step, so that every aliasing of operands occurs at
+// lengths around the limit.
+TEST(KtIntFamily, MatchesModelOnOperandsNearLimit) {
+  RandomOperands random(seed() + 1);
   SCOPED_TRACE("KT_SEED=" + std::to_string(seed()));
   Twins pool(3);
   for (int count = 0; count < stepCount / 10; ++count) {
@@ -177,3 +180,4 @@ TEST(Differential, EveryStepWithLongOperandsIsTheModels) {
 }
 
 }  // namespace
+}  // namespace kt::test

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// GMP's integers, in the few operations by which results of the library are checked; and whether
-// there is a GMP for this word size.
+// Gmp: an mpz_t that frees itself, to check results of the library against GMP. Declared only if
+// KT_HAVE_GMP is defined: GMP may be missing for this word size.
 #ifndef KT_TESTS_BIGINT_GMP_H
 #define KT_TESTS_BIGINT_GMP_H
 
@@ -9,6 +9,7 @@
 
 #include <gmp.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -27,19 +28,19 @@ class Gmp {
 
   void load(const _KtInt &i) {
     mpz_import(number_, i.length, -1, sizeof(std::uint16_t), 0, 0, i.digits);
-    if (i.negative) mpz_neg(number_, number_);
+    if (i.negative != 0) mpz_neg(number_, number_);
   }
 
-  // Whether `i` is this number, in normal form.
+  // Returns whether `i` holds this number in normal form.
   [[nodiscard]] bool isNormal(const _KtInt &i) const {
     const std::size_t bits = mpz_sgn(number_) == 0 ? 1 : mpz_sizeinbase(number_, 2);
     if (i.length != (bits + 15) / 16 || (i.negative != 0) != (mpz_sgn(number_) < 0)) return false;
     if (mpz_sgn(number_) == 0) return i.digits[0] == 0;
-    // Limbs and words are little-endian both.
+    // On a little-endian machine limbs and words both store the least significant byte first.
     return std::memcmp(mpz_limbs_read(number_), i.digits, 2 * std::size_t{i.length}) == 0;
   }
 
-  // Whether a record has room for it.
+  // Returns whether the number fits a record: 4,080 bits.
   [[nodiscard]] bool fits() const { return mpz_sizeinbase(number_, 2) <= 4080; }
 
   mpz_ptr get() { return number_; }

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: MIT
 
-// kt::Integer on random numbers: the laws that numbers keep, and GMP's results where it is there.
+// kt::Integer on random numbers: the laws of arithmetic, and GMP's results if GMP is installed.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <compare>
+#include <cstdint>
+#include <functional>
 #include <random>
 #include <stdexcept>
 
@@ -12,10 +16,11 @@
 #include <gmpxx.h>
 #endif
 
-namespace kt {
+namespace kt::test {
 namespace {
 
-// Numbers of all lengths up to `mostBits`, often with long runs of equal bits, where carries run.
+// Random numbers of up to `mostBits` bits, often with long runs of equal bits, so that carries run
+// far.
 class RandomNumbers {
  public:
   explicit RandomNumbers(std::uint64_t seed) : random_(seed) {}
@@ -51,7 +56,7 @@ class RandomNumbers {
 
 constexpr std::uint64_t seed = 20'261'121;
 
-// Calls check(a, b, c) with numbers whose products all fit.
+// Calls check(a, b, c) `rounds` times with random numbers of at most `mostBits` bits.
 template <typename Check>
 void forRandomNumbers(int rounds, int mostBits, Check check) {
   RandomNumbers numbers(seed);
@@ -65,7 +70,7 @@ void forRandomNumbers(int rounds, int mostBits, Check check) {
   }
 }
 
-TEST(IntegerLaws, SumsAndProductsFormARing) {
+TEST(IntegerLaws, SumsAndProductsFormRing) {
   forRandomNumbers(5'000, 1'300, [](const Integer &a, const Integer &b, const Integer &c) {
     EXPECT_EQ(a + b, b + a);
     EXPECT_EQ((a + b) + c, a + (b + c));
@@ -80,7 +85,7 @@ TEST(IntegerLaws, SumsAndProductsFormARing) {
   });
 }
 
-TEST(IntegerLaws, DividendsAreQuotientTimesDivisorPlusRemainder) {
+TEST(IntegerLaws, DividendEqualsQuotientTimesDivisorPlusRemainder) {
   forRandomNumbers(5'000, 4'080, [](const Integer &a, const Integer &b, const Integer &) {
     if (!b) return;
     const Integer remainder = a % b;
@@ -90,7 +95,7 @@ TEST(IntegerLaws, DividendsAreQuotientTimesDivisorPlusRemainder) {
   });
 }
 
-TEST(IntegerLaws, OrderGoesWithDifferences) {
+TEST(IntegerLaws, OrderMatchesSignOfDifference) {
   forRandomNumbers(5'000, 300, [](const Integer &a, const Integer &b, const Integer &c) {
     EXPECT_EQ(a <=> b, (a - b).sign() <=> 0);
     EXPECT_EQ(a <=> b, a + c <=> b + c);
@@ -98,7 +103,7 @@ TEST(IntegerLaws, OrderGoesWithDifferences) {
   });
 }
 
-TEST(IntegerLaws, ShiftsArePowersOfTwo) {
+TEST(IntegerLaws, ShiftsMatchPowersOfTwo) {
   RandomNumbers counts(seed);
   forRandomNumbers(2'000, 2'000, [&](const Integer &a, const Integer &, const Integer &) {
     const int count = counts.below(2'080);
@@ -111,7 +116,7 @@ TEST(IntegerLaws, ShiftsArePowersOfTwo) {
   });
 }
 
-TEST(IntegerLaws, TextReadsBackInEveryBase) {
+TEST(IntegerLaws, TextReadsBackInRandomBases) {
   RandomNumbers bases(seed);
   forRandomNumbers(2'000, 4'080, [&](const Integer &a, const Integer &, const Integer &) {
     const int base = 2 + bases.below(35);
@@ -120,7 +125,7 @@ TEST(IntegerLaws, TextReadsBackInEveryBase) {
   });
 }
 
-TEST(IntegerLaws, RootsAndDivisorsAreWhatTheyAreSaidToBe) {
+TEST(IntegerLaws, RootsAndCommonDivisorsMeetTheirDefinitions) {
   forRandomNumbers(200, 1'300, [](const Integer &a, const Integer &b, const Integer &c) {
     const Integer root = sqrt(abs(a));
     EXPECT_LE(root * root, abs(a));
@@ -135,7 +140,7 @@ mpz_class gmp(const Integer &number) {
   return mpz_class(number.toString(16), 16);
 }
 
-// The result of `compute`, or its absence, is GMP's.
+// Expects compute() to return GMP's result, or to throw if that result exceeds 4,080 bits.
 template <typename Compute>
 void expectResult(const mpz_class &expected, Compute compute) {
   try {
@@ -145,7 +150,7 @@ void expectResult(const mpz_class &expected, Compute compute) {
   }
 }
 
-TEST(IntegerLaws, EveryOperatorGivesWhatGmpGives) {
+TEST(IntegerLaws, OperatorsMatchGmp) {
   forRandomNumbers(10'000, 4'080, [](const Integer &a, const Integer &b, const Integer &) {
     const mpz_class x = gmp(a);
     const mpz_class y = gmp(b);
@@ -158,7 +163,7 @@ TEST(IntegerLaws, EveryOperatorGivesWhatGmpGives) {
   });
 }
 
-TEST(IntegerLaws, ProductsAroundTheLimitAreThoseOfGmpOrRefused) {
+TEST(IntegerLaws, ProductsNearLimitMatchGmpOrThrow) {
   RandomNumbers numbers(seed);
   for (int round = 0; round < 5'000; ++round) {
     const Integer a = numbers.next(4'080);
@@ -168,7 +173,7 @@ TEST(IntegerLaws, ProductsAroundTheLimitAreThoseOfGmpOrRefused) {
   }
 }
 
-TEST(IntegerLaws, EveryFunctionGivesWhatGmpGives) {
+TEST(IntegerLaws, FunctionsMatchGmp) {
   RandomNumbers numbers(seed);
   for (int round = 0; round < 300; ++round) {
     const Integer a = numbers.next(4'080);
@@ -184,7 +189,7 @@ TEST(IntegerLaws, EveryFunctionGivesWhatGmpGives) {
   }
 }
 
-TEST(IntegerLaws, PowersAreThoseOfGmpOrRefused) {
+TEST(IntegerLaws, PowersMatchGmpOrThrow) {
   RandomNumbers numbers(seed);
   for (int round = 0; round < 2'000; ++round) {
     const Integer base = numbers.next(1 + numbers.below(200));
@@ -198,4 +203,4 @@ TEST(IntegerLaws, PowersAreThoseOfGmpOrRefused) {
 #endif
 
 }  // namespace
-}  // namespace kt
+}  // namespace kt::test

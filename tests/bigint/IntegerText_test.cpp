@@ -1,23 +1,26 @@
 // SPDX-License-Identifier: MIT
 
-// kt::Integer as text.
+// kt::Integer as text: reading, literals, writing and streams.
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <iomanip>
+#include <ios>
 #include <sstream>
 #include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "kt/bigint/Integer.h"
 #include "tests/bigint/Thrown.h"
 
-namespace kt {
+namespace kt::test {
 namespace {
-
-using test::thrownBy;
 
 // ---- Reading ----
 
-TEST(IntegerText, SignsAndLeadingZerosAreRead) {
+TEST(IntegerText, ReadsSignsAndLeadingZeros) {
   EXPECT_EQ(Integer("0"), 0);
   EXPECT_EQ(Integer("-0"), 0);
   EXPECT_EQ(Integer("+007"), 7);
@@ -25,13 +28,13 @@ TEST(IntegerText, SignsAndLeadingZerosAreRead) {
   EXPECT_EQ(Integer(std::string(100'000, '0') + "5"), 5);
 }
 
-TEST(IntegerText, LettersAreDigitsInEitherCase) {
+TEST(IntegerText, ReadsLettersInEitherCase) {
   EXPECT_EQ(Integer("-fF", 16), -255);
   EXPECT_EQ(Integer("zZ", 36), 35 * 36 + 35);
   EXPECT_EQ(Integer("101", 2), 5);
 }
 
-TEST(IntegerText, EveryBaseReadsWhatItWrites) {
+TEST(IntegerText, ReadsBackWhatItWritesInEveryBase) {
   const Integer number = (Integer(1) << 4079) + 12345;
   for (int base = 2; base <= 36; ++base) {
     EXPECT_EQ(Integer(number.toString(base), base), number) << base;
@@ -39,7 +42,7 @@ TEST(IntegerText, EveryBaseReadsWhatItWrites) {
   }
 }
 
-TEST(IntegerText, AnyBytesButSignsMayBeDigits) {
+TEST(IntegerText, TakesAnyBytesExceptSignsAsDigits) {
   EXPECT_EQ(Integer("-baa", "ab"), -4);
   EXPECT_EQ(Integer("Aa", "aA"), 2);
   std::string all;
@@ -50,7 +53,7 @@ TEST(IntegerText, AnyBytesButSignsMayBeDigits) {
   EXPECT_EQ(Integer(number.toString(all), all), number);
 }
 
-TEST(IntegerText, WhatIsNoNumberIsRefused) {
+TEST(IntegerText, RejectsMalformedNumber) {
   for (const char *text :
        {"", "-", "+", "+-1", "--1", " 1", "1 ", "1_000", "0x10", "1.0", "a", "-f"}) {
     EXPECT_EQ(thrownBy<std::invalid_argument>([&] { (void)Integer(text); }),
@@ -62,7 +65,7 @@ TEST(IntegerText, WhatIsNoNumberIsRefused) {
   EXPECT_THROW((void)Integer("2", 2), std::invalid_argument);
 }
 
-TEST(IntegerText, ABaseThatThereIsNotIsRefused) {
+TEST(IntegerText, RejectsUnsupportedBase) {
   for (const int base : {-1, 0, 1, 37}) {
     EXPECT_EQ(thrownBy<std::invalid_argument>([&] { (void)Integer("1", base); }),
               "kt::Integer: a base outside 2 to 36 in Integer(text, base)");
@@ -71,7 +74,7 @@ TEST(IntegerText, ABaseThatThereIsNotIsRefused) {
   }
 }
 
-TEST(IntegerText, AnAlphabetThatIsNoneIsRefused) {
+TEST(IntegerText, RejectsInvalidAlphabet) {
   for (const std::string_view alphabet :
        {std::string_view(), std::string_view("0"), std::string_view("011"), std::string_view("0-"),
         std::string_view("+1"), std::string_view("0\0", 2)}) {
@@ -82,13 +85,13 @@ TEST(IntegerText, AnAlphabetThatIsNoneIsRefused) {
   }
 }
 
-TEST(IntegerText, TheLargestNumberOfEachBaseIsReadAndTheNextIsNot) {
+TEST(IntegerText, ReadsLargestNumberAndRejectsNextInEveryBase) {
   const Integer half = Integer(1) << 4079;
   const Integer largest = half - 1 + half;
   for (int base = 2; base <= 36; ++base) {
     const std::string text = largest.toString(base);
     EXPECT_EQ(Integer(text, base), largest) << base;
-    // The next number: the last digit that is not the highest one up, those behind it 0.
+    // The next number: increment the last digit that is not the highest; every digit after it is 0.
     std::string next = text;
     const char highest = Integer(base - 1).toString(base).front();
     const std::size_t place = next.find_last_not_of(highest);
@@ -104,13 +107,13 @@ TEST(IntegerText, TheLargestNumberOfEachBaseIsReadAndTheNextIsNot) {
   }
 }
 
-TEST(IntegerText, TextThatIsFarTooLongIsRefused) {
+TEST(IntegerText, RejectsTextFarTooLong) {
   for (const std::size_t digits : {1'230U, 1'300U, 1'361U, 1'362U, 100'000U}) {
     EXPECT_THROW((void)Integer(std::string(digits, '9')), std::overflow_error) << digits;
   }
 }
 
-TEST(IntegerText, LiteralsReadAsThoseOfTheLanguage) {
+TEST(IntegerText, ReadsLiteralsLikeBuiltInOnes) {
   EXPECT_EQ(123456789012345678901234567890_kt, Integer("123456789012345678901234567890"));
   EXPECT_EQ(-1'000'000'000'000'000'000'000_kt, Integer("-1000000000000000000000"));
   EXPECT_EQ(0xfFFfFFfFFfFFfFFfFF_kt, (Integer(1) << 72) - 1);
@@ -121,7 +124,7 @@ TEST(IntegerText, LiteralsReadAsThoseOfTheLanguage) {
   EXPECT_EQ(0_kt, 0);
 }
 
-TEST(IntegerText, LiteralsWithAFractionOrAnExponentAreRefused) {
+TEST(IntegerText, RejectsLiteralsWithFractionOrExponent) {
   EXPECT_THROW((void)1.5_kt, std::invalid_argument);
   EXPECT_THROW((void)1e5_kt, std::invalid_argument);
   EXPECT_THROW((void)0x1p5_kt, std::invalid_argument);
@@ -129,25 +132,25 @@ TEST(IntegerText, LiteralsWithAFractionOrAnExponentAreRefused) {
 
 // ---- Writing ----
 
-TEST(IntegerText, ZeroIsOneDigit) {
+TEST(IntegerText, WritesZeroAsOneDigit) {
   EXPECT_EQ(Integer().toString(), "0");
   EXPECT_EQ(Integer().toString("ab"), "a");
   EXPECT_EQ((Integer(5) - 5).toString(2), "0");
 }
 
-// As the stream prints a built-in number, and as it prints kt::Integer.
+// Expects a stream with these manipulators to print kt::Integer and a built-in number alike.
 template <typename... Manipulators>
 void expectSame(long long number, const Manipulators &...manipulators) {
   std::ostringstream expected;
   std::ostringstream actual;
   ((expected << manipulators), ...);
   ((actual << manipulators), ...);
-  expected << number << '|' << number;  // the width counts once
+  expected << number << '|' << number;  // the width applies to the first one only
   actual << Integer(number) << '|' << Integer(number);
   EXPECT_EQ(actual.str(), expected.str());
 }
 
-TEST(IntegerText, StreamsPrintWithWidthAndFillAsBuiltInNumbers) {
+TEST(IntegerText, PrintsWidthAndFillLikeBuiltInNumbers) {
   for (const long long number : {0LL, 1LL, -1LL, 123'456LL, -9'223'372'036'854'775'807LL}) {
     for (const int width : {0, 1, 8, 30}) {
       for (auto *const side : {std::left, std::right, std::internal}) {
@@ -159,7 +162,7 @@ TEST(IntegerText, StreamsPrintWithWidthAndFillAsBuiltInNumbers) {
   }
 }
 
-TEST(IntegerText, StreamsPrintHexAndOctAsBuiltInNumbers) {
+TEST(IntegerText, PrintsHexAndOctLikeBuiltInNumbers) {
   for (const long long number : {0LL, 1LL, 255LL, 0xabcdefLL}) {
     for (auto *const base : {std::hex, std::oct, std::dec}) {
       for (auto *const side : {std::left, std::right, std::internal}) {
@@ -181,7 +184,7 @@ std::string printed(const Integer &number,
   return stream.str();
 }
 
-TEST(IntegerText, StreamsPrintNegativeHexAndOctWithTheirSign) {
+TEST(IntegerText, PrintsSignOfNegativeHexAndOct) {
   using namespace std;
   EXPECT_EQ(printed(-255, {hex, showbase, uppercase, internal}), "-0X____FF");
   EXPECT_EQ(printed(-255, {hex}), "______-ff");
@@ -191,4 +194,4 @@ TEST(IntegerText, StreamsPrintNegativeHexAndOctWithTheirSign) {
 }
 
 }  // namespace
-}  // namespace kt
+}  // namespace kt::test

@@ -4,18 +4,23 @@
 
 #include <gtest/gtest.h>
 
+#include <compare>
+#include <concepts>
+#include <cstdint>
+#include <functional>
+#include <limits>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <type_traits>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "tests/bigint/Thrown.h"
 
-namespace kt {
+namespace kt::test {
 namespace {
-
-using test::thrownBy;
 
 static_assert(std::regular<Integer> && std::totally_ordered<Integer>);
 static_assert(std::is_nothrow_move_constructible_v<Integer>);
@@ -24,6 +29,7 @@ static_assert(std::is_nothrow_default_constructible_v<Integer>);
 static_assert(!std::is_convertible_v<Integer, int> && !std::is_convertible_v<double, Integer>);
 static_assert(!std::is_convertible_v<const char *, Integer>);
 
+// Returns 2^4,080 - 1.
 const Integer &largest() {
   static const Integer half = Integer(1) << 4079;
   static const Integer all = half - 1 + half;
@@ -33,14 +39,14 @@ const Integer &largest() {
 // ---- Built-in integers ----
 
 template <typename Number>
-class BuiltIn : public testing::Test {};
+class IntegerConversion : public testing::Test {};
 
 using BuiltInTypes =
     testing::Types<signed char, unsigned char, char, short, unsigned short, int, unsigned, long,
                    unsigned long, long long, unsigned long long, wchar_t, char32_t>;
-TYPED_TEST_SUITE(BuiltIn, BuiltInTypes, );
+TYPED_TEST_SUITE(IntegerConversion, BuiltInTypes, );
 
-TYPED_TEST(BuiltIn, BothEndsComeBackAsTheyWere) {
+TYPED_TEST(IntegerConversion, PreservesBothEndsOfRange) {
   using Limits = std::numeric_limits<TypeParam>;
   for (const TypeParam number : {Limits::min(), Limits::max(), TypeParam{0}, TypeParam{1}}) {
     const Integer integer = number;
@@ -49,7 +55,7 @@ TYPED_TEST(BuiltIn, BothEndsComeBackAsTheyWere) {
   }
 }
 
-TYPED_TEST(BuiltIn, WhatLiesBeyondTheEndsDoesNotFit) {
+TYPED_TEST(IntegerConversion, ThrowsBeyondEndsOfRange) {
   using Limits = std::numeric_limits<TypeParam>;
   const Integer above = Integer(Limits::max()) + 1;
   const Integer below = Integer(Limits::min()) - 1;
@@ -58,21 +64,21 @@ TYPED_TEST(BuiltIn, WhatLiesBeyondTheEndsDoesNotFit) {
   EXPECT_THROW((void)static_cast<TypeParam>(largest()), std::overflow_error);
 }
 
-TEST(Integer, ABoolIsZeroOrOne) {
+TEST(Integer, ConvertsFromAndToBool) {
   EXPECT_EQ(Integer(true), 1);
   EXPECT_EQ(Integer(false), 0);
   EXPECT_FALSE(Integer());
   EXPECT_TRUE(Integer(-2));
 }
 
-TEST(Integer, WhatDoesNotFitSaysSo) {
+TEST(Integer, ConversionErrorSaysValueDoesNotFit) {
   EXPECT_EQ(thrownBy<std::overflow_error>([] { (void)static_cast<std::int8_t>(Integer(128)); }),
             "kt::Integer: the value does not fit in the conversion's type");
 }
 
 // ---- Copies and moves ----
 
-TEST(Integer, ACopyIsIndependent) {
+TEST(Integer, CopyIsIndependent) {
   Integer a = 5;
   Integer b = a;
   b += 1;
@@ -84,11 +90,11 @@ TEST(Integer, ACopyIsIndependent) {
   EXPECT_EQ(b, 6);
 }
 
-TEST(Integer, WhatWasMovedFromIsZeroAndCanBeUsed) {
+TEST(Integer, MovedFromValueIsZeroAndUsable) {
   Integer a = largest();
   Integer b = std::move(a);
   EXPECT_EQ(b, largest());
-  EXPECT_EQ(a, 0);  // NOLINT(bugprone-use-after-move): that is what is tested
+  EXPECT_EQ(a, 0);  // NOLINT(bugprone-use-after-move): the state after a move is under test
   a += 3;
   EXPECT_EQ(a, 3);
   b = std::move(a);
@@ -96,7 +102,7 @@ TEST(Integer, WhatWasMovedFromIsZeroAndCanBeUsed) {
   EXPECT_EQ(a, 0);  // NOLINT(bugprone-use-after-move)
 }
 
-TEST(Integer, AssignmentToItselfChangesNothing) {
+TEST(Integer, SelfAssignmentKeepsValue) {
   Integer a = largest();
   Integer &same = a;
   a = same;
@@ -105,15 +111,15 @@ TEST(Integer, AssignmentToItselfChangesNothing) {
   EXPECT_EQ(a, largest());
 }
 
-TEST(Integer, ZeroCanBeCopiedOverAnything) {
+TEST(Integer, AssignmentOfZeroReplacesValue) {
   Integer a = 5;
   a = Integer();
   EXPECT_EQ(a, 0);
   EXPECT_EQ(a.sign(), 0);
 }
 
-// For the thread sanitizer: nothing may be written on the way.
-TEST(Integer, ManyThreadsMayReadOneValue) {
+// Under the thread sanitizer this also shows that reading a value writes nothing.
+TEST(Integer, SupportsConcurrentReads) {
   const Integer a = kt::pow(3, 500);
   const Integer b = -kt::pow(7, 200);
   const auto read = [&] {
@@ -136,7 +142,7 @@ TEST(Integer, ManyThreadsMayReadOneValue) {
 
 // ---- Order, sign, size, hash ----
 
-TEST(Integer, TheOrderIsThatOfTheNumbers) {
+TEST(Integer, OrdersByValue) {
   const Integer big = largest();
   const std::vector<Integer> ascending{-big, -65536, -65535, -1, 0, 1, 65535, 65536, big - 1, big};
   for (std::size_t a = 0; a < ascending.size(); ++a) {
@@ -147,11 +153,11 @@ TEST(Integer, TheOrderIsThatOfTheNumbers) {
   }
 }
 
-TEST(Integer, BuiltInNumbersCompareOnBothSides) {
+TEST(Integer, ComparesWithBuiltInNumbersOnEitherSide) {
   EXPECT_TRUE(Integer(5) < 6 && 4 < Integer(5) && 5 == Integer(5) && Integer(5) != -5);
 }
 
-TEST(Integer, SignsAreMinusOneZeroAndOne) {
+TEST(Integer, SignIsMinusOneZeroOrOne) {
   EXPECT_EQ((-largest()).sign(), -1);
   EXPECT_EQ(Integer(0).sign(), 0);
   EXPECT_EQ(Integer(7).sign(), 1);
@@ -159,7 +165,7 @@ TEST(Integer, SignsAreMinusOneZeroAndOne) {
   EXPECT_EQ(abs(Integer()), 0);
 }
 
-TEST(Integer, BitsAreThoseOfTheMagnitude) {
+TEST(Integer, BitLengthCountsBitsOfMagnitude) {
   EXPECT_EQ(Integer(0).bitLength(), 0);
   EXPECT_EQ(Integer(-255).bitLength(), 8);
   EXPECT_EQ(largest().bitLength(), Integer::maximumBits);
@@ -169,7 +175,7 @@ TEST(Integer, BitsAreThoseOfTheMagnitude) {
   }
 }
 
-TEST(Integer, EqualNumbersHaveEqualHashes) {
+TEST(Integer, HashesEqualNumbersEqually) {
   const std::hash<Integer> hash;
   EXPECT_EQ(hash(largest()), hash(largest() - 1 + 1));
   EXPECT_EQ(hash(Integer(5) - 5), hash(Integer()));
@@ -178,9 +184,9 @@ TEST(Integer, EqualNumbersHaveEqualHashes) {
   EXPECT_EQ(set.size(), 4U);
 }
 
-// ---- Rounding, and what has no result ----
+// ---- Rounding, limits and errors ----
 
-TEST(Integer, DivisionCutsOffAndRemaindersHaveTheDividendsSign) {
+TEST(Integer, DivisionTruncatesAndRemainderTakesSignOfDividend) {
   for (const int a : {-9, -8, -7, -1, 0, 1, 7, 8, 9, 70'000}) {
     for (const int b : {-70'000, -4, -3, -1, 1, 2, 3, 9}) {
       EXPECT_EQ(Integer(a) / b, a / b) << a << " / " << b;
@@ -189,7 +195,7 @@ TEST(Integer, DivisionCutsOffAndRemaindersHaveTheDividendsSign) {
   }
 }
 
-TEST(Integer, RightShiftsRoundDownAsThoseOfBuiltInNumbers) {
+TEST(Integer, RightShiftRoundsDownLikeBuiltInShift) {
   for (const int a : {-70'000, -65'536, -5, -4, -1, 0, 1, 5, 65'535}) {
     for (const int count : {0, 1, 2, 15, 16, 17, 30}) {
       EXPECT_EQ(Integer(a) >> count, a >> count) << a << " >> " << count;
@@ -201,7 +207,7 @@ TEST(Integer, RightShiftsRoundDownAsThoseOfBuiltInNumbers) {
   EXPECT_EQ(-largest() >> 4080, -1);
 }
 
-TEST(Integer, ANumberMayBeItsOwnOperand) {
+TEST(Integer, CompoundAssignmentTakesItselfAsOperand) {
   Integer a = 12;
   EXPECT_EQ(a += a, 24);
   EXPECT_EQ(a *= a, 576);
@@ -211,7 +217,7 @@ TEST(Integer, ANumberMayBeItsOwnOperand) {
   EXPECT_EQ(a -= a, 0);
 }
 
-TEST(Integer, CountingUpAndDownPassesZero) {
+TEST(Integer, IncrementAndDecrementPassZero) {
   Integer a = -1;
   EXPECT_EQ(a++, -1);
   EXPECT_EQ(++a, 1);
@@ -222,7 +228,7 @@ TEST(Integer, CountingUpAndDownPassesZero) {
   EXPECT_EQ(-Integer(), 0);
 }
 
-TEST(Integer, TheLargestNumberIsReachedAndNotPassed) {
+TEST(Integer, LargestNumberIsReachedWithoutOverflow) {
   const Integer half = Integer(1) << 4079;
   EXPECT_EQ(largest() - half, half - 1);
   EXPECT_EQ(-largest() + largest(), 0);
@@ -231,6 +237,7 @@ TEST(Integer, TheLargestNumberIsReachedAndNotPassed) {
   EXPECT_EQ(largest() * -1, -largest());
 }
 
+// Returns the message of the overflow, and expects the number to be unchanged.
 template <typename Change>
 std::string overflowOf(Integer number, Change change) {
   const Integer before = number;
@@ -239,7 +246,7 @@ std::string overflowOf(Integer number, Change change) {
   return text;
 }
 
-TEST(Integer, AResultThatIsTooLargeIsRefusedAndChangesNothing) {
+TEST(Integer, OverflowThrowsAndKeepsValue) {
   const Integer &big = largest();
   EXPECT_EQ(overflowOf(big, [](Integer &a) { ++a; }),
             "kt::Integer: more than 4080 bits in operator+");
@@ -255,7 +262,7 @@ TEST(Integer, AResultThatIsTooLargeIsRefusedAndChangesNothing) {
             "kt::Integer: more than 4080 bits in operator<<");
 }
 
-TEST(Integer, AProductOneBitTooLongIsSeen) {
+TEST(Integer, ProductOneBitTooLongThrows) {
   for (const int bits : {1, 15, 16, 17, 2039, 2040}) {
     const Integer factor = (Integer(1) << bits) - 1;
     const Integer fits = (Integer(1) << (4080 - bits)) - 1;
@@ -264,6 +271,7 @@ TEST(Integer, AProductOneBitTooLongIsSeen) {
   }
 }
 
+// Returns the message of the domain error, and expects the number to be unchanged.
 template <typename Change>
 std::string domainErrorOf(Change change) {
   Integer number = 5;
@@ -272,7 +280,7 @@ std::string domainErrorOf(Change change) {
   return text;
 }
 
-TEST(Integer, WhatHasNoResultIsRefusedAndChangesNothing) {
+TEST(Integer, UndefinedResultThrowsAndKeepsValue) {
   EXPECT_EQ(domainErrorOf([](Integer &a) { a /= 0; }),
             "kt::Integer: division by zero in operator/");
   EXPECT_EQ(domainErrorOf([](Integer &a) { a %= 0; }),
@@ -284,9 +292,9 @@ TEST(Integer, WhatHasNoResultIsRefusedAndChangesNothing) {
   EXPECT_THROW((void)(Integer() / 0), std::domain_error);
 }
 
-// ---- Powers and the like ----
+// ---- Powers, common divisors and roots ----
 
-TEST(Integer, PowersAreThoseOfRepeatedProducts) {
+TEST(Integer, PowMatchesRepeatedProducts) {
   for (const int base : {-3, -2, 2, 3, 10, 65'535, 65'536}) {
     Integer power = 1;
     for (int exponent = 0; exponent < 200; ++exponent, power *= base) {
@@ -295,7 +303,7 @@ TEST(Integer, PowersAreThoseOfRepeatedProducts) {
   }
 }
 
-TEST(Integer, PowersOfMinusOneZeroAndOneTakeAnyExponent) {
+TEST(Integer, PowOfMinusOneZeroAndOneTakesAnyExponent) {
   EXPECT_EQ(kt::pow(0, 0), 1);
   EXPECT_EQ(kt::pow(0, largest()), 0);
   EXPECT_EQ(kt::pow(1, largest()), 1);
@@ -303,7 +311,7 @@ TEST(Integer, PowersOfMinusOneZeroAndOneTakeAnyExponent) {
   EXPECT_EQ(kt::pow(-1, largest() - 1), 1);
 }
 
-TEST(Integer, TheLargestPowerIsReachedAndNotPassed) {
+TEST(Integer, PowReachesLargestPowerAndThrowsBeyond) {
   EXPECT_EQ(kt::pow(2, 4079), Integer(1) << 4079);
   EXPECT_EQ(kt::pow(3, 2574).bitLength(), 4080);
   EXPECT_EQ(thrownBy<std::overflow_error>([] { (void)kt::pow(2, 4080); }),
@@ -315,7 +323,7 @@ TEST(Integer, TheLargestPowerIsReachedAndNotPassed) {
             "kt::Integer: negative exponent in pow");
 }
 
-TEST(Integer, TheGreatestCommonDivisorIsNeverNegative) {
+TEST(Integer, GcdIsNeverNegative) {
   EXPECT_EQ(kt::gcd(12, -18), 6);
   EXPECT_EQ(kt::gcd(-12, 0), 12);
   EXPECT_EQ(kt::gcd(0, -12), 12);
@@ -323,7 +331,7 @@ TEST(Integer, TheGreatestCommonDivisorIsNeverNegative) {
   EXPECT_EQ(gcd(largest(), kt::pow(2, 2040) - 1), kt::pow(2, 2040) - 1);
 }
 
-TEST(Integer, RootsAreRoundedDown) {
+TEST(Integer, SqrtRoundsDown) {
   for (int root = 0; root < 300; ++root) {
     EXPECT_EQ(kt::sqrt(root * root), root);
     EXPECT_EQ(kt::sqrt(root * root + 2 * root), root);
@@ -337,4 +345,4 @@ TEST(Integer, RootsAreRoundedDown) {
 }
 
 }  // namespace
-}  // namespace kt
+}  // namespace kt::test

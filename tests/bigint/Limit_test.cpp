@@ -1,46 +1,49 @@
 // SPDX-License-Identifier: MIT
 
-// At and past 255 words. A result of up to 255 words is right, even where a word to spare would be
-// the 256th; a longer one keeps the words that the low 8 bits of its length name, and is a normal
-// zero where these are 0. With the address sanitizer these tests also tell that no call leaves a
-// block.
+// The C functions at and past the limit of 255 words. A result of n <= 255 words is exact, even if
+// the word for its carry would be the 256th. A longer result keeps its low n mod 256 words; if n
+// mod 256 is 0, it is a normalised zero. Under the address sanitizer these tests also show that no
+// call reads or writes outside a block.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <vector>
 
-#include "tests/bigint/RandomValues.h"
+#include "tests/bigint/RandomOperands.h"
 #include "tests/bigint/Records.h"
 #include "tests/bigint/Twins.h"
 
+namespace kt::test {
 namespace {
-
-using namespace kt::test;
 
 constexpr std::int32_t smallest = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t largest = std::numeric_limits<std::int32_t>::max();
 
+// Returns a record of the largest magnitude of this length.
 Record ones(std::size_t length, bool negative = false) {
   return record(allOnes(length), negative);
 }
 
-// 65536 to the power of `words`, times `top`.
+// Returns 65536^words * top.
 Words shiftedUp(std::size_t words, std::uint16_t top = 1) {
   Words result(words, 0);
   result.push_back(top);
   return result;
 }
 
-TEST(Limit, ASumOf255WordsIsRightWithACapacityOf255) {
+TEST(KtIntLimit, SumOf255WordsIsExactWithCapacity255) {
   const Record c = number(0);
   _KtIntAdd(record(shiftedUp(254, 0x7FFF)).get(), record(shiftedUp(254, 0x8000)).get(), c.get());
   EXPECT_EQ(valueOf(c), (Value{shiftedUp(254, 0xFFFF), false}));
   EXPECT_EQ(c->capacity, 255);
 }
 
-TEST(Limit, ASumOf256WordsIsANormalZeroWhateverItsSign) {
+TEST(KtIntLimit, SumOf256WordsBecomesNormalisedZero) {
   const Record c = number(-1);
   _KtIntAdd(ones(255).get(), number(1).get(), c.get());
   EXPECT_EQ(valueOf(c), normal(0));
@@ -51,13 +54,13 @@ TEST(Limit, ASumOf256WordsIsANormalZeroWhateverItsSign) {
   EXPECT_EQ(valueOf(c), normal(0));
 }
 
-TEST(Limit, ASumOf256WordsIntoItsOperandIsANormalZero) {
+TEST(KtIntLimit, SumOf256WordsIntoOperandBecomesNormalisedZero) {
   const Record a = ones(255, true);
   _KtIntAdd(a.get(), a.get(), a.get());
   EXPECT_EQ(valueOf(a), normal(0));
 }
 
-TEST(Limit, ADifferenceOf255WordsIsRight) {
+TEST(KtIntLimit, DifferenceOf255WordsIsExact) {
   const Record c = number(0);
   _KtIntSub(ones(255).get(), ones(255).get(), c.get());
   EXPECT_EQ(valueOf(c), normal(0));
@@ -68,7 +71,7 @@ TEST(Limit, ADifferenceOf255WordsIsRight) {
   EXPECT_EQ(c->capacity, 255);
 }
 
-TEST(Limit, AddSAndSubSAt255WordsAreRightWithoutACarryAndZeroWithOne) {
+TEST(KtIntLimit, AddSAndSubSBecomeZeroOnlyWithCarry) {
   const Record a = record(Words(255, 0xFFFE));
   _KtIntAddS(a.get(), 1);
   EXPECT_EQ(a->digits[0], 0xFFFF);
@@ -83,7 +86,7 @@ TEST(Limit, AddSAndSubSAt255WordsAreRightWithoutACarryAndZeroWithOne) {
   EXPECT_EQ(down->capacity, 255);
 }
 
-TEST(Limit, MulSAt255WordsIsRightWithoutACarryAndZeroWithOne) {
+TEST(KtIntLimit, MulSBecomesZeroOnlyWithCarry) {
   const Record a = ones(255, true);
   _KtIntMulS(a.get(), 1);
   EXPECT_EQ(valueOf(a), (Value{allOnes(255), true}));
@@ -92,7 +95,7 @@ TEST(Limit, MulSAt255WordsIsRightWithoutACarryAndZeroWithOne) {
   EXPECT_EQ(valueOf(a), normal(0));
 }
 
-TEST(Limit, ShiftLeftAt255WordsIsRightAsLongAsNoBitGoesFurther) {
+TEST(KtIntLimit, ShiftLeftBecomesZeroOnceBitPassesLimit) {
   const Record a = record(shiftedUp(254, 0x3FFF), true);
   _KtIntShiftLeft(a.get(), 1);
   _KtIntShiftLeft(a.get(), 1);
@@ -102,14 +105,14 @@ TEST(Limit, ShiftLeftAt255WordsIsRightAsLongAsNoBitGoesFurther) {
   EXPECT_EQ(valueOf(a), normal(0));
 }
 
-TEST(Limit, BlockShiftLeftToExactly255WordsIsRight) {
+TEST(KtIntLimit, BlockShiftLeftTo255WordsIsExact) {
   const Record a = number(-7);
   _KtIntBlockShiftLeft(a.get(), 254);
   EXPECT_EQ(valueOf(a), (Value{shiftedUp(254, 7), true}));
   EXPECT_EQ(a->capacity, 255);
 }
 
-TEST(Limit, BlockShiftLeftFurtherIsANormalZeroWhoseCapacityIsCutTo8Bits) {
+TEST(KtIntLimit, BlockShiftLeftPastLimitTruncatesCapacityTo8Bits) {
   const Record to256 = number(-7);
   _KtIntBlockShiftLeft(to256.get(), 255);
   EXPECT_EQ(valueOf(to256), normal(0));
@@ -120,7 +123,7 @@ TEST(Limit, BlockShiftLeftFurtherIsANormalZeroWhoseCapacityIsCutTo8Bits) {
   EXPECT_EQ(to300->capacity, 44);
 }
 
-TEST(Limit, ARecordWhoseCapacityWasCutGrowsAgain) {
+TEST(KtIntLimit, RecordWithTruncatedCapacityGrowsAgain) {
   const Record a = ones(255);
   _KtIntBlockShiftLeft(a.get(), 1);
   ASSERT_EQ(a->capacity, 0);
@@ -131,7 +134,7 @@ TEST(Limit, ARecordWhoseCapacityWasCutGrowsAgain) {
   EXPECT_EQ(_KtIntLog2(a.get()), 4003);
 }
 
-TEST(Limit, TheLargestCountsShiftEverythingOut) {
+TEST(KtIntLimit, LargestCountsShiftEverythingOut) {
   for (const std::int32_t n : {largest, largest - 15, 65536 * 16, 4080}) {
     const Record bits = ones(255, true);
     _KtIntShiftLeft(bits.get(), n);
@@ -142,23 +145,23 @@ TEST(Limit, TheLargestCountsShiftEverythingOut) {
   }
 }
 
-TEST(Limit, Exp2IsRightUpToTheLastBit) {
+TEST(KtIntLimit, Exp2IsExactUpToLastBit) {
   const Record a = number(-7);
   _KtIntExp2(a.get(), 4079);
   EXPECT_EQ(valueOf(a), (Value{shiftedUp(254, 0x8000), true}));
 }
 
-TEST(Limit, Exp2OfOneBitMoreIsANormalZero) {
+TEST(KtIntLimit, Exp2OneBitPastLimitBecomesNormalisedZero) {
   const Record a = number(-7);
   _KtIntExp2(a.get(), 4080);
   EXPECT_EQ(valueOf(a), normal(0));
   EXPECT_EQ(a->capacity, 0);
   const Record b = number(-7);
-  _KtIntExp2(b.get(), 0xFFFFFFFF);  // 2 to the 28th words
+  _KtIntExp2(b.get(), 0xFFFFFFFF);  // 2^28 words
   EXPECT_EQ(valueOf(b), normal(0));
 }
 
-TEST(Limit, Exp2FurtherKeepsTheSignAndTheCutLengthOfZeros) {
+TEST(KtIntLimit, Exp2FurtherPastLimitKeepsSignAndTruncatedLength) {
   const Record a = number(-7);
   _KtIntExp2(a.get(), 4096);
   EXPECT_EQ(valueOf(a), (Value{{0}, true}));
@@ -167,10 +170,10 @@ TEST(Limit, Exp2FurtherKeepsTheSignAndTheCutLengthOfZeros) {
   EXPECT_EQ(a->capacity, 57);
 }
 
-TEST(Limit, AProductOf255WordsIsRight) {
+TEST(KtIntLimit, ProductOf255WordsIsExact) {
   const Record c = number(0);
   _KtIntMul(ones(128).get(), ones(127, true).get(), c.get());
-  Words words(255, 0xFFFF);  // B^255 - B^128 - B^127 + 1
+  Words words(255, 0xFFFF);  // with B = 65536: B^255 - B^128 - B^127 + 1
   std::fill(words.begin(), words.begin() + 127, 0);
   words[0] = 1;
   words[127] = 0xFFFF;
@@ -179,14 +182,14 @@ TEST(Limit, AProductOf255WordsIsRight) {
   EXPECT_EQ(c->capacity, 255);
 }
 
-TEST(Limit, AProductOf256WordsIsANormalZero) {
+TEST(KtIntLimit, ProductOf256WordsBecomesNormalisedZero) {
   const Record c = number(-1);
   _KtIntMul(ones(128).get(), ones(128, true).get(), c.get());
   EXPECT_EQ(valueOf(c), normal(0));
 }
 
-TEST(Limit, AProductOf300WordsKeepsItsLow44) {
-  // (B^200 + 3 B^43 + 5)(B^99 + 7), of which B^43 and below stay.
+TEST(KtIntLimit, ProductOf300WordsKeepsLow44) {
+  // With B = 65536: (B^200 + 3 B^43 + 5)(B^99 + 7), of which the terms up to B^43 remain.
   Words factor(201, 0);
   factor[200] = 1;
   factor[43] = 3;
@@ -202,7 +205,7 @@ TEST(Limit, AProductOf300WordsKeepsItsLow44) {
   EXPECT_EQ(valueOf(c), (Value{low, true}));
 }
 
-TEST(Limit, AProductOfLongRecordsWithShortValuesIsRight) {
+TEST(KtIntLimit, ProductOfLongRecordsWithShortValuesIsExact) {
   Words seven(255, 0);
   seven[0] = 7;
   const Record a = record(seven, true);
@@ -211,7 +214,7 @@ TEST(Limit, AProductOfLongRecordsWithShortValuesIsRight) {
   EXPECT_EQ(valueOf(c), normal(49));
 }
 
-TEST(Limit, DivOf255WordsByOneIsTheDividend) {
+TEST(KtIntLimit, DivOf255WordsByOneReturnsDividend) {
   const Record quotient = number(0);
   const Record remainder = number(0);
   _KtIntDiv(ones(255).get(), number(1).get(), quotient.get(), remainder.get());
@@ -220,19 +223,19 @@ TEST(Limit, DivOf255WordsByOneIsTheDividend) {
   EXPECT_LE(quotient->capacity, 255);
 }
 
-TEST(Limit, DivOf255WordsByShortDivisorsIsRight) {
+TEST(KtIntLimit, DivOf255WordsByShortDivisorsIsExact) {
   const Record quotient = number(0);
   const Record remainder = number(0);
   _KtIntDiv(ones(255).get(), number(65535).get(), quotient.get(), remainder.get());
   EXPECT_EQ(valueOf(quotient), (Value{Words(255, 1), false}));
   EXPECT_EQ(valueOf(remainder), normal(0));
-  // B^255 - 1 = (B^254 - 1) B + (B - 1), divided by B.
+  // With B = 65536: B^255 - 1 = (B^254 - 1) B + (B - 1), divided by B.
   _KtIntDiv(ones(255).get(), number(65536).get(), quotient.get(), remainder.get());
   EXPECT_EQ(valueOf(quotient), (Value{allOnes(254), false}));
   EXPECT_EQ(valueOf(remainder), normal(65535));
 }
 
-TEST(Limit, DivOf255WordsBy255Words) {
+TEST(KtIntLimit, DivOf255WordsBy255WordsIsExact) {
   const Record quotient = number(0);
   const Record remainder = number(0);
   _KtIntDiv(ones(255).get(), record(shiftedUp(254)).get(), quotient.get(), remainder.get());
@@ -240,15 +243,15 @@ TEST(Limit, DivOf255WordsBy255Words) {
   EXPECT_EQ(valueOf(remainder), (Value{allOnes(254), false}));
 }
 
-TEST(Limit, ModOf255WordsIsRight) {
+TEST(KtIntLimit, ModOf255WordsIsExact) {
   const Record c = number(0);
   _KtIntMod(ones(255, true).get(), number(1).get(), c.get());
   EXPECT_EQ(valueOf(c), normal(0));
-  _KtIntMod(ones(255, true).get(), ones(2).get(), c.get());  // 255 is odd: one word stays
+  _KtIntMod(ones(255, true).get(), ones(2).get(), c.get());  // 255 is odd: one word remains
   EXPECT_EQ(valueOf(c), normal(65535));
 }
 
-TEST(Limit, APowerIsRightUpToTheLastBitAndThenANormalZero) {
+TEST(KtIntLimit, PowSIsExactUpToLastBitThenZero) {
   const Record a = number(-2);
   _KtIntPowS(a.get(), 4079);
   EXPECT_EQ(valueOf(a), (Value{shiftedUp(254, 0x8000), true}));
@@ -257,18 +260,18 @@ TEST(Limit, APowerIsRightUpToTheLastBitAndThenANormalZero) {
   EXPECT_EQ(valueOf(b), normal(0));
 }
 
-TEST(Limit, DecodeReadsUpToTheLastBitAndThenCutsAtEachDigit) {
+TEST(KtIntLimit, DecodeTruncatesAtEachDigitPastLimit) {
   const Record a = number(0);
   _KtIntDecode(('-' + std::string(4080, '1')).c_str(), a.get(), _KTINT_BIN_VECTOR);
   EXPECT_EQ(valueOf(a), (Value{allOnes(255), true}));
   _KtIntDecode(std::string(1020, 'f').c_str(), a.get(), _KTINT_HEX_VECTOR);
   EXPECT_EQ(valueOf(a), (Value{allOnes(255), false}));
-  // Doubled once more it is a zero, and goes on from there.
+  // The 4,081st digit makes the value zero; reading continues from there.
   _KtIntDecode(('-' + std::string(4081, '1') + "01").c_str(), a.get(), _KTINT_BIN_VECTOR);
   EXPECT_EQ(valueOf(a), normal(-5));
 }
 
-TEST(Limit, EncodeWritesEveryDigitOf255Words) {
+TEST(KtIntLimit, EncodeWritesEveryDigitOf255Words) {
   EXPECT_EQ(encoded(ones(255, true).get(), _KTINT_BIN_VECTOR), '-' + std::string(4080, '1'));
   EXPECT_EQ(encoded(ones(255).get(), _KTINT_HEX_VECTOR), std::string(1020, 'f'));
   EXPECT_EQ(encoded(record(shiftedUp(254, 0x1000)).get(), _KTINT_HEX_VECTOR),
@@ -276,13 +279,13 @@ TEST(Limit, EncodeWritesEveryDigitOf255Words) {
   EXPECT_EQ(decimal(ones(255)).size(), 1229U);
 }
 
-// How many digits of a base make 4,080 bits, about.
+// Returns approximately how many digits of a base make 4,080 bits.
 std::size_t digitsAtLimit(std::size_t base) {
   return static_cast<std::size_t>(4080 / std::log2(static_cast<double>(base)));
 }
 
-TEST(Limit, LongTextsInRandomAlphabetsAreReadAsTheModelReadsThem) {
-  RandomValues random(seed());
+TEST(KtIntLimit, DecodeMatchesModelOnLongTexts) {
+  RandomOperands random(seed());
   SCOPED_TRACE("KT_SEED=" + std::to_string(seed()));
   Twins pool(1);
   for (int round = 0; round < KT_BIGINT_STEPS / 2000; ++round) {
@@ -292,16 +295,16 @@ TEST(Limit, LongTextsInRandomAlphabetsAreReadAsTheModelReadsThem) {
     std::string text = random.text(alphabet, size);
     if (random.oneIn(3)) text.insert(0, random.below(300), alphabet[0]);
     ASSERT_EQ(pool.decode(0, text, alphabet), "") << "in base " << base << ": " << text.size();
-    const std::string digits = alphabet.substr(1);  // no zero on top, nothing to pass over
+    const std::string digits = alphabet.substr(1);  // no leading zeros, nothing to skip
     text.assign(size - random.below(60),
                 digits[random.below(static_cast<std::uint32_t>(base - 1))]);
     ASSERT_EQ(pool.decode(0, text, alphabet), "") << "in base " << base << ": " << text.size();
   }
 }
 
-// Every function, on records of about 255 words in every form and aliasing, with numbers on both
-// sides of every limit.
-TEST(Limit, EveryFunctionOnTheLongestRecordsIsTheModels) {
+// Calls every function on records of about 255 words, in every form and aliasing, with numbers on
+// both sides of every limit.
+TEST(KtIntLimit, EveryFunctionMatchesModelOnLongestRecords) {
   Words leadingZeros(255, 0);
   leadingZeros[1] = 3;
   const std::vector<Words> forms{allOnes(255), allOnes(254), shiftedUp(254, 0x8000), leadingZeros,
@@ -314,7 +317,7 @@ TEST(Limit, EveryFunctionOnTheLongestRecordsIsTheModels) {
   for (const Operation &operation : operations()) {
     std::size_t count = 0;
     for (const std::int32_t n : numbers) {
-      // A model's power of 4,080 bits takes too long for all exponents.
+      // The model's powers of 4,080 bits are too slow for every exponent.
       if (operation.name == "PowS" && (n < 0 || n > 300)) continue;
       for (std::size_t combination = 0; combination < 27; ++combination, ++count) {
         for (std::size_t index = 0; index < 3; ++index) {
@@ -324,10 +327,11 @@ TEST(Limit, EveryFunctionOnTheLongestRecordsIsTheModels) {
                         {combination % 3, combination / 3 % 3, combination / 9, (count + 1) % 3},
                         n};
         ASSERT_EQ(pool.perform(step), "") << operation.name << ' ' << n << ' ' << combination;
-        if (operation.name == "Div" && count > 200) break;  // milliseconds each, for the model
+        if (operation.name == "Div" && count > 200) break;  // the model takes milliseconds for each
       }
     }
   }
 }
 
 }  // namespace
+}  // namespace kt::test

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// What happens when there is no memory. The linker sends every call of the allocator in this
-// program through the functions below, which can be told to refuse one.
+// Allocation, release and failure of memory in the C functions. The linker redirects this program's
+// calls of the allocator to the functions below, which count blocks and can fail one call.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -10,14 +10,15 @@
 
 #include "tests/bigint/Records.h"
 
+namespace kt::test {
 namespace {
 
-int callsUntilRefusal = -1;  // negative: none is refused
+int callsUntilFailure = -1;  // negative: no call fails
 int blocksInUse = 0;
-std::size_t resizedTo = 0;  // bytes, the last time that a block was resized
+std::size_t resizedTo = 0;  // bytes requested by the last realloc
 
-bool isRefused() {
-  return callsUntilRefusal >= 0 && callsUntilRefusal-- == 0;
+bool failsNow() {
+  return callsUntilFailure >= 0 && callsUntilFailure-- == 0;
 }
 
 }  // namespace
@@ -29,41 +30,39 @@ void *__real_realloc(void *block, std::size_t size);
 void __real_free(void *block);
 
 void *__wrap_malloc(std::size_t size) {
-  if (isRefused()) return nullptr;
+  if (failsNow()) return nullptr;
   ++blocksInUse;
   return __real_malloc(size);
 }
 void *__wrap_calloc(std::size_t count, std::size_t size) {
-  if (isRefused()) return nullptr;
+  if (failsNow()) return nullptr;
   ++blocksInUse;
   return __real_calloc(count, size);
 }
 void *__wrap_realloc(void *block, std::size_t size) {
   resizedTo = size;
-  return isRefused() ? nullptr : __real_realloc(block, size);
+  return failsNow() ? nullptr : __real_realloc(block, size);
 }
 void __wrap_free(void *block) {
   if (block != nullptr) --blocksInUse;
   __real_free(block);
 }
-}
+}  // extern "C"
 
 namespace {
 
-using namespace kt::test;
-
-TEST(Memory, AllocGivesNullWhereThereIsNoneAndKeepsNothing) {
+TEST(KtIntMemory, AllocReturnsNullAndKeepsNothingOnFailure) {
   for (const int allowed : {0, 1}) {
     const int before = blocksInUse;
-    callsUntilRefusal = allowed;
+    callsUntilFailure = allowed;
     const _KtInt *const made = _KtIntAlloc(7);
-    callsUntilRefusal = -1;
+    callsUntilFailure = -1;
     EXPECT_EQ(made, nullptr) << "after " << allowed << " blocks";
     EXPECT_EQ(blocksInUse, before) << "after " << allowed << " blocks";
   }
 }
 
-TEST(Memory, ARecordIsTwoBlocksAndFreeReleasesBoth) {
+TEST(KtIntMemory, FreeReleasesBothBlocksOfRecord) {
   const int before = blocksInUse;
   _KtInt *const made = _KtIntAlloc(7);
   EXPECT_EQ(blocksInUse, before + 2);
@@ -71,7 +70,7 @@ TEST(Memory, ARecordIsTwoBlocksAndFreeReleasesBoth) {
   EXPECT_EQ(blocksInUse, before);
 }
 
-TEST(Memory, SwapAndFreeReleaseEachBlockOnce) {
+TEST(KtIntMemory, SwapAndFreeReleaseEachBlockOnce) {
   const int before = blocksInUse;
   {
     const Record a = number(1);
@@ -81,13 +80,13 @@ TEST(Memory, SwapAndFreeReleaseEachBlockOnce) {
   EXPECT_EQ(blocksInUse, before);
 }
 
-TEST(Memory, ARequestOf300WordsResizesTheBlockTo88Bytes) {
+TEST(KtIntMemory, RequestOf300WordsResizesBlockTo88Bytes) {
   const Record i = number(7);
   _KtIntSetMinLength(i.get(), 300);
   EXPECT_EQ(resizedTo, 88U);
 }
 
-TEST(Memory, ABlockIsNeverSmallerThanItsValueNorEmpty) {
+TEST(KtIntMemory, BlockIsNeverSmallerThanValueNorEmpty) {
   const Record i = record(allOnes(100));
   _KtIntSetMinLength(i.get(), 300);
   EXPECT_EQ(resizedTo, 200U);
@@ -97,14 +96,15 @@ TEST(Memory, ABlockIsNeverSmallerThanItsValueNorEmpty) {
   EXPECT_EQ(resizedTo, 2U);
 }
 
-TEST(Memory, AResizeThatFailsPrintsOneLineAndAborts) {
+TEST(KtIntMemory, FailedResizePrintsOneLineAndAborts) {
   GTEST_FLAG_SET(death_test_style, "fast");
   const Record i = number(7);
   const auto grow = [&i] {
-    callsUntilRefusal = 0;
+    callsUntilFailure = 0;
     _KtIntSetMinLength(i.get(), 200);
   };
   EXPECT_EXIT(grow(), testing::KilledBySignal(SIGABRT), testing::MatchesRegex("[^\n]+\n"));
 }
 
 }  // namespace
+}  // namespace kt::test

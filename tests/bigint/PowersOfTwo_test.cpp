@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 
-// 2^k - 1, 2^k and 2^k + 1 for every k that fits, with each other: here carries and borrows run
-// furthest, and digits of quotients are estimated worst. All pairs, 150 million, would take minutes
-// for a sum and more for a product; so each value meets its neighbours and, of the others, one in
-// so many, which ones being different from value to value.
+// 2^k - 1, 2^k and 2^k + 1 for every k < 4,080, combined with each other and compared with GMP. On
+// these values carries and borrows run furthest and the estimated digits of quotients are worst.
+// All 150 million pairs would take minutes for sums alone. So each value is combined with its
+// neighbours and with one in `stride` of the others, starting at a different one for each value.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,14 +18,13 @@
 
 #ifdef KT_HAVE_GMP
 
+namespace kt::test {
 namespace {
 
-using namespace kt::test;
-
 constexpr int maxBits = 4080;
-constexpr std::size_t slowness = 1000000 / KT_BIGINT_STEPS;  // 1 for an optimised build
+constexpr std::size_t slowness = 1000000 / KT_BIGINT_STEPS;  // 1 in an optimised build
 
-// All the values, as records.
+// Returns all values as records; index 3 k + 0, 1, 2 is 2^k - 1, 2^k, 2^k + 1.
 const std::vector<Record> &values() {
   static const std::vector<Record> all = [] {
     std::vector<Record> made;
@@ -42,6 +41,7 @@ const std::vector<Record> &values() {
   return all;
 }
 
+// Returns all values as numbers of GMP, in the same order.
 const std::vector<Gmp> &numbers() {
   static const std::vector<Gmp> all = [] {
     std::vector<Gmp> made(3 * std::size_t{maxBits});
@@ -56,7 +56,7 @@ const std::vector<Gmp> &numbers() {
   return all;
 }
 
-// Calls `visit` with the indexes of pairs: neighbours, and one in `stride` of the others.
+// Calls visit(i, j) for all neighbours and for one in `stride` of the other pairs of indexes.
 void forPairs(std::size_t stride, const std::function<void(std::size_t, std::size_t)> &visit) {
   constexpr std::size_t near = 9;
   for (std::size_t i = 0; i < values().size() && !testing::Test::HasFailure(); ++i) {
@@ -69,6 +69,7 @@ void forPairs(std::size_t stride, const std::function<void(std::size_t, std::siz
   }
 }
 
+// Returns both values of a pair as text.
 std::string pair(std::size_t i, std::size_t j) {
   const auto text = [](std::size_t index) {
     return "2^" + std::to_string(index / 3) + std::array{" - 1", "", " + 1"}[index % 3];
@@ -76,13 +77,13 @@ std::string pair(std::size_t i, std::size_t j) {
   return text(i) + " and " + text(j);
 }
 
-TEST(PowersOfTwo, ValuesAreThoseOfGmp) {
+TEST(PowersOfTwo, RecordsMatchGmp) {
   for (std::size_t i = 0; i < values().size(); ++i) {
     ASSERT_TRUE(numbers()[i].isNormal(*values()[i])) << pair(i, i);
   }
 }
 
-TEST(PowersOfTwo, Sums) {
+TEST(PowersOfTwo, SumsMatchGmp) {
   const Record c = number(0);
   Gmp expected;
   forPairs(6 * slowness, [&](std::size_t i, std::size_t j) {
@@ -93,7 +94,7 @@ TEST(PowersOfTwo, Sums) {
   });
 }
 
-TEST(PowersOfTwo, Differences) {
+TEST(PowersOfTwo, DifferencesMatchGmp) {
   const Record c = number(0);
   Gmp expected;
   forPairs(6 * slowness, [&](std::size_t i, std::size_t j) {
@@ -103,7 +104,7 @@ TEST(PowersOfTwo, Differences) {
   });
 }
 
-TEST(PowersOfTwo, ComparisonsAndSumsIntoAnOperand) {
+TEST(PowersOfTwo, ComparisonsAndSumsIntoOperandMatchGmp) {
   Record c = number(0);
   Gmp expected;
   forPairs(24 * slowness, [&](std::size_t i, std::size_t j) {
@@ -116,7 +117,7 @@ TEST(PowersOfTwo, ComparisonsAndSumsIntoAnOperand) {
   });
 }
 
-TEST(PowersOfTwo, Products) {
+TEST(PowersOfTwo, ProductsMatchGmp) {
   const Record c = number(0);
   Gmp expected;
   forPairs(24 * slowness, [&](std::size_t i, std::size_t j) {
@@ -129,13 +130,13 @@ TEST(PowersOfTwo, Products) {
   });
 }
 
-TEST(PowersOfTwo, QuotientsAndRemainders) {
+TEST(PowersOfTwo, QuotientsAndRemaindersMatchGmp) {
   const Record quotient = number(0);
   const Record remainder = number(0);
   Gmp expected;
   Gmp expectedRemainder;
   forPairs(24 * slowness, [&](std::size_t i, std::size_t j) {
-    if (j == 0) return;  // 2^0 - 1
+    if (j == 0) return;  // the divisor 2^0 - 1 is zero
     _KtIntDiv(values()[i].get(), values()[j].get(), quotient.get(), remainder.get());
     mpz_tdiv_qr(expected.get(), expectedRemainder.get(), numbers()[i].get(), numbers()[j].get());
     EXPECT_TRUE(expected.isNormal(*quotient)) << pair(i, j);
@@ -145,9 +146,10 @@ TEST(PowersOfTwo, QuotientsAndRemainders) {
   });
 }
 
-// What a quotient's estimated digits are corrected by: a dividend just below the next multiple.
-TEST(PowersOfTwo, ProductsDividedByAFactorGiveTheOther) {
-  constexpr std::size_t ordered = 9;  // from here on the values only grow
+// A dividend just below a multiple of the divisor makes the estimated digits of the quotient too
+// large.
+TEST(PowersOfTwo, ProductDividedByFactorReturnsOtherFactor) {
+  constexpr std::size_t ordered = 9;  // values at greater indexes are in rising order
   const Record product = number(0);
   const Record quotient = number(0);
   const Record remainder = number(0);
@@ -163,5 +165,6 @@ TEST(PowersOfTwo, ProductsDividedByAFactorGiveTheOther) {
 }
 
 }  // namespace
+}  // namespace kt::test
 
 #endif

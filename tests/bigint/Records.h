@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// What the tests of big integers share: records that free themselves, made field by field, and
-// their fields in a form that is compared and printed as a whole.
+// Helpers for tests of `_KtInt` records: an owning pointer, records made field by field, and Value,
+// a record's fields as one object to compare and print.
 #ifndef KT_TESTS_BIGINT_RECORDS_H
 #define KT_TESTS_BIGINT_RECORDS_H
 
@@ -23,11 +23,12 @@ struct FreeRecord {
 };
 using Record = std::unique_ptr<_KtInt, FreeRecord>;
 
+// Returns a new record of this value, in normal form.
 inline Record number(std::int32_t value) {
   return Record(_KtIntAlloc(value));
 }
 
-// A record of these words, lowest first, as they stand: normal or not.
+// Returns a record of these words, least significant first, without normalising it.
 inline Record record(const Words &words, bool negative = false) {
   Record made = number(0);
   _KtIntSetMinLength(made.get(), static_cast<std::int32_t>(words.size()));
@@ -37,12 +38,12 @@ inline Record record(const Words &words, bool negative = false) {
   return made;
 }
 
-// A zero that is not in normal form.
+// Returns a zero with the sign set, which is not in normal form.
 inline Record negativeZero(std::size_t length = 1) {
   return record(Words(length, 0), true);
 }
 
-// The value as it stands in a record: its words, whose number is the length, and the sign.
+// A record's value without its capacity: words.size() is the length.
 struct Value {
   Words words;
   bool negative = false;
@@ -53,7 +54,7 @@ inline Value valueOf(const Record &record) {
   return {Words(record->digits, record->digits + record->length), record->negative != 0};
 }
 
-// The normal form of a small number.
+// Returns the normal form of a small number.
 inline Value normal(std::int64_t number) {
   const bool negative = number < 0;
   auto magnitude = static_cast<std::uint64_t>(number);
@@ -66,23 +67,29 @@ inline Value normal(std::int64_t number) {
 }
 
 inline void PrintTo(const Value &value, std::ostream *stream) {
-  *stream << (value.negative ? "-" : "+") << value.words.size() << " words, lowest first:";
+  *stream << (value.negative ? "-" : "+") << value.words.size()
+          << " words, least significant first:";
   for (const std::uint16_t word : value.words) {
     *stream << ' ' << word;
   }
 }
 
-inline std::string encoded(const _KtInt *value, const std::string &alphabet) {
+// Returns what _KtIntEncode writes with this alphabet, passed on by the same pointer.
+inline std::string encoded(const _KtInt *value, const char *alphabet) {
   std::string text(std::size_t{16} * value->length + 2, '?');
-  _KtIntEncode(value, text.data(), alphabet.c_str());
+  _KtIntEncode(value, text.data(), alphabet);
   return text.substr(0, text.find('\0'));
+}
+
+inline std::string encoded(const _KtInt *value, const std::string &alphabet) {
+  return encoded(value, alphabet.c_str());
 }
 
 inline std::string decimal(const Record &record) {
   return encoded(record.get(), _KTINT_DEC_VECTOR);
 }
 
-// The largest value of so many words.
+// Returns the words of the largest value of this length.
 inline Words allOnes(std::size_t length) {
   return Words(length, 0xFFFF);
 }

@@ -1,28 +1,30 @@
 // SPDX-License-Identifier: MIT
 
-// What is written in any alphabet reads back as the same value, and a text of the written form is
-// written again to the letter; nothing is written behind a text's NUL.
+// `_KtInt` records written as text and read back: the same value in any alphabet, the same text,
+// the right digits, and nothing written after the NUL.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "tests/bigint/Gmp.h"
-#include "tests/bigint/RandomValues.h"
+#include "tests/bigint/RandomOperands.h"
 
+namespace kt::test {
 namespace {
-
-using namespace kt::test;
 
 constexpr int roundCount = KT_BIGINT_STEPS / 50;
 
+// Normalises the record and returns its value.
 Value shortened(const Record &i) {
   _KtIntShorten(i.get());
   return valueOf(i);
 }
 
-TEST(RoundTrip, ValuesComeBackFromRandomAlphabets) {
-  RandomValues random(seed());
+TEST(RoundTrip, PreservesValuesInRandomAlphabets) {
+  RandomOperands random(seed());
   SCOPED_TRACE("KT_SEED=" + std::to_string(seed()));
   for (int round = 0; round < roundCount; ++round) {
     const Record value = record(random.words(), random.oneIn(2));
@@ -34,8 +36,8 @@ TEST(RoundTrip, ValuesComeBackFromRandomAlphabets) {
   }
 }
 
-TEST(RoundTrip, TextsOfTheWrittenFormComeBackFromRandomAlphabets) {
-  RandomValues random(seed());
+TEST(RoundTrip, PreservesWrittenTextsInRandomAlphabets) {
+  RandomOperands random(seed());
   SCOPED_TRACE("KT_SEED=" + std::to_string(seed()));
   for (int round = 0; round < roundCount; ++round) {
     const std::string alphabet = random.alphabet(2 + random.below(253));
@@ -43,7 +45,7 @@ TEST(RoundTrip, TextsOfTheWrittenFormComeBackFromRandomAlphabets) {
     for (std::uint32_t count = 1 + random.below(500); count > 0; --count) {
       digits += alphabet[random.below(static_cast<std::uint32_t>(alphabet.size()))];
     }
-    digits[0] = alphabet[1];  // neither a zero nor a sign
+    digits[0] = alphabet[1];  // no leading zero
     const std::string text = (random.oneIn(2) ? "-" : "") + digits;
     const Record value = number(0);
     _KtIntDecode(text.c_str(), value.get(), alphabet.c_str());
@@ -51,7 +53,7 @@ TEST(RoundTrip, TextsOfTheWrittenFormComeBackFromRandomAlphabets) {
   }
 }
 
-TEST(RoundTrip, EveryLengthComesBackInTheAlphabetsThatHaveNames) {
+TEST(RoundTrip, PreservesEveryLengthInNamedAlphabets) {
   for (std::size_t length = 1; length <= 255; ++length) {
     for (const char *alphabet : {_KTINT_BIN_VECTOR, _KTINT_DEC_VECTOR, _KTINT_HEX_VECTOR}) {
       const Record value = record(allOnes(length), true);
@@ -62,8 +64,8 @@ TEST(RoundTrip, EveryLengthComesBackInTheAlphabetsThatHaveNames) {
   }
 }
 
-TEST(RoundTrip, NothingIsWrittenBehindTheNul) {
-  RandomValues random(seed());
+TEST(RoundTrip, EncodeWritesNothingAfterNul) {
+  RandomOperands random(seed());
   SCOPED_TRACE("KT_SEED=" + std::to_string(seed()));
   constexpr char guard = '\x5A';
   for (std::size_t base = 2; base <= 254; ++base) {
@@ -76,8 +78,8 @@ TEST(RoundTrip, NothingIsWrittenBehindTheNul) {
   }
 }
 
-// What the header promises: so many digits for each word, a sign, and the NUL.
-TEST(RoundTrip, TheLongestTextsAreWithinTheRoomThatTheHeaderNames) {
+// The bound that the header states: 16, 5 or 4 digits per word, a sign and the NUL.
+TEST(RoundTrip, EncodeStaysWithinDocumentedSize) {
   for (std::size_t length = 1; length <= 255; ++length) {
     const Record value = record(allOnes(length), true);
     EXPECT_EQ(encoded(value.get(), _KTINT_BIN_VECTOR).size(), 16 * length + 1);
@@ -86,10 +88,76 @@ TEST(RoundTrip, TheLongestTextsAreWithinTheRoomThatTheHeaderNames) {
   }
 }
 
+// ---- Digits ----
+
+// Returns the digits of a magnitude by long division: one pass over all words for each digit.
+std::string digitsByLongDivision(Words words, std::uint32_t base) {
+  std::string digits;
+  do {
+    std::uint32_t remainder = 0;
+    for (std::size_t k = words.size(); k-- > 0;) {
+      const std::uint32_t dividend = remainder << 16 | words[k];
+      words[k] = static_cast<std::uint16_t>(dividend / base);
+      remainder = dividend % base;
+    }
+    digits += "0123456789abcdef"[remainder];
+    while (!words.empty() && words.back() == 0) {
+      words.pop_back();
+    }
+  } while (!words.empty());
+  std::reverse(digits.begin(), digits.end());
+  return digits;
+}
+
+// The library may choose its way of writing by the alphabet's address or by its characters.
+void expectDigits(const Record &value, const char *namedVector, const std::string &digits) {
+  const std::string copy = namedVector;
+  const std::string text = (value->negative != 0 ? "-" : "") + digits;
+  ASSERT_EQ(encoded(value.get(), namedVector), text) << value->length << " words";
+  ASSERT_EQ(encoded(value.get(), copy), text) << value->length << " words";
+  const Record back = number(5);
+  _KtIntDecode(text.c_str(), back.get(), namedVector);
+  ASSERT_EQ(valueOf(back), valueOf(value));
+  _KtIntDecode(text.c_str(), back.get(), copy.c_str());
+  ASSERT_EQ(valueOf(back), valueOf(value));
+}
+
+TEST(RoundTrip, NamedAlphabetsMatchLongDivisionAtEveryLength) {
+  RandomOperands random(seed());
+  SCOPED_TRACE("KT_SEED=" + std::to_string(seed()));
+  for (std::size_t length = 1; length <= 255 && !HasFatalFailure(); ++length) {
+    for (const Words &words : {random.words(length), allOnes(length)}) {
+      const Record value = record(words, random.oneIn(2));
+      const Words magnitude = shortened(value).words;
+      expectDigits(value, _KTINT_DEC_VECTOR, digitsByLongDivision(magnitude, 10));
+      expectDigits(value, _KTINT_HEX_VECTOR, digitsByLongDivision(magnitude, 16));
+    }
+  }
+}
+
+TEST(RoundTrip, DecimalIsExactForEveryGroupOfFourDigits) {
+  for (std::int64_t group = 0; group < 10'000 && !HasFatalFailure(); ++group) {
+    const std::int64_t all = (std::int64_t{10'000} + group) * 10'000 + (9'999 - group);
+    expectDigits(record(normal(all).words), _KTINT_DEC_VECTOR, std::to_string(all));
+  }
+}
+
+TEST(RoundTrip, DecimalIsExactAtEveryPowerOfTen) {
+  const Record power = number(1);
+  const Record one = number(1);
+  const Record before = number(0);
+  for (std::size_t zeros = 0; zeros <= 1'228 && !HasFatalFailure(); ++zeros) {
+    expectDigits(power, _KTINT_DEC_VECTOR, '1' + std::string(zeros, '0'));
+    _KtIntSub(power.get(), one.get(), before.get());
+    expectDigits(before, _KTINT_DEC_VECTOR, zeros == 0 ? "0" : std::string(zeros, '9'));
+    _KtIntMulS(power.get(), 10);
+  }
+}
+
 #ifdef KT_HAVE_GMP
 
-TEST(RoundTrip, DigitsAreThoseOfGmpInEveryBaseUpTo62) {
-  RandomValues random(seed());
+TEST(RoundTrip, DigitsMatchGmpInEveryBaseUpTo62) {
+  RandomOperands random(seed());
   SCOPED_TRACE("KT_SEED=" + std::to_string(seed()));
   const std::string letters = "abcdefghijklmnopqrstuvwxyz";
   const std::string capitals = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
@@ -112,3 +180,4 @@ TEST(RoundTrip, DigitsAreThoseOfGmpInEveryBaseUpTo62) {
 #endif
 
 }  // namespace
+}  // namespace kt::test

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What a call throws, as a text to compare. For the thread of a test.
+// thrownBy: the message of the exception that a call throws, as a text to compare.
 #ifndef KT_TESTS_BIGINT_THROWN_H
 #define KT_TESTS_BIGINT_THROWN_H
 
@@ -9,7 +9,7 @@
 
 namespace kt::test {
 
-// The message of the `Error` that call() throws, or what happened instead.
+// Returns the message of the `Error` that call() throws, or a text that says what happened instead.
 template <typename Error, typename Call>
 std::string thrownBy(Call call) {
   try {

@@ -38,12 +38,12 @@ Operation operation(const char *name, Result (*ours)(Ours...), Result (*plain)(P
           callOf<model::Int>(plain, std::index_sequence_for<Plain...>()), composed};
 }
 
-// ctest and people read it: how a record looks, its words shortened.
+// Returns a record's fields as a text for a failure's message, with at most 300 words.
 template <typename Integer>
 std::string description(const Integer &i) {
   std::ostringstream text;
-  text << (i.negative ? '-' : '+') << int{i.negative} << " length " << i.length + 0 << " capacity "
-       << i.capacity + 0 << ':';
+  text << (i.negative != 0 ? '-' : '+') << int{i.negative} << " length " << i.length + 0
+       << " capacity " << i.capacity + 0 << ':';
   for (std::size_t k = 0; k < static_cast<std::size_t>(i.length) && k < 300; ++k) {
     text << ' ' << i.digits[k];
   }
@@ -107,10 +107,10 @@ void Twins::load(std::size_t index, const Words &words, bool negative) {
   plain.length = static_cast<std::int64_t>(words.size());
   plain.negative = negative ? 1 : 0;
   _KtIntSetMinLength(twins_[index].library.get(), static_cast<std::int32_t>(words.size()));
-  follow(index);
+  copyFromModel(index);
 }
 
-void Twins::follow(std::size_t index) {
+void Twins::copyFromModel(std::size_t index) {
   const model::Int &plain = twins_[index].plain;
   _KtInt *library = twins_[index].library.get();
   std::copy_n(plain.digits.begin(), plain.length, library->digits);
@@ -132,9 +132,10 @@ std::string Twins::perform(const Step &step) {
     if (result != expected) {
       return "result " + std::to_string(result) + " instead of " + std::to_string(expected);
     }
-  } catch (const model::FailedAssertion &) {  // on the way to it a divisor has been normalised
+  } catch (const model::FailedAssertion &) {
+    // The model has normalised the divisor before the assertion failed; the library must not abort.
     for (const std::size_t index : step.operands) {
-      follow(index);
+      copyFromModel(index);
     }
     return {};
   }
@@ -147,7 +148,7 @@ std::string Twins::perform(const Step &step) {
 
 std::string Twins::encode(std::size_t index, const std::string &alphabet) {
   const std::string expected = model::encode(&twins_[index].plain, alphabet);
-  std::string text(expected.size() + 9, '\x7E');  // the NUL, and guards behind it
+  std::string text(expected.size() + 9, '\x7E');  // the NUL, and guard bytes after it
   _KtIntEncode(twins_[index].library.get(), text.data(), alphabet.c_str());
   if (text != expected + '\0' + std::string(8, '\x7E')) {
     return "text " + text + " instead of " + expected;

@@ -1,23 +1,24 @@
 // SPDX-License-Identifier: MIT
 
-// Sums, differences and signs: each case of signs and sizes, what becomes of the operands, and
-// every way in which the three records may be fewer. Shifts and products have files of their own.
+// Sums, differences and signs of `_KtInt` records: every combination of signs and sizes, which
+// operands are normalised, and every aliasing of the three records.
 #include "kt/bigint/_KtArithmetic.h"
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "tests/bigint/Records.h"
 
+namespace kt::test {
 namespace {
-
-using namespace kt::test;
 
 using Operation = void (*)(_KtInt *, _KtInt *, _KtInt *);
 
 Value result(Operation operation, const Record &a, const Record &b) {
-  const Record c = number(-99);  // whose sign must not shine through
+  const Record c = number(-99);  // its sign must not survive
   operation(a.get(), b.get(), c.get());
   return valueOf(c);
 }
@@ -26,10 +27,10 @@ Value result(Operation operation, std::int32_t a, std::int32_t b) {
   return result(operation, number(a), number(b));
 }
 
-// Signs cross sizes: |a| above, at and below |b|, in one word and in several.
+// Magnitudes of one word and of two. All pairs make |a| greater than, equal to and less than |b|.
 const std::vector<std::int32_t> magnitudes{0, 1, 3, 5, 65535, 65536, 65537, 0x7FFFFFFF};
 
-TEST(KtArithmetic, AddOfEverySignAndSize) {
+TEST(KtArithmetic, AddIsExactForEverySignAndSize) {
   for (const std::int32_t a : magnitudes) {
     for (const std::int32_t b : magnitudes) {
       EXPECT_EQ(result(_KtIntAdd, a, b), normal(std::int64_t{a} + b)) << a << " + " << b;
@@ -40,7 +41,7 @@ TEST(KtArithmetic, AddOfEverySignAndSize) {
   }
 }
 
-TEST(KtArithmetic, SubOfEverySignAndSize) {
+TEST(KtArithmetic, SubIsExactForEverySignAndSize) {
   for (const std::int32_t a : magnitudes) {
     for (const std::int32_t b : magnitudes) {
       EXPECT_EQ(result(_KtIntSub, a, b), normal(std::int64_t{a} - b)) << a << " - " << b;
@@ -51,7 +52,7 @@ TEST(KtArithmetic, SubOfEverySignAndSize) {
   }
 }
 
-TEST(KtArithmetic, WhatCancelsIsANormalZero) {
+TEST(KtArithmetic, CancellationMakesNormalisedZero) {
   EXPECT_EQ(result(_KtIntAdd, 5, -5), normal(0));
   EXPECT_EQ(result(_KtIntAdd, -5, 5), normal(0));
   EXPECT_EQ(result(_KtIntSub, 5, 5), normal(0));
@@ -59,7 +60,7 @@ TEST(KtArithmetic, WhatCancelsIsANormalZero) {
   EXPECT_EQ(result(_KtIntSub, record({1, 2, 3}), record({1, 2, 3})), normal(0));
 }
 
-TEST(KtArithmetic, ACarryRunsThroughAllWords) {
+TEST(KtArithmetic, CarryRunsThroughAllWords) {
   for (std::size_t length = 1; length < 255; ++length) {
     Words power(length, 0);
     power.push_back(1);
@@ -68,7 +69,7 @@ TEST(KtArithmetic, ACarryRunsThroughAllWords) {
   }
 }
 
-TEST(KtArithmetic, ABorrowRunsThroughAllWords) {
+TEST(KtArithmetic, BorrowRunsThroughAllWords) {
   for (std::size_t length = 1; length < 255; ++length) {
     Words power(length, 0);
     power.push_back(1);
@@ -77,36 +78,36 @@ TEST(KtArithmetic, ABorrowRunsThroughAllWords) {
   }
 }
 
-TEST(KtArithmetic, ABorrowOverAWordOfAllOnesIsNotLost) {
-  // 0x1'0000'0000 - 0xFFFF'0001: the middle word takes away 0xFFFF and a borrow.
+TEST(KtArithmetic, BorrowPassesWordOfAllOnes) {
+  // 0x1'0000'0000 - 0xFFFF'0001: the middle word subtracts 0xFFFF and a borrow.
   EXPECT_EQ(result(_KtIntSub, record({0, 0, 1}), record({1, 0xFFFF})), normal(0xFFFF));
 }
 
-TEST(KtArithmetic, ASumOfTwoNegativeZerosIsANegativeZero) {
+TEST(KtArithmetic, SumOfNegativeZerosIsNegativeZero) {
   EXPECT_EQ(result(_KtIntAdd, negativeZero(2), negativeZero(3)), (Value{{0}, true}));
   EXPECT_EQ(result(_KtIntSub, negativeZero(2), number(0)), (Value{{0}, true}));
 }
 
-TEST(KtArithmetic, ANegativeZeroLosesItsSignAgainstTheOtherSign) {
+TEST(KtArithmetic, NegativeZeroLosesSignAgainstOppositeSign) {
   EXPECT_EQ(result(_KtIntAdd, negativeZero(2), number(0)), normal(0));
   EXPECT_EQ(result(_KtIntAdd, number(7), negativeZero(9)), normal(7));
   EXPECT_EQ(result(_KtIntSub, negativeZero(2), negativeZero(3)), normal(0));
 }
 
-TEST(KtArithmetic, AnyNonzeroSignIsNegative) {
+TEST(KtArithmetic, NonzeroSignFieldMeansNegative) {
   const Record a = number(-3);
   a->negative = 0x80;
   EXPECT_EQ(result(_KtIntAdd, a, number(5)), normal(2));
   EXPECT_EQ(result(_KtIntAdd, a, number(-5)), normal(-8));
 }
 
-TEST(KtArithmetic, TheSignOfAResultIsZeroOrOne) {
+TEST(KtArithmetic, SignFieldOfResultIsZeroOrOne) {
   const Record c = number(0);
   _KtIntAdd(number(-3).get(), number(-4).get(), c.get());
   EXPECT_EQ(c->negative, 1);
 }
 
-TEST(KtArithmetic, OperandsWithDifferentSignsAreNormalisedByAdd) {
+TEST(KtArithmetic, AddNormalisesOperandsOfDifferentSigns) {
   const Record a = record({5, 0, 0});
   const Record b = record({7, 0}, true);
   EXPECT_EQ(result(_KtIntAdd, a, b), normal(-2));
@@ -114,7 +115,7 @@ TEST(KtArithmetic, OperandsWithDifferentSignsAreNormalisedByAdd) {
   EXPECT_EQ(valueOf(b), normal(-7));
 }
 
-TEST(KtArithmetic, OperandsOfOneSignAreNotTouchedByAdd) {
+TEST(KtArithmetic, AddLeavesOperandsOfEqualSigns) {
   const Record a = record({5, 0, 0}, true);
   const Record b = record({7, 0}, true);
   EXPECT_EQ(result(_KtIntAdd, a, b), normal(-12));
@@ -122,7 +123,7 @@ TEST(KtArithmetic, OperandsOfOneSignAreNotTouchedByAdd) {
   EXPECT_EQ(valueOf(b), (Value{{7, 0}, true}));
 }
 
-TEST(KtArithmetic, OperandsOfOneSignAreNormalisedBySub) {
+TEST(KtArithmetic, SubNormalisesOperandsOfEqualSigns) {
   const Record a = record({5, 0, 0}, true);
   const Record b = negativeZero(2);
   EXPECT_EQ(result(_KtIntSub, a, b), normal(-5));
@@ -130,7 +131,7 @@ TEST(KtArithmetic, OperandsOfOneSignAreNormalisedBySub) {
   EXPECT_EQ(valueOf(b), normal(0));
 }
 
-TEST(KtArithmetic, OperandsWithDifferentSignsAreNotTouchedBySub) {
+TEST(KtArithmetic, SubLeavesOperandsOfDifferentSigns) {
   const Record a = record({5, 0, 0});
   const Record b = negativeZero(2);
   EXPECT_EQ(result(_KtIntSub, a, b), normal(5));
@@ -138,20 +139,20 @@ TEST(KtArithmetic, OperandsWithDifferentSignsAreNotTouchedBySub) {
   EXPECT_EQ(valueOf(b), (Value{{0, 0}, true}));
 }
 
-TEST(KtArithmetic, ASumTakesRoomForOneWordMoreThanTheLongerOperand) {
+TEST(KtArithmetic, SumAllocatesOneWordBeyondLongerOperand) {
   const Record c = number(0);
   _KtIntAdd(record(Words(9, 1)).get(), record(Words(3, 1)).get(), c.get());
   EXPECT_EQ(c->capacity, 10);
   EXPECT_EQ(c->length, 9);
 }
 
-TEST(KtArithmetic, ADifferenceTakesRoomForTheLargerOperand) {
+TEST(KtArithmetic, DifferenceAllocatesLengthOfLargerOperand) {
   const Record c = number(0);
   _KtIntSub(record(Words(3, 1)).get(), record(Words(9, 1)).get(), c.get());
   EXPECT_EQ(c->capacity, 9);
 }
 
-TEST(KtArithmetic, ALengthOfZeroTakenAwayFromItselfStaysZeroLong) {
+TEST(KtArithmetic, SubOfEmptyRecordFromItselfStaysEmpty) {
   const Record a = number(0);
   const Record c = number(3);
   a->length = 0;
@@ -160,13 +161,13 @@ TEST(KtArithmetic, ALengthOfZeroTakenAwayFromItselfStaysZeroLong) {
   EXPECT_EQ(c->negative, 0);
 }
 
-TEST(KtArithmetic, AddOntoItselfDoubles) {
+TEST(KtArithmetic, AddToItselfDoubles) {
   const Record a = record({0x8000, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF}, true);
   _KtIntAdd(a.get(), a.get(), a.get());
   EXPECT_EQ(valueOf(a), (Value{{0, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 1}, true}));
 }
 
-TEST(KtArithmetic, SubFromItselfIsZero) {
+TEST(KtArithmetic, SubFromItselfMakesNormalisedZero) {
   const Record a = record({1, 2, 3, 0}, true);
   _KtIntSub(a.get(), a.get(), a.get());
   EXPECT_EQ(valueOf(a), normal(0));
@@ -181,7 +182,7 @@ void expectEveryAliasing(Operation operation, std::int32_t a, std::int32_t b, co
   EXPECT_EQ(valueOf(second), value) << a << " and " << b << " into the second";
 }
 
-TEST(KtArithmetic, TheResultMayBeEitherOperand) {
+TEST(KtArithmetic, AddAndSubTakeEitherOperandAsResult) {
   for (const std::int32_t a : {0, 3, -3, 65536, -65537, 0x7FFFFFFF}) {
     for (const std::int32_t b : {0, 1, -5, 65535, -0x7FFFFFFF}) {
       expectEveryAliasing(_KtIntAdd, a, b, normal(std::int64_t{a} + b));
@@ -190,17 +191,19 @@ TEST(KtArithmetic, TheResultMayBeEitherOperand) {
   }
 }
 
-TEST(KtArithmetic, TwoOperandsMayBeOneRecordBesideTheResult) {
+TEST(KtArithmetic, AddAndSubTakeOneRecordAsBothOperands) {
   const Record a = number(-40000);
   EXPECT_EQ(result(_KtIntAdd, a, a), normal(-80000));
   EXPECT_EQ(result(_KtIntSub, a, a), normal(0));
 }
 
-TEST(KtArithmetic, AResultThatMovesWhileItIsAnOperandIsRight) {
-  const Record a = record(allOnes(5));  // full: the sum needs a new block
+TEST(KtArithmetic, AddIntoOperandSurvivesReallocation) {
+  const Record a = record(allOnes(5));  // at its capacity: the sum needs a new block
   _KtIntAdd(a.get(), number(1).get(), a.get());
   EXPECT_EQ(valueOf(a), (Value{{0, 0, 0, 0, 0, 1}, false}));
 }
+
+// ---- AddS and SubS ----
 
 Value afterAddS(const Record &a, std::uint16_t s) {
   _KtIntAddS(a.get(), s);
@@ -212,11 +215,11 @@ Value afterSubS(const Record &a, std::uint16_t s) {
   return valueOf(a);
 }
 
-TEST(KtArithmetic, AddSOfOneTo65535HasTwoWords) {
+TEST(KtArithmetic, AddSOfOneTo65535MakesTwoWords) {
   EXPECT_EQ(afterAddS(number(65535), 1), (Value{{0, 1}, false}));
 }
 
-TEST(KtArithmetic, AddSToANegativeValueTurnsItsSignWhereItPassesZero) {
+TEST(KtArithmetic, AddSFlipsSignOfNegativeValueAtZero) {
   EXPECT_EQ(afterAddS(number(-3), 3), normal(0));
   EXPECT_EQ(afterAddS(number(-3), 5), normal(2));
   EXPECT_EQ(afterAddS(number(-3), 2), normal(-1));
@@ -225,7 +228,7 @@ TEST(KtArithmetic, AddSToANegativeValueTurnsItsSignWhereItPassesZero) {
   EXPECT_EQ(afterAddS(negativeZero(3), 9), normal(9));
 }
 
-TEST(KtArithmetic, SubSFromAPositiveValueTurnsItsSignWhereItPassesZero) {
+TEST(KtArithmetic, SubSFlipsSignOfPositiveValueAtZero) {
   EXPECT_EQ(afterSubS(number(3), 5), normal(-2));
   EXPECT_EQ(afterSubS(number(3), 3), normal(0));
   EXPECT_EQ(afterSubS(number(3), 2), normal(1));
@@ -233,17 +236,17 @@ TEST(KtArithmetic, SubSFromAPositiveValueTurnsItsSignWhereItPassesZero) {
   EXPECT_EQ(afterSubS(number(0), 65535), normal(-65535));
 }
 
-TEST(KtArithmetic, SubSOfOneFrom65536HasOneWord) {
+TEST(KtArithmetic, SubSOfOneFrom65536LeavesOneWord) {
   EXPECT_EQ(afterSubS(record({0, 1}), 1), normal(65535));
 }
 
-TEST(KtArithmetic, SubSFromANegativeValueGoesFurtherDown) {
+TEST(KtArithmetic, SubSFromNegativeValueAddsMagnitudes) {
   EXPECT_EQ(afterSubS(number(-65535), 1), normal(-65536));
   EXPECT_EQ(afterSubS(negativeZero(2), 4), normal(-4));
   EXPECT_EQ(afterSubS(negativeZero(2), 0), normal(0));
 }
 
-TEST(KtArithmetic, AddSAndSubSOfEveryEdge) {
+TEST(KtArithmetic, AddSAndSubSAreExactAtEveryEdge) {
   for (const std::int32_t a : magnitudes) {
     for (const std::uint16_t s : Words{0, 1, 2, 32768, 65534, 65535}) {
       EXPECT_EQ(afterAddS(number(a), s), normal(std::int64_t{a} + s)) << a << " + " << s;
@@ -254,34 +257,36 @@ TEST(KtArithmetic, AddSAndSubSOfEveryEdge) {
   }
 }
 
-TEST(KtArithmetic, AddSMakesRoomForACarryThatDoesNotCome) {
+TEST(KtArithmetic, AddSAllocatesCarryWordEvenWithoutCarry) {
   const Record full = record(Words(5, 1));
   _KtIntAddS(full.get(), 1);
   EXPECT_EQ(full->capacity, 6);
   EXPECT_EQ(full->length, 5);
 }
 
-TEST(KtArithmetic, AddSToANegativeValueNeedsNoRoom) {
+TEST(KtArithmetic, AddSToNegativeValueAllocatesNothing) {
   const Record full = record(Words(5, 1), true);
   _KtIntAddS(full.get(), 2);
   EXPECT_EQ(full->capacity, 5);
   EXPECT_EQ(valueOf(full), (Value{{0xFFFF, 0, 1, 1, 1}, true}));
 }
 
-TEST(KtArithmetic, AddSAndSubSNormaliseOnBothWays) {
+TEST(KtArithmetic, AddSAndSubSNormaliseForBothSigns) {
   EXPECT_EQ(afterAddS(record({1, 0, 0}), 1), normal(2));
   EXPECT_EQ(afterAddS(record({5, 0, 0}, true), 1), normal(-4));
   EXPECT_EQ(afterSubS(record({1, 0, 0}, true), 1), normal(-2));
   EXPECT_EQ(afterSubS(record({5, 0, 0}), 1), normal(4));
 }
 
-TEST(KtArithmetic, AddSToALengthOfZeroMakesOneWord) {
+TEST(KtArithmetic, AddSToEmptyRecordMakesOneWord) {
   const Record a = number(0);
   a->length = 0;
   EXPECT_EQ(afterAddS(a, 7), normal(7));
 }
 
-TEST(KtArithmetic, NegOfZeroIsAZeroWithoutSign) {
+// ---- Neg, Abs and Sign ----
+
+TEST(KtArithmetic, NegOfZeroMakesNormalisedZero) {
   const Record b = number(-1);
   _KtIntNeg(number(0).get(), b.get());
   EXPECT_EQ(valueOf(b), normal(0));
@@ -289,7 +294,7 @@ TEST(KtArithmetic, NegOfZeroIsAZeroWithoutSign) {
   EXPECT_EQ(valueOf(b), normal(0));
 }
 
-TEST(KtArithmetic, NegInPlaceTurnsTheSign) {
+TEST(KtArithmetic, NegInPlaceFlipsSign) {
   const Record a = record({1, 2}, true);
   _KtIntNeg(a.get(), a.get());
   EXPECT_EQ(valueOf(a), (Value{{1, 2}, false}));
@@ -297,7 +302,7 @@ TEST(KtArithmetic, NegInPlaceTurnsTheSign) {
   EXPECT_EQ(valueOf(a), (Value{{1, 2}, true}));
 }
 
-TEST(KtArithmetic, NegLeavesItsSourceAndNormalisesTheResult) {
+TEST(KtArithmetic, NegNormalisesResultButNotSource) {
   const Record a = record({9, 0, 0});
   const Record b = number(0);
   _KtIntNeg(a.get(), b.get());
@@ -305,14 +310,14 @@ TEST(KtArithmetic, NegLeavesItsSourceAndNormalisesTheResult) {
   EXPECT_EQ(valueOf(b), normal(-9));
 }
 
-TEST(KtArithmetic, NegOfAnySetSignClearsIt) {
+TEST(KtArithmetic, NegClearsAnyNonzeroSign) {
   const Record a = number(-3);
   a->negative = 2;
   _KtIntNeg(a.get(), a.get());
   EXPECT_EQ(a->negative, 0);
 }
 
-TEST(KtArithmetic, AbsClearsTheSignAndDoesNotNormalise) {
+TEST(KtArithmetic, AbsClearsSignWithoutNormalising) {
   const Record b = number(0);
   _KtIntAbs(record({9, 0, 0}, true).get(), b.get());
   EXPECT_EQ(valueOf(b), (Value{{9, 0, 0}, false}));
@@ -321,7 +326,7 @@ TEST(KtArithmetic, AbsClearsTheSignAndDoesNotNormalise) {
   EXPECT_EQ(valueOf(a), (Value{{0, 0}, false}));
 }
 
-TEST(KtArithmetic, NegAndAbsGrowTheResultToTheSourcesLength) {
+TEST(KtArithmetic, NegAndAbsGrowResultToLengthOfSource) {
   const Record b = number(0);
   const Record c = number(0);
   const Record source = record(Words(8, 1));
@@ -337,10 +342,11 @@ TEST(KtArithmetic, SignIsMinusOneZeroOrOne) {
   EXPECT_EQ(_KtIntSign(record({0, 1}).get()), 1);
 }
 
-TEST(KtArithmetic, SignOfANegativeZeroIsZeroAndNormalises) {
-  const Record unnormal = negativeZero(3);
-  EXPECT_EQ(_KtIntSign(unnormal.get()), 0);
-  EXPECT_EQ(valueOf(unnormal), normal(0));
+TEST(KtArithmetic, SignNormalisesNegativeZeroAndReturnsZero) {
+  const Record unnormalised = negativeZero(3);
+  EXPECT_EQ(_KtIntSign(unnormalised.get()), 0);
+  EXPECT_EQ(valueOf(unnormalised), normal(0));
 }
 
 }  // namespace
+}  // namespace kt::test

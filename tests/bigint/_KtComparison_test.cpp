@@ -1,23 +1,24 @@
 // SPDX-License-Identifier: MIT
 
-// Order, signs and parity, and what looking does to the records that are looked at.
+// Order, signs and parity of `_KtInt` records, and which operands a comparison normalises.
 #include "kt/bigint/_KtComparison.h"
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <string>
 
 #include "tests/bigint/Records.h"
 
+namespace kt::test {
 namespace {
-
-using namespace kt::test;
 
 int compared(std::int32_t a, std::int32_t b) {
   return _KtIntCmp(number(a).get(), number(b).get());
 }
 
-TEST(KtComparison, CmpLooksAtSignsThenLengthsThenWords) {
+TEST(KtComparison, CmpComparesSignsThenLengthsThenWords) {
   EXPECT_EQ(compared(-5, 3), -1);
   EXPECT_EQ(compared(3, -5), 1);
   EXPECT_EQ(compared(-5, -3), -1);
@@ -29,21 +30,21 @@ TEST(KtComparison, CmpLooksAtSignsThenLengthsThenWords) {
   EXPECT_EQ(compared(-7, -7), 0);
 }
 
-TEST(KtComparison, ZeroLiesBetweenTheNegativeAndThePositive) {
+TEST(KtComparison, CmpOrdersZeroBetweenNegativeAndPositive) {
   EXPECT_EQ(compared(0, -1), 1);
   EXPECT_EQ(compared(-1, 0), -1);
   EXPECT_EQ(compared(0, 1), -1);
   EXPECT_EQ(compared(1, 0), 1);
 }
 
-TEST(KtComparison, CmpOfZeroAndALongNegativeZeroIsZeroAndNormalises) {
+TEST(KtComparison, CmpNormalisesNegativeZeroAndReturnsZero) {
   const Record zero = number(0);
-  const Record unnormal = negativeZero(3);
-  EXPECT_EQ(_KtIntCmp(zero.get(), unnormal.get()), 0);
-  EXPECT_EQ(valueOf(unnormal), normal(0));
+  const Record unnormalised = negativeZero(3);
+  EXPECT_EQ(_KtIntCmp(zero.get(), unnormalised.get()), 0);
+  EXPECT_EQ(valueOf(unnormalised), normal(0));
 }
 
-TEST(KtComparison, CmpNormalisesBothSides) {
+TEST(KtComparison, CmpNormalisesBothOperands) {
   const Record a = record({5, 0, 0}, true);
   const Record b = record({5, 0}, true);
   EXPECT_EQ(_KtIntCmp(a.get(), b.get()), 0);
@@ -51,7 +52,7 @@ TEST(KtComparison, CmpNormalisesBothSides) {
   EXPECT_EQ(valueOf(b), normal(-5));
 }
 
-TEST(KtComparison, CmpOfLongValuesLooksDownToWordZero) {
+TEST(KtComparison, CmpOfLongValuesReachesLowestWord) {
   const Record a = record({1, 2, 3, 4, 5, 6, 7, 8, 9});
   const Record same = record({1, 2, 3, 4, 5, 6, 7, 8, 9});
   const Record less = record({0, 2, 3, 4, 5, 6, 7, 8, 9});
@@ -60,7 +61,7 @@ TEST(KtComparison, CmpOfLongValuesLooksDownToWordZero) {
   EXPECT_EQ(_KtIntCmp(less.get(), a.get()), -1);
 }
 
-TEST(KtComparison, TheHighestWordThatDiffersDecides) {
+TEST(KtComparison, CmpDecidesByHighestDifferingWord) {
   for (std::size_t length = 2; length <= 255; ++length) {
     for (const std::size_t k : {std::size_t{0}, length / 2, length - 2}) {
       Words words(length, 0x8000);
@@ -76,17 +77,17 @@ TEST(KtComparison, TheHighestWordThatDiffersDecides) {
   }
 }
 
-TEST(KtComparison, WordsAreComparedWithoutSign) {
+TEST(KtComparison, CmpComparesWordsAsUnsigned) {
   EXPECT_EQ(_KtIntCmp(record({0x8000}).get(), record({0x7FFF}).get()), 1);
   EXPECT_EQ(_KtIntCmp(record({0, 0, 0, 0x8000}).get(), record({0, 0, 0, 0x7FFF}).get()), 1);
 }
 
-TEST(KtComparison, ARecordIsEqualToItself) {
+TEST(KtComparison, CmpOfRecordWithItselfReturnsZero) {
   const Record a = record({1, 0}, true);
   EXPECT_EQ(_KtIntCmp(a.get(), a.get()), 0);
 }
 
-// GE, LE, GT, LT, EQ as one text of 0 and 1.
+// Returns the results of GE, LE, GT, LT and EQ as five digits.
 std::string relations(std::int32_t a, std::int32_t b) {
   std::string text;
   for (const auto relation : {_KtIntGE, _KtIntLE, _KtIntGT, _KtIntLT, _KtIntEQ}) {
@@ -95,20 +96,20 @@ std::string relations(std::int32_t a, std::int32_t b) {
   return text;
 }
 
-TEST(KtComparison, EqualValuesAreGreaterOrEqualLessOrEqualAndEqual) {
+TEST(KtComparison, EqualValuesSatisfyGeLeAndEq) {
   EXPECT_EQ(relations(70000, 70000), "11001");
   EXPECT_EQ(relations(0, 0), "11001");
 }
 
-TEST(KtComparison, AGreaterValueIsGreaterOrEqualAndGreater) {
+TEST(KtComparison, GreaterValueSatisfiesGeAndGt) {
   EXPECT_EQ(relations(-3, -5), "10100");
 }
 
-TEST(KtComparison, ALesserValueIsLessOrEqualAndLess) {
+TEST(KtComparison, LesserValueSatisfiesLeAndLt) {
   EXPECT_EQ(relations(-5, 3), "01010");
 }
 
-TEST(KtComparison, EachRelationNormalisesBothSides) {
+TEST(KtComparison, EachRelationNormalisesBothOperands) {
   for (const auto relation : {_KtIntGE, _KtIntLE, _KtIntGT, _KtIntLT, _KtIntEQ}) {
     const Record a = negativeZero(2);
     const Record b = record({9, 0, 0}, true);
@@ -118,42 +119,42 @@ TEST(KtComparison, EachRelationNormalisesBothSides) {
   }
 }
 
-TEST(KtComparison, ZeroIsTrueForANegativeZeroWhichBecomesAZero) {
-  const Record unnormal = negativeZero(4);
-  EXPECT_EQ(_KtIntZero(unnormal.get()), 1);
-  EXPECT_EQ(valueOf(unnormal), normal(0));
+TEST(KtComparison, ZeroNormalisesNegativeZeroAndReturnsTrue) {
+  const Record unnormalised = negativeZero(4);
+  EXPECT_EQ(_KtIntZero(unnormalised.get()), 1);
+  EXPECT_EQ(valueOf(unnormalised), normal(0));
 }
 
-TEST(KtComparison, ZeroIsFalseForAnythingElseWhichItNormalises) {
+TEST(KtComparison, ZeroNormalisesOtherValuesAndReturnsFalse) {
   const Record upper = record({0, 1, 0}, true);
   EXPECT_EQ(_KtIntZero(upper.get()), 0);
   EXPECT_EQ(valueOf(upper), (Value{{0, 1}, true}));
   EXPECT_EQ(_KtIntZero(number(1).get()), 0);
 }
 
-TEST(KtComparison, NegativeIsTheSignAsItStands) {
+TEST(KtComparison, NegativeReturnsSignWithoutNormalising) {
   EXPECT_EQ(_KtIntNegative(number(0).get()), 0);
   EXPECT_EQ(_KtIntNegative(number(-1).get()), 1);
   EXPECT_EQ(_KtIntNegative(number(1).get()), 0);
-  const Record unnormal = negativeZero(2);
-  EXPECT_EQ(_KtIntNegative(unnormal.get()), 1);
-  EXPECT_EQ(unnormal->length, 2);
+  const Record unnormalised = negativeZero(2);
+  EXPECT_EQ(_KtIntNegative(unnormalised.get()), 1);
+  EXPECT_EQ(unnormalised->length, 2);
 }
 
-TEST(KtComparison, PredicatesOfTheSignAre0Or1WhateverTheFlagHolds) {
+TEST(KtComparison, SignPredicatesReturnZeroOrOneForAnySignField) {
   const Record a = number(-3);
   a->negative = 255;
   EXPECT_EQ(_KtIntNegative(a.get()), 1);
   EXPECT_EQ(_KtIntSameSign(a.get(), a.get()), 1);
 }
 
-TEST(KtComparison, PositiveIsWhatIsNeitherNegativeNorZero) {
+TEST(KtComparison, PositiveExcludesNegativeAndZero) {
   EXPECT_EQ(_KtIntPositive(number(0).get()), 0);
   EXPECT_EQ(_KtIntPositive(number(1).get()), 1);
   EXPECT_EQ(_KtIntPositive(number(-1).get()), 0);
 }
 
-TEST(KtComparison, PositiveNormalisesOnlyWhereTheSignIsClear) {
+TEST(KtComparison, PositiveNormalisesOnlyIfSignIsClear) {
   const Record clear = record({1, 0});
   const Record set = negativeZero(2);
   EXPECT_EQ(_KtIntPositive(clear.get()), 1);
@@ -166,7 +167,7 @@ int sameSign(std::int32_t a, std::int32_t b) {
   return _KtIntSameSign(number(a).get(), number(b).get());
 }
 
-TEST(KtComparison, SameSignTakesZeroForAClassOfItsOwn) {
+TEST(KtComparison, SameSignTreatsZeroAsSeparateClass) {
   EXPECT_EQ(sameSign(0, 0), 1);
   EXPECT_EQ(sameSign(0, 7), 0);
   EXPECT_EQ(sameSign(7, 0), 0);
@@ -177,7 +178,7 @@ TEST(KtComparison, SameSignTakesZeroForAClassOfItsOwn) {
   EXPECT_EQ(sameSign(-1, 1), 0);
 }
 
-TEST(KtComparison, SameSignReadsASetSignAsItStands) {
+TEST(KtComparison, SameSignReadsSetSignWithoutNormalising) {
   const Record a = negativeZero(2);
   const Record b = record({1, 0});
   EXPECT_EQ(_KtIntSameSign(a.get(), b.get()), 0);
@@ -187,7 +188,7 @@ TEST(KtComparison, SameSignReadsASetSignAsItStands) {
   EXPECT_EQ(b->length, 2);
 }
 
-TEST(KtComparison, SameSignNormalisesBothWhereNoSignIsSet) {
+TEST(KtComparison, SameSignNormalisesBothIfNoSignIsSet) {
   const Record a = record({0, 0});
   const Record b = record({1, 0});
   EXPECT_EQ(_KtIntSameSign(a.get(), b.get()), 0);
@@ -195,7 +196,7 @@ TEST(KtComparison, SameSignNormalisesBothWhereNoSignIsSet) {
   EXPECT_EQ(b->length, 1);
 }
 
-TEST(KtComparison, EvenAndOddReadTheLowestWordAlone) {
+TEST(KtComparison, EvenAndOddReadOnlyLowestWord) {
   EXPECT_EQ(_KtIntEven(number(0).get()), 1);
   EXPECT_EQ(_KtIntOdd(number(0).get()), 0);
   EXPECT_EQ(_KtIntOdd(number(-3).get()), 1);
@@ -205,13 +206,13 @@ TEST(KtComparison, EvenAndOddReadTheLowestWordAlone) {
 }
 
 TEST(KtComparison, EvenAndOddDoNotNormalise) {
-  const Record unnormal = negativeZero(2);
-  EXPECT_EQ(_KtIntEven(unnormal.get()), 1);
-  EXPECT_EQ(_KtIntOdd(unnormal.get()), 0);
-  EXPECT_EQ(valueOf(unnormal), (Value{{0, 0}, true}));
+  const Record unnormalised = negativeZero(2);
+  EXPECT_EQ(_KtIntEven(unnormalised.get()), 1);
+  EXPECT_EQ(_KtIntOdd(unnormalised.get()), 0);
+  EXPECT_EQ(valueOf(unnormalised), (Value{{0, 0}, true}));
 }
 
-TEST(KtComparison, ALengthOfZeroIsEven) {
+TEST(KtComparison, EmptyRecordIsEven) {
   const Record empty = number(1);
   empty->length = 0;
   EXPECT_EQ(_KtIntEven(empty.get()), 1);
@@ -219,3 +220,4 @@ TEST(KtComparison, ALengthOfZeroIsEven) {
 }
 
 }  // namespace
+}  // namespace kt::test

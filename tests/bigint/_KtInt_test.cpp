@@ -1,71 +1,72 @@
 // SPDX-License-Identifier: MIT
 
-// The record: made, loaded, sized, copied, exchanged, brought to normal form.
+// The record `_KtInt`: allocation, values, normal form, capacity, copies and swaps.
 #include "kt/bigint/_KtInt.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <utility>
 
 #include "tests/bigint/Records.h"
 
+namespace kt::test {
 namespace {
-
-using namespace kt::test;
 
 constexpr std::int32_t smallest = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t largest = std::numeric_limits<std::int32_t>::max();
 
-TEST(KtInt, AllocOfZeroIsOneWordOfZeroWithACapacityOfFive) {
+TEST(KtInt, AllocOfZeroMakesOneWordWithCapacityFive) {
   const Record zero = number(0);
   EXPECT_EQ(valueOf(zero), (Value{{0}, false}));
   EXPECT_EQ(zero->capacity, 5);
 }
 
-TEST(KtInt, TheWordsOfANewRecordAreZeros) {
+TEST(KtInt, AllocClearsUnusedWords) {
   const Record i = number(-7);
   EXPECT_EQ(Words(i->digits, i->digits + 5), (Words{7, 0, 0, 0, 0}));
 }
 
-TEST(KtInt, AllocOfMinusOneIsOneWordWithTheSignSet) {
+TEST(KtInt, AllocOfMinusOneMakesOneWordWithSign) {
   const Record minusOne = number(-1);
   EXPECT_EQ(valueOf(minusOne), (Value{{1}, true}));
   EXPECT_EQ(minusOne->capacity, 5);
 }
 
-TEST(KtInt, TheSignOfALoadedValueIsZeroOrOne) {
+TEST(KtInt, AllocSetsSignToZeroOrOne) {
   EXPECT_EQ(number(-70000)->negative, 1);
   EXPECT_EQ(number(70000)->negative, 0);
 }
 
-TEST(KtInt, SetValueOf65536HasTwoWords) {
+TEST(KtInt, SetValueOf65536MakesTwoWords) {
   const Record i = number(1);
   _KtIntSetValue(i.get(), 65536);
   EXPECT_EQ(valueOf(i), (Value{{0, 1}, false}));
 }
 
-TEST(KtInt, SetValueOfUpTo65535HasOneWord) {
+TEST(KtInt, SetValueUpTo65535MakesOneWord) {
   const Record i = number(65536);
   _KtIntSetValue(i.get(), -65535);
   EXPECT_EQ(valueOf(i), (Value{{65535}, true}));
 }
 
-TEST(KtInt, SetValueOfTheSmallestNumberComesBack) {
+TEST(KtInt, SetValueLoadsSmallestNumber) {
   const Record i = number(0);
   _KtIntSetValue(i.get(), smallest);
   EXPECT_EQ(valueOf(i), (Value{{0x0000, 0x8000}, true}));
   EXPECT_EQ(_KtIntValue(i.get()), smallest);
 }
 
-TEST(KtInt, SetValueTakesTheSignFromAZero) {
+TEST(KtInt, SetValueOfZeroClearsSign) {
   const Record i = number(-5);
   _KtIntSetValue(i.get(), 0);
   EXPECT_EQ(valueOf(i), normal(0));
 }
 
-TEST(KtInt, SetValueMakesRoomForTwoWordsInARecordWithoutAny) {
+TEST(KtInt, SetValueAllocatesTwoWordsAtCapacityZero) {
   const Record i = number(7);
   _KtIntSetMinLength(i.get(), 256);
   ASSERT_EQ(i->capacity, 0);
@@ -74,7 +75,7 @@ TEST(KtInt, SetValueMakesRoomForTwoWordsInARecordWithoutAny) {
   EXPECT_EQ(i->capacity, 2);
 }
 
-TEST(KtInt, SetValueKeepsALargerBlock) {
+TEST(KtInt, SetValueKeepsLargerBlock) {
   const Record i = record(Words(30, 1));
   const std::uint16_t *block = i->digits;
   _KtIntSetValue(i.get(), 9);
@@ -82,7 +83,7 @@ TEST(KtInt, SetValueKeepsALargerBlock) {
   EXPECT_EQ(i->capacity, 30);
 }
 
-TEST(KtInt, ValueGivesBackWhatSetValueLoaded) {
+TEST(KtInt, ValueReturnsWhatSetValueLoaded) {
   const Record i = number(0);
   for (const std::int32_t value : {0, 1, -1, 65535, -65535, 65536, -65536, smallest, largest}) {
     _KtIntSetValue(i.get(), value);
@@ -90,43 +91,43 @@ TEST(KtInt, ValueGivesBackWhatSetValueLoaded) {
   }
 }
 
-TEST(KtInt, ValueOfThreeWordsIsTheLow32BitsWithTheSign) {
+TEST(KtInt, ValueOfThreeWordsReturnsLow32BitsWithSign) {
   EXPECT_EQ(_KtIntValue(record({5, 1, 9}).get()), 65541);
   EXPECT_EQ(_KtIntValue(record({5, 1, 9}, true).get()), -65541);
   EXPECT_EQ(_KtIntValue(record({0, 0, 9}, true).get()), 0);
 }
 
-TEST(KtInt, ValueWrapsFromTwoToThe31On) {
+TEST(KtInt, ValueWrapsBeyond31Bits) {
   EXPECT_EQ(_KtIntValue(record({0x0000, 0x8000}).get()), smallest);
   EXPECT_EQ(_KtIntValue(record({0xFFFF, 0xFFFF}).get()), -1);
   EXPECT_EQ(_KtIntValue(record({0xFFFF, 0xFFFF}, true).get()), 1);
 }
 
-TEST(KtInt, ValueOfOneWordDoesNotLookBehindIt) {
+TEST(KtInt, ValueOfOneWordIgnoresWordsAfterLength) {
   const Record i = record({3, 4});
   i->length = 1;
   EXPECT_EQ(_KtIntValue(i.get()), 3);
 }
 
-TEST(KtInt, ShortenDropsZeroWordsOnTop) {
+TEST(KtInt, ShortenDropsLeadingZeroWords) {
   const Record i = record({5, 0, 0, 0}, true);
   _KtIntShorten(i.get());
   EXPECT_EQ(valueOf(i), normal(-5));
 }
 
-TEST(KtInt, ShortenKeepsZeroWordsBelow) {
+TEST(KtInt, ShortenKeepsLowZeroWords) {
   const Record i = record({0, 0, 7, 0});
   _KtIntShorten(i.get());
   EXPECT_EQ(valueOf(i), (Value{{0, 0, 7}, false}));
 }
 
-TEST(KtInt, ShortenMakesANegativeZeroAZero) {
+TEST(KtInt, ShortenNormalisesNegativeZero) {
   const Record i = negativeZero(3);
   _KtIntShorten(i.get());
   EXPECT_EQ(valueOf(i), normal(0));
 }
 
-TEST(KtInt, ShortenLeavesALengthOfZeroAndItsSign) {
+TEST(KtInt, ShortenLeavesEmptyRecordAndItsSign) {
   const Record i = number(-5);
   i->length = 0;
   _KtIntShorten(i.get());
@@ -142,7 +143,7 @@ TEST(KtInt, ShortenKeepsCapacityAndBlock) {
   EXPECT_EQ(i->digits, block);
 }
 
-TEST(KtInt, SetMinLengthWithinTheCapacityDoesNothing) {
+TEST(KtInt, SetMinLengthWithinCapacityDoesNothing) {
   const Record i = number(-70000);
   const std::uint16_t *block = i->digits;
   for (const std::int32_t n : {3, 5, 0, -1, smallest}) {
@@ -153,17 +154,17 @@ TEST(KtInt, SetMinLengthWithinTheCapacityDoesNothing) {
   EXPECT_EQ(valueOf(i), normal(-70000));
 }
 
-TEST(KtInt, SetMinLengthGrowsByExactRequestAndKeepsTheValue) {
+TEST(KtInt, SetMinLengthGrowsToExactRequestAndKeepsValue) {
   const Record i = number(-70000);
   _KtIntSetMinLength(i.get(), 6);
   EXPECT_EQ(i->capacity, 6);
   _KtIntSetMinLength(i.get(), 255);
   EXPECT_EQ(i->capacity, 255);
   EXPECT_EQ(valueOf(i), normal(-70000));
-  std::fill(i->digits, i->digits + 255, 1);  // the words are there
+  std::fill(i->digits, i->digits + 255, 1);  // a sanitizer would see words that are missing
 }
 
-TEST(KtInt, SetMinLengthOf300MakesTheCapacity44) {
+TEST(KtInt, SetMinLengthOf300MakesCapacity44) {
   const Record i = number(-70000);
   _KtIntSetMinLength(i.get(), 300);
   EXPECT_EQ(i->capacity, 44);
@@ -171,7 +172,7 @@ TEST(KtInt, SetMinLengthOf300MakesTheCapacity44) {
   std::fill(i->digits, i->digits + 44, 1);
 }
 
-TEST(KtInt, SetMinLengthCutsARequestAndKeepsTheWordsOfALongerValue) {
+TEST(KtInt, SetMinLengthTruncatesRequestButKeepsLongerValue) {
   const Record i = record(allOnes(200), true);
   _KtIntSetMinLength(i.get(), 300);
   EXPECT_EQ(i->capacity, 44);
@@ -181,7 +182,7 @@ TEST(KtInt, SetMinLengthCutsARequestAndKeepsTheWordsOfALongerValue) {
   EXPECT_EQ(valueOf(i), (Value{allOnes(200), true}));
 }
 
-TEST(KtInt, SetMinLengthOf256MakesTheCapacityZeroOfAnyRecord) {
+TEST(KtInt, SetMinLengthOf256MakesCapacityZero) {
   for (const std::size_t length : {1U, 5U, 254U, 255U}) {
     const Record i = record(allOnes(length));
     _KtIntSetMinLength(i.get(), 256);
@@ -190,21 +191,21 @@ TEST(KtInt, SetMinLengthOf256MakesTheCapacityZeroOfAnyRecord) {
   }
 }
 
-TEST(KtInt, SetMinLengthOfTheLargestRequestMakesTheCapacity255) {
+TEST(KtInt, SetMinLengthOfLargestRequestMakesCapacity255) {
   const Record i = number(3);
   _KtIntSetMinLength(i.get(), largest);
   EXPECT_EQ(i->capacity, 255);
   EXPECT_EQ(valueOf(i), normal(3));
 }
 
-TEST(KtInt, CopyOfARecordOntoItselfLeavesIt) {
+TEST(KtInt, CopyOntoItselfChangesNothing) {
   const Record i = record({1, 0, 0}, true);
   _KtIntCopy(i.get(), i.get());
   EXPECT_EQ(valueOf(i), (Value{{1, 0, 0}, true}));
   EXPECT_EQ(i->capacity, 5);
 }
 
-TEST(KtInt, CopyOfTenWordsGrowsTheDestinationToTen) {
+TEST(KtInt, CopyGrowsDestinationToLengthOfSource) {
   const Record source = record(Words(10, 3), true);
   const Record destination = number(1);
   _KtIntCopy(source.get(), destination.get());
@@ -212,7 +213,7 @@ TEST(KtInt, CopyOfTenWordsGrowsTheDestinationToTen) {
   EXPECT_EQ(destination->capacity, 10);
 }
 
-TEST(KtInt, CopyKeepsALargerDestinationsBlock) {
+TEST(KtInt, CopyKeepsLargerBlockOfDestination) {
   const Record source = number(-3);
   const Record destination = record(Words(20, 1));
   const std::uint16_t *block = destination->digits;
@@ -222,7 +223,7 @@ TEST(KtInt, CopyKeepsALargerDestinationsBlock) {
   EXPECT_EQ(destination->digits, block);
 }
 
-TEST(KtInt, CopyIsAsUnnormalAsItsSource) {
+TEST(KtInt, CopyKeepsUnnormalisedForm) {
   const Record source = negativeZero(4);
   const Record destination = number(1);
   _KtIntCopy(source.get(), destination.get());
@@ -230,7 +231,7 @@ TEST(KtInt, CopyIsAsUnnormalAsItsSource) {
   EXPECT_EQ(valueOf(source), (Value{{0, 0, 0, 0}, true}));
 }
 
-TEST(KtInt, CopyTakesAnySignAsItStands) {
+TEST(KtInt, CopyKeepsNonzeroSignField) {
   const Record source = number(3);
   source->negative = 7;
   const Record destination = number(1);
@@ -243,7 +244,7 @@ TEST(KtInt, SwapExchangesAllFourFields) {
   const Record b = number(1);
   const std::uint16_t *blockOfA = a->digits;
   const std::uint16_t *blockOfB = b->digits;
-  _KtIntSwap(a.get(), b.get());  // each block is freed once, with its new record
+  _KtIntSwap(a.get(), b.get());
   EXPECT_EQ(valueOf(a), normal(1));
   EXPECT_EQ(valueOf(b), (Value{Words(10, 3), true}));
   EXPECT_EQ(std::pair(a->capacity, b->capacity), std::pair(std::uint8_t{5}, std::uint8_t{10}));
@@ -251,10 +252,11 @@ TEST(KtInt, SwapExchangesAllFourFields) {
   EXPECT_EQ(b->digits, blockOfA);
 }
 
-TEST(KtInt, SwapOfARecordWithItselfLeavesIt) {
+TEST(KtInt, SwapWithItselfChangesNothing) {
   const Record i = record({1, 0}, true);
   _KtIntSwap(i.get(), i.get());
   EXPECT_EQ(valueOf(i), (Value{{1, 0}, true}));
 }
 
 }  // namespace
+}  // namespace kt::test

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// The highest bit: where it is, alone, and cleared.
+// The highest bit of `_KtInt` records: its index, powers of two, and clearing it.
 #include "kt/bigint/_KtLog.h"
 
 #include <gtest/gtest.h>
@@ -9,11 +9,10 @@
 
 #include "tests/bigint/Records.h"
 
+namespace kt::test {
 namespace {
 
-using namespace kt::test;
-
-TEST(KtLog, Log2IsTheIndexOfTheHighestBit) {
+TEST(KtLog, Log2ReturnsIndexOfHighestBit) {
   EXPECT_EQ(_KtIntLog2(number(1).get()), 0);
   EXPECT_EQ(_KtIntLog2(number(0).get()), 0);
   EXPECT_EQ(_KtIntLog2(number(255).get()), 7);
@@ -22,11 +21,11 @@ TEST(KtLog, Log2IsTheIndexOfTheHighestBit) {
   EXPECT_EQ(_KtIntLog2(number(65536).get()), 16);
 }
 
-TEST(KtLog, Log2DoesNotLookAtTheSign) {
+TEST(KtLog, Log2IgnoresSign) {
   EXPECT_EQ(_KtIntLog2(number(-8).get()), 3);
 }
 
-TEST(KtLog, Log2OfEveryWord) {
+TEST(KtLog, Log2IsExactForEveryWord) {
   for (std::uint32_t word = 1, bit = 0; word <= 65535; ++word) {
     if (word >= 2U << bit) ++bit;
     const Record a = record({0, static_cast<std::uint16_t>(word)});
@@ -48,18 +47,18 @@ Value power(const Record &a, std::uint32_t n) {
   return valueOf(a);
 }
 
-TEST(KtLog, Exp2LoadsAPowerOfTwo) {
+TEST(KtLog, Exp2LoadsPowerOfTwo) {
   EXPECT_EQ(power(number(99), 0), normal(1));
   EXPECT_EQ(power(number(99), 15), normal(32768));
   EXPECT_EQ(power(number(99), 16), (Value{{0, 1}, false}));
 }
 
-TEST(KtLog, Exp2KeepsTheSign) {
+TEST(KtLog, Exp2KeepsSign) {
   EXPECT_EQ(power(number(-7), 0), normal(-1));
   EXPECT_EQ(power(number(-7), 20), normal(-1048576));
 }
 
-TEST(KtLog, Exp2GrowsByExactRequestAndNeverShrinks) {
+TEST(KtLog, Exp2GrowsToExactRequestAndNeverShrinks) {
   const Record a = number(0);
   _KtIntExp2(a.get(), 100);
   EXPECT_EQ(a->capacity, 7);
@@ -67,7 +66,7 @@ TEST(KtLog, Exp2GrowsByExactRequestAndNeverShrinks) {
   EXPECT_EQ(a->capacity, 7);
 }
 
-TEST(KtLog, EveryPowerOfTwoHasItsExponentForLogarithm) {
+TEST(KtLog, Log2OfExp2ReturnsExponent) {
   const Record a = number(0);
   for (std::uint32_t n = 0; n < 4080; ++n) {
     _KtIntExp2(a.get(), n);
@@ -81,25 +80,26 @@ Value cleared(const Record &a) {
   return valueOf(a);
 }
 
-TEST(KtLog, ClearHighBitClearsTheHighestBitOnly) {
+TEST(KtLog, ClearHighBitClearsOnlyHighestBit) {
   EXPECT_EQ(cleared(record({32768, 1})), normal(32768));
   EXPECT_EQ(cleared(number(-6)), normal(-2));
   EXPECT_EQ(cleared(record({3, 0, 0xC000})), (Value{{3, 0, 0x4000}, false}));
 }
 
-TEST(KtLog, ClearHighBitOfOneBitIsZeroWithoutSign) {
+TEST(KtLog, ClearHighBitOfSingleBitMakesNormalisedZero) {
   EXPECT_EQ(cleared(number(1)), normal(0));
   EXPECT_EQ(cleared(number(-1)), normal(0));
   EXPECT_EQ(cleared(record({0, 0, 0x0100}, true)), normal(0));
 }
 
-TEST(KtLog, ClearHighBitOfZeroIsZero) {
+TEST(KtLog, ClearHighBitOfZeroMakesNormalisedZero) {
   EXPECT_EQ(cleared(number(0)), normal(0));
   EXPECT_EQ(cleared(negativeZero(3)), normal(0));
 }
 
-TEST(KtLog, ClearHighBitNormalisesBefore) {
+TEST(KtLog, ClearHighBitNormalisesFirst) {
   EXPECT_EQ(cleared(record({5, 0, 0}, true)), normal(-1));
 }
 
 }  // namespace
+}  // namespace kt::test

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-/* The header as a C program sees it: every function is called, and what it prints is compared with
-   what it has to be. Exits 1 and names the line at the first difference. */
+/* Uses kt/bigint.h from C: calls every function and compares the values as text. At the first
+   difference it prints the line and exits with status 1. */
 #include <stdio.h>
 #include <string.h>
 

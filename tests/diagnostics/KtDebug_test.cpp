@@ -6,18 +6,18 @@
 
 #include <cstdlib>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tests/foundation/StandardError.h"
 
+namespace kt::test {
 namespace {
 
-using kt::test::StandardErrorWrites;
-
-// Read before any test or main() can have changed it.
+// Read during static initialisation, before a test or main() can change it.
 const unsigned char switchAtFirst = debug;
 
-// Counts the times that it is asked for its text.
+// Counts the calls of its description().
 struct Witness {
   std::string description() const {
     ++descriptions;
@@ -28,7 +28,7 @@ struct Witness {
 
 class DebugLog : public testing::Test {
  protected:
-  // Without the user's own file of defaults.
+  // Hides the user's own file of defaults.
   DebugLog() {
     setenv("XDG_CONFIG_HOME", "/nonexistent", 1);
     unsetenv("KtDebugEnabled");
@@ -39,7 +39,7 @@ class DebugLog : public testing::Test {
     unsetenv("KtDebugEnabled");
   }
 
-  // The texts of the lines that were logged, without what stands in front of them.
+  // Returns the texts of the logged lines, without their prefixes.
   std::vector<std::string> logged() {
     std::vector<std::string> texts = writes_.take();
     for (std::string &text : texts) {
@@ -53,16 +53,16 @@ class DebugLog : public testing::Test {
 
 using Lines = std::vector<std::string>;
 
-TEST_F(DebugLog, IsOffAtFirst) {
+TEST_F(DebugLog, IsOffAtStart) {
   EXPECT_EQ(switchAtFirst, 0);
 }
 
-TEST_F(DebugLog, SwitchedOffWritesNothing) {
+TEST_F(DebugLog, WritesNothingWhenOff) {
   KtDebug("Bound to port %d", 4798);
   EXPECT_EQ(logged(), Lines{});
 }
 
-TEST_F(DebugLog, SwitchedOffDoesNotTouchItsArguments) {
+TEST_F(DebugLog, LeavesArgumentsUntouchedWhenOff) {
   const Witness witness;
   const char *invalid = reinterpret_cast<const char *>(1);
   KtDebug("%@ %s", witness, invalid);
@@ -71,7 +71,7 @@ TEST_F(DebugLog, SwitchedOffDoesNotTouchItsArguments) {
   EXPECT_EQ(logged(), Lines{});
 }
 
-TEST_F(DebugLog, SwitchedOnWritesOneLineForEachCall) {
+TEST_F(DebugLog, WritesOneLinePerCallWhenOn) {
   const Witness witness;
   KtSetDebugEnabled(1);
   KtDebug("Registered and waiting.");
@@ -80,7 +80,7 @@ TEST_F(DebugLog, SwitchedOnWritesOneLineForEachCall) {
   EXPECT_EQ(witness.descriptions, 1);
 }
 
-TEST_F(DebugLog, TakesEveryTypeThatAFormatShows) {
+TEST_F(DebugLog, TakesEveryTypeOfFormatArgument) {
   KtSetDebugEnabled(1);
   const char text[] = "array";
   int number = 7;
@@ -90,20 +90,20 @@ TEST_F(DebugLog, TakesEveryTypeThatAFormatShows) {
   EXPECT_EQ(logged(), Lines{"array string view 7 8 9 0.5 @ (nil)\n"});
 }
 
-TEST_F(DebugLog, FormattedTextIsNotExpandedAgain) {
+TEST_F(DebugLog, DoesNotExpandFormattedTextAgain) {
   KtSetDebugEnabled(1);
   KtDebug("Received request\n%s %d", "%d %@ %s %n %%", 14);
   KtDebug("%@", std::string("100%"));
   EXPECT_EQ(logged(), (Lines{"Received request\n%d %@ %s %n %% 14\n", "100%\n"}));
 }
 
-TEST_F(DebugLog, AMismatchShowsInTheLine) {
+TEST_F(DebugLog, ShowsMismatchedArgumentsInLine) {
   KtSetDebugEnabled(1);
   KtDebug("%d %s", "text");
   EXPECT_EQ(logged(), Lines{"%!d(string) %!s(missing)\n"});
 }
 
-TEST_F(DebugLog, TheSwitchIsStoredAsItIs) {
+TEST_F(DebugLog, StoresSwitchUnchanged) {
   for (const int enabled : {0, 1, 2, 0x80, 255}) {
     KtSetDebugEnabled(static_cast<unsigned char>(enabled));
     EXPECT_EQ(debug, enabled);
@@ -112,13 +112,13 @@ TEST_F(DebugLog, TheSwitchIsStoredAsItIs) {
   }
 }
 
-TEST_F(DebugLog, TheSwitchMayBeSetDirectly) {
+TEST_F(DebugLog, ObeysSwitchSetDirectly) {
   debug = 4;
   KtDebug("on");
   EXPECT_EQ(logged(), Lines{"on\n"});
 }
 
-TEST_F(DebugLog, TheUserDefaultSetsTheSwitch) {
+TEST_F(DebugLog, TakesSwitchFromUserDefault) {
   setenv("KtDebugEnabled", "YES", 1);
   KtAutoSetDebug();
   EXPECT_EQ(debug, 1);
@@ -127,20 +127,20 @@ TEST_F(DebugLog, TheUserDefaultSetsTheSwitch) {
   EXPECT_EQ(debug, 0);
 }
 
-TEST_F(DebugLog, AnAbsentUserDefaultSwitchesOff) {
+TEST_F(DebugLog, TurnsOffWithoutUserDefault) {
   KtSetDebugEnabled(1);
   KtAutoSetDebug();
   EXPECT_EQ(debug, 0);
 }
 
-TEST_F(DebugLog, AUserDefaultThatChangesLaterHasNoEffect) {
+TEST_F(DebugLog, IgnoresLaterChangeOfUserDefault) {
   KtAutoSetDebug();
   setenv("KtDebugEnabled", "YES", 1);
   KtDebug("still off");
   EXPECT_EQ(logged(), Lines{});
 }
 
-TEST_F(DebugLog, SettingTheSwitchOverridesTheUserDefault) {
+TEST_F(DebugLog, LetsCallerOverrideUserDefault) {
   setenv("KtDebugEnabled", "YES", 1);
   KtAutoSetDebug();
   KtSetDebugEnabled(0);
@@ -148,3 +148,4 @@ TEST_F(DebugLog, SettingTheSwitchOverridesTheUserDefault) {
 }
 
 }  // namespace
+}  // namespace kt::test

@@ -1,95 +1,90 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Reads the machine code of disabled_path_probe.cpp: is a KtDebug call that is switched off one
-load, one compare and one branch?
+"""Checks that a disabled KtDebug call costs one load, one comparison and one branch, by reading the
+machine code of disabled_path_probe.cpp.
 
 usage: check_disabled_path.py OBJDUMP OBJECT...
 
-The code is followed from each function's first instruction to its return, no branch taken. On the
-way there must be exactly one use of `debug`, one byte compared with zero and one conditional
-branch, the branch behind the compare; no other jump, no call, and no store. (32-bit code that may
-be loaded anywhere finds its own address with a call that is none: those are let through.)
+Follows the code of each function from its first instruction to its return, with no branch taken.
+This path must contain exactly one use of `debug`, one comparison of a byte with zero and, after it,
+one conditional branch. It must contain no other jump, no call and no store. Position-independent
+32-bit code finds its own address with a call that is not a function call; such calls are allowed.
 """
 import re
 import subprocess
 import sys
 
 PROBES = ["probeText", "probeNumbers", "probeObjects"]
-COMPARE = re.compile(r"cmpb\s+\$0x0,|test[bl]?\s+%(\w+),%\1$")
+COMPARISON = re.compile(r"cmpb\s+\$0x0,|test[bl]?\s+%(\w+),%\1$")
 BRANCH = re.compile(r"j(?!mp)\w+\s")
 STORE = re.compile(r"mov\w*\s+[$%][^,]+,.*(\(|^0x)")
 OWN_ADDRESS = re.compile(r"__x86\.get_pc_thunk")
 
 
-def way_through(objdump, path, function):
-    """The instructions up to the return, as pairs of text and the symbol that it refers to."""
-    lines = subprocess.run([objdump, "-dr", "--no-show-raw-insn", path], check=True,
+def path_through(objdump, object_file, function):
+    """Returns the instructions up to the return, each as [text, symbol it refers to, address]."""
+    lines = subprocess.run([objdump, "-dr", "--no-show-raw-insn", object_file], check=True,
                            capture_output=True, text=True).stdout.splitlines()
-    way = []
+    path = []
     inside = False
     for line in lines:
         if re.fullmatch(rf"[0-9a-f]+ <{function}>:", line):
             inside = True
         elif inside and (relocation := re.match(r"\s+[0-9a-f]+: R_\w+\s+(\S+)", line)):
-            way[-1][1] = relocation.group(1)
+            path[-1][1] = relocation.group(1)
         elif inside and (instruction := re.match(r"\s+([0-9a-f]+):\t(.*?)\s*(#.*)?$", line)):
-            if way and way[-1][0].startswith("ret"):
-                return way
-            way.append([instruction.group(2), "", int(instruction.group(1), 16)])
-    return way
+            if path and path[-1][0].startswith("ret"):
+                return path
+            path.append([instruction.group(2), "", int(instruction.group(1), 16)])
+    return path
 
 
-def is_own_address(way, index):
-    """Whether the call finds the code's own address: a thunk's, or one to the next instruction."""
-    text, symbol, _ = way[index]
+def finds_own_address(path, index):
+    """Returns whether a call finds the code's own address: a thunk, or the next instruction."""
+    text, symbol, _ = path[index]
     target = re.match(r"call\w*\s+([0-9a-f]+)", text)
-    is_next = target and index + 1 < len(way) and int(target.group(1), 16) == way[index + 1][2]
+    is_next = target and index + 1 < len(path) and int(target.group(1), 16) == path[index + 1][2]
     return OWN_ADDRESS.search(symbol) or (is_next and not symbol)
 
 
-def faults(way):
-    """What is wrong with the way through one function, one sentence each."""
-    def where(wanted):
-        return [index for index, (text, _, _) in enumerate(way) if wanted(text)]
+def faults(path):
+    """Returns one sentence for each rule that the path breaks."""
+    def positions(wanted):
+        return [index for index, (text, _, _) in enumerate(path) if wanted(text)]
 
-    uses = [index for index, (_, symbol, _) in enumerate(way)
-            if re.match(r"debug\b", symbol)]
-    compares = where(COMPARE.match)
-    branches = where(BRANCH.match)
-    found = []
-    if not way or not way[-1][0].startswith("ret"):
-        found.append("no return was found")
-    if len(uses) != 1:
-        found.append(f"`debug` is used {len(uses)} times")
-    if len(compares) != 1:
-        found.append(f"{len(compares)} bytes are compared")
-    if len(branches) != 1:
-        found.append(f"there are {len(branches)} conditional branches")
-    if not uses or not compares or not branches or not uses[0] <= compares[0] < branches[0]:
-        found.append("it is not use, compare, branch in this order")
-    if where(lambda text: text.startswith("jmp")):
-        found.append("there is a jump")
-    if [index for index in where(lambda text: text.startswith("call"))
-            if not is_own_address(way, index)]:
-        found.append("there is a call")
-    if where(STORE.match):
-        found.append("there is a store")
-    return found
+    uses = [index for index, (_, symbol, _) in enumerate(path) if re.match(r"debug\b", symbol)]
+    comparisons = positions(COMPARISON.match)
+    branches = positions(BRANCH.match)
+    calls = [index for index in positions(lambda text: text.startswith("call"))
+             if not finds_own_address(path, index)]
+    in_order = (uses and comparisons and branches
+                and uses[0] <= comparisons[0] < branches[0])
+    rules = [
+        (path and path[-1][0].startswith("ret"), "has no return"),
+        (len(uses) == 1, f"uses `debug` {len(uses)} times instead of once"),
+        (len(comparisons) == 1, f"compares {len(comparisons)} bytes instead of one"),
+        (len(branches) == 1, f"has {len(branches)} conditional branches instead of one"),
+        (in_order, "does not use, compare and branch in this order"),
+        (not positions(lambda text: text.startswith("jmp")), "contains a jump"),
+        (not calls, "contains a call"),
+        (not positions(STORE.match), "contains a store"),
+    ]
+    return [sentence for holds, sentence in rules if not holds]
 
 
 def main():
-    objdump, *paths = sys.argv[1:]
+    objdump, *object_files = sys.argv[1:]
     failed = False
-    for path in paths:
+    for object_file in object_files:
         for function in PROBES:
-            way = way_through(objdump, path, function)
-            for fault in faults(way):
+            path = path_through(objdump, object_file, function)
+            for fault in faults(path):
                 failed = True
-                print(f"{path}: {function}: {fault}", file=sys.stderr)
-            print(f"{path}: {function}:")
-            for text, symbol, _ in way:
+                print(f"{object_file}: {function} {fault}", file=sys.stderr)
+            print(f"{object_file}: {function}:")
+            for text, symbol, _ in path:
                 print(f"    {text}  {symbol}".rstrip())
-    return 1 if failed or not paths else 0
+    return 1 if failed or not object_files else 0
 
 
 if __name__ == "__main__":

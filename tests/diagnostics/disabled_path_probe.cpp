@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 
-// Functions whose machine code check_disabled_path.py reads. Each logs once, and what it logs is
-// there already: nothing but KtDebug can add to the way through it.
+// Functions whose machine code check_disabled_path.py reads. Each makes one KtDebug call with
+// arguments that need no computation, so that every instruction before the return comes from
+// KtDebug.
 #include <string>
 
 #include "kt/diagnostics/KtDebug.h"

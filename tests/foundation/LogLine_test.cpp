@@ -21,13 +21,12 @@
 
 #include "tests/foundation/StandardError.h"
 
+namespace kt::test {
 namespace {
 
-using kt::test::StandardErrorReplaced;
-using kt::test::StandardErrorWrites;
 using namespace std::string_literals;
 
-// The one line that logging `text` writes.
+// Returns the one line that logging `text` writes.
 std::string lineOf(std::string_view text) {
   StandardErrorWrites writes;
   kt::writeLogLine(text);
@@ -35,12 +34,13 @@ std::string lineOf(std::string_view text) {
   return lines.size() == 1 ? lines.front() : std::to_string(lines.size()) + " writes";
 }
 
-// A line without the time, the name and the process id in front of it.
+// Returns a line without its prefix of time, process name and process id.
 std::string withoutPrefix(const std::string &line) {
   const std::size_t end = line.find("] ");
   return end == std::string::npos ? "no prefix: " + line : line.substr(end + 2);
 }
 
+// Reads from the descriptor to the end of its stream.
 std::string readToEnd(int descriptor) {
   std::string text;
   std::array<char, 8192> chunk;
@@ -51,7 +51,7 @@ std::string readToEnd(int descriptor) {
   }
 }
 
-// A time zone for the length of a test.
+// Sets the time zone while it lives.
 class TimeZone {
  public:
   explicit TimeZone(const char *name) {
@@ -71,7 +71,7 @@ class TimeZone {
     }
     tzset();
   }
-  std::string saved_;  // empty when there was none
+  std::string saved_;  // empty if there was none
 };
 
 TEST(LogLine, HoldsTimeProcessNameProcessIdAndText) {
@@ -85,7 +85,7 @@ TEST(LogLine, HoldsTimeProcessNameProcessIdAndText) {
   EXPECT_EQ(line.substr(24), process + "[" + std::to_string(getpid()) + "] text\n");
 }
 
-TEST(LogLine, TimeIsLocal) {
+TEST(LogLine, HoldsLocalTime) {
   const TimeZone kathmandu("XXX-05:45");
   const time_t before = time(nullptr);
   const std::string line = lineOf("");
@@ -93,16 +93,16 @@ TEST(LogLine, TimeIsLocal) {
   tm local{};
   ASSERT_NE(strptime(line.c_str(), "%Y-%m-%d %H:%M:%S", &local), nullptr) << line;
   const time_t logged = timegm(&local) - (5 * 60 + 45) * 60;
-  EXPECT_LE(before, logged + 1);  // time() may lag behind the finer clock by a tick
+  EXPECT_LE(before, logged + 1);  // time() may be one tick behind the finer clock
   EXPECT_LE(logged, after + 1);
 }
 
-TEST(LogLine, TextIsUnchanged) {
+TEST(LogLine, KeepsTextUnchanged) {
   const std::string text = "100% %d %s %n %@\nsecond line\r\x1B[0m\0end \xFF"s;
   EXPECT_EQ(withoutPrefix(lineOf(text)), text + "\n");
 }
 
-TEST(LogLine, EmptyTextIsALineToo) {
+TEST(LogLine, WritesLineForEmptyText) {
   EXPECT_EQ(withoutPrefix(lineOf("")), "\n");
 }
 
@@ -114,9 +114,9 @@ TEST(LogLine, IsOneWrite) {
   EXPECT_EQ(writes.take().size(), 3u);
 }
 
-TEST(LogLine, LinesOfManyThreadsNeverMix) {
+TEST(LogLine, NeverMixesWithLinesOfOtherThreads) {
   constexpr int threadCount = 8, linesPerThread = 25;
-  // Most are longer than a pipe takes in one piece.
+  // Most lines are longer than a pipe takes in one write.
   const auto sizeOf = [](int line) { return static_cast<std::size_t>(line) * 10'000 + 1; };
   std::array<int, 2> ends;
   ASSERT_EQ(pipe(ends.data()), 0);
@@ -138,7 +138,7 @@ TEST(LogLine, LinesOfManyThreadsNeverMix) {
   reader.join();
   close(ends[0]);
 
-  std::map<char, int> lines;  // by the letter that fills them
+  std::map<char, int> lines;  // lines seen, by the letter that fills them
   for (std::size_t start = 0; start < seen.size();) {
     const std::size_t end = std::min(seen.find('\n', start), seen.size());
     const std::string text = withoutPrefix(seen.substr(start, end - start));
@@ -152,9 +152,9 @@ TEST(LogLine, LinesOfManyThreadsNeverMix) {
   }
 }
 
-TEST(LogLine, AFailedWriteIsIgnored) {
+TEST(LogLine, IgnoresFailedWrite) {
   for (const char *path : {"/dev/full", "/dev/null"}) {
-    const int descriptor = open(path, O_RDONLY);  // which refuses writes
+    const int descriptor = open(path, O_RDONLY);  // not open for writing
     ASSERT_GE(descriptor, 0);
     StandardErrorReplaced replaced(descriptor);
     kt::writeLogLine("lost");
@@ -163,19 +163,21 @@ TEST(LogLine, AFailedWriteIsIgnored) {
   kt::writeLogLine("lost");
 }
 
-TEST(LogLine, ErrnoIsLeftAsItWas) {
+TEST(LogLine, PreservesErrno) {
   StandardErrorReplaced replaced(open("/dev/full", O_WRONLY));
   errno = EXDEV;
   kt::writeLogLine("lost");
   EXPECT_EQ(errno, EXDEV);
 }
 
-sem_t alarms;  // counts the signals of the test below
+sem_t alarms;  // counts the signals in the next test
 
-TEST(LogLine, SignalsWhileTheReaderIsSlowLoseNothing) {
+TEST(LogLine, SurvivesSignalsWhileReaderIsSlow) {
   sem_init(&alarms, 0, 0);
   struct sigaction action {};
-  action.sa_handler = [](int) { sem_post(&alarms); };  // no SA_RESTART: it interrupts the write
+  action.sa_handler = [](int) {
+    sem_post(&alarms);
+  };  // without SA_RESTART, so that it interrupts the write
   struct sigaction savedAction {};
   ASSERT_EQ(sigaction(SIGALRM, &action, &savedAction), 0);
   std::array<int, 2> ends;
@@ -207,3 +209,4 @@ TEST(LogLine, SignalsWhileTheReaderIsSlowLoseNothing) {
 }
 
 }  // namespace
+}  // namespace kt::test

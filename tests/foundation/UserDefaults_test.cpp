@@ -13,10 +13,13 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 
 #include "tests/foundation/Namespaces.h"
 
+namespace kt::test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -24,9 +27,10 @@ namespace fs = std::filesystem;
 constexpr const char *key = "KtTestDefault";
 constexpr std::size_t fileSizeLimit = 1 << 20;
 
-// An environment variable with a value, or without one, for the length of a test.
+// Sets or removes an environment variable, and restores it when destroyed.
 class Variable {
  public:
+  // Removes the variable if `value` is null.
   Variable(const char *name, const char *value) : name_(name) {
     if (const char *saved = std::getenv(name)) saved_ = saved;
     set(value);
@@ -53,7 +57,7 @@ void writeDefaults(const fs::path &configuration, const std::string &text) {
   std::ofstream(configuration / "kt/defaults.plist", std::ios::binary) << text;
 }
 
-// A home and a configuration folder of the test's own, both empty; the variable is not set.
+// Gives each test an empty home, an empty configuration folder, and no variable for the key.
 class UserDefaults : public testing::Test {
  protected:
   UserDefaults() : folder_(newFolder()) {
@@ -61,11 +65,11 @@ class UserDefaults : public testing::Test {
     configuration_.set((folder_ / "configuration").c_str());
   }
   ~UserDefaults() override {
-    std::error_code ignored;  // what cannot be removed stays in the temporary folder
+    std::error_code ignored;  // a leftover in the temporary folder is harmless
     fs::remove_all(folder_, ignored);
   }
 
-  // What is read when the file holds `text`.
+  // Writes `text` to the file and returns the default read from it.
   bool defaultWithFile(const std::string &text) {
     writeDefaults(folder_ / "configuration", text);
     return kt::boolUserDefault(key);
@@ -91,25 +95,25 @@ class UserDefaults : public testing::Test {
   }
 };
 
-TEST_F(UserDefaults, AnAbsentDefaultIsNo) {
+TEST_F(UserDefaults, ReturnsNoForAbsentDefault) {
   EXPECT_FALSE(kt::boolUserDefault(key));
 }
 
-TEST_F(UserDefaults, WordsForYesCountInAnyCase) {
+TEST_F(UserDefaults, AcceptsWordsForYesInAnyCase) {
   for (const char *text :
        {"YES", "yes", "Yes", "yEs", "TRUE", "true", "True", "Y", "y", "T", "t"}) {
     EXPECT_TRUE(defaultWithVariable(text)) << text;
   }
 }
 
-TEST_F(UserDefaults, NumbersOtherThanZeroMeanYes) {
+TEST_F(UserDefaults, TakesNonzeroNumbersAsYes) {
   for (const char *text : {"1", "-1", "+7", "  42", "\t\n9", "007", "1 NO", "99999999999999999999",
                            "4294967296", "-99999999999999999999", "2.5"}) {
     EXPECT_TRUE(defaultWithVariable(text)) << text;
   }
 }
 
-TEST_F(UserDefaults, EverythingElseMeansNo) {
+TEST_F(UserDefaults, TakesEverythingElseAsNo) {
   for (const char *text :
        {"",        "0",    "00",   "-0", "0.9",  "NO",  "no",    "FALSE", "N",   "F",   "on",
         "enabled", "YES ", " YES", "YE", "YESS", "TRU", "yes\n", "- 1",   "0x1", "--1", "x1"}) {
@@ -117,7 +121,7 @@ TEST_F(UserDefaults, EverythingElseMeansNo) {
   }
 }
 
-TEST_F(UserDefaults, TheVariableGoesBeforeTheFile) {
+TEST_F(UserDefaults, PrefersVariableToFile) {
   writeDefaults(folder_ / "configuration", "{ KtTestDefault = YES; }");
   EXPECT_FALSE(defaultWithVariable("NO"));
   EXPECT_FALSE(defaultWithVariable(""));
@@ -125,7 +129,7 @@ TEST_F(UserDefaults, TheVariableGoesBeforeTheFile) {
   EXPECT_TRUE(defaultWithVariable("YES"));
 }
 
-TEST_F(UserDefaults, TheFileIsReadWhereTheVariableIsNotSet) {
+TEST_F(UserDefaults, ReadsFileIfVariableIsUnset) {
   EXPECT_TRUE(defaultWithFile("{ KtTestDefault = YES; }"));
   EXPECT_TRUE(defaultWithFile("{ Other = ( a, b ); KtTestDefault = \" 1\"; }"));
   EXPECT_TRUE(defaultWithFile("// mine\n{\n  KtTestDefault = y\n}\n"));
@@ -134,18 +138,18 @@ TEST_F(UserDefaults, TheFileIsReadWhereTheVariableIsNotSet) {
   EXPECT_FALSE(defaultWithFile("{ Other = YES; }"));
 }
 
-TEST_F(UserDefaults, TheFileIsReadAtEachCall) {
+TEST_F(UserDefaults, ReadsFileAtEachCall) {
   EXPECT_FALSE(defaultWithFile("{ KtTestDefault = NO; }"));
   EXPECT_TRUE(defaultWithFile("{ KtTestDefault = YES; }"));
 }
 
-TEST_F(UserDefaults, AValueThatIsNoStringMeansNo) {
+TEST_F(UserDefaults, TakesValueOtherThanStringAsNo) {
   EXPECT_FALSE(defaultWithFile("{ KtTestDefault = ( YES ); }"));
   EXPECT_FALSE(defaultWithFile("{ KtTestDefault = { YES = YES; }; }"));
   EXPECT_FALSE(defaultWithFile("{ KtTestDefault = <01>; }"));
 }
 
-TEST_F(UserDefaults, AMalformedFileMeansNo) {
+TEST_F(UserDefaults, TakesMalformedFileAsNo) {
   for (const char *text : {"", "YES", "( KtTestDefault, YES )", "{ KtTestDefault = YES; ",
                            "{ KtTestDefault = YES; } left over",
                            "\x7F"
@@ -154,27 +158,27 @@ TEST_F(UserDefaults, AMalformedFileMeansNo) {
   }
 }
 
-TEST_F(UserDefaults, AFileUpToTheLimitIsRead) {
+TEST_F(UserDefaults, ReadsFileUpToSizeLimit) {
   std::string text = "{ KtTestDefault = YES; }";
   text.resize(fileSizeLimit, ' ');
   EXPECT_TRUE(defaultWithFile(text));
   EXPECT_FALSE(defaultWithFile(text + ' '));
 }
 
-TEST_F(UserDefaults, AnUnreadableFileMeansNo) {
+TEST_F(UserDefaults, TakesUnreadableFileAsNo) {
   writeDefaults(folder_ / "configuration", "{ KtTestDefault = YES; }");
   ASSERT_EQ(chmod(file().c_str(), 0), 0);
   ASSERT_EQ(chmod(folder_.c_str(), 0755), 0);
-  constexpr uid_t nobody = 65534;  // nothing is unreadable for root
+  constexpr uid_t nobody = 65534;  // root can read every file
   const uid_t user = geteuid();
-  if (user == 0 && seteuid(nobody) != 0) GTEST_SKIP() << "there is no user but root";
+  if (user == 0 && seteuid(nobody) != 0) GTEST_SKIP() << "cannot leave the root user";
   const bool answer = kt::boolUserDefault(key);
   ASSERT_EQ(seteuid(user), 0);
   EXPECT_FALSE(answer);
 }
 
-TEST_F(UserDefaults, WhatIsNoRegularFileMeansNoAndIsNotWaitedFor) {
-  fs::create_directories(file());  // a folder
+TEST_F(UserDefaults, TakesIrregularFileAsNoWithoutWaiting) {
+  fs::create_directories(file());  // a folder of the file's name
   EXPECT_FALSE(kt::boolUserDefault(key));
   fs::remove(file());
   ASSERT_EQ(mkfifo(file().c_str(), 0600), 0);
@@ -184,14 +188,14 @@ TEST_F(UserDefaults, WhatIsNoRegularFileMeansNoAndIsNotWaitedFor) {
   EXPECT_FALSE(kt::boolUserDefault(key));
 }
 
-TEST_F(UserDefaults, ALinkToAFileIsFollowed) {
+TEST_F(UserDefaults, FollowsLinkToFile) {
   fs::create_directories(file().parent_path());
   std::ofstream(folder_ / "elsewhere") << "{ KtTestDefault = YES; }";
   fs::create_symlink(folder_ / "elsewhere", file());
   EXPECT_TRUE(kt::boolUserDefault(key));
 }
 
-TEST_F(UserDefaults, TheConfigurationFolderIsInTheHomeWhereNoneIsNamed) {
+TEST_F(UserDefaults, LooksInDotConfigOfHomeByDefault) {
   writeDefaults(folder_ / "home/.config", "{ KtTestDefault = YES; }");
   EXPECT_FALSE(kt::boolUserDefault(key));
   configuration_.set(nullptr);
@@ -200,12 +204,13 @@ TEST_F(UserDefaults, TheConfigurationFolderIsInTheHomeWhereNoneIsNamed) {
   EXPECT_TRUE(kt::boolUserDefault(key));
 }
 
-TEST_F(UserDefaults, TheHomeIsTheUserDatabasesWhereTheVariableIsNotSetOrEmpty) {
+TEST_F(UserDefaults, TakesHomeFromUserDatabaseWithoutVariable) {
   configuration_.set(nullptr);
   const passwd *user = getpwuid(getuid());
   if ((user == nullptr) || !fs::is_directory(user->pw_dir)) GTEST_SKIP() << "the user has no home";
-  const auto isRead = kt::test::inNamespaces(CLONE_NEWNS, [&] {
-    // Mounted over the home, for this process only, so that nothing of the user's is touched.
+  const auto isRead = inNamespaces(CLONE_NEWNS, [&] {
+    // Mounts an empty file system over the home, for this process only, to leave the user's files
+    // alone.
     if (mount("none", user->pw_dir, "tmpfs", 0, nullptr) != 0) return false;
     writeDefaults(fs::path(user->pw_dir) / ".config", "{ KtTestDefault = YES; }");
     home_.set(nullptr);
@@ -213,8 +218,9 @@ TEST_F(UserDefaults, TheHomeIsTheUserDatabasesWhereTheVariableIsNotSetOrEmpty) {
     home_.set("");
     return whenNotSet && kt::boolUserDefault(key);
   });
-  if (!isRead) GTEST_SKIP() << "the system gives no namespaces";
+  if (!isRead) GTEST_SKIP() << "namespaces are not available";
   EXPECT_TRUE(*isRead);
 }
 
 }  // namespace
+}  // namespace kt::test

@@ -1,23 +1,21 @@
 // SPDX-License-Identifier: MIT
 
-// How bytes that are not ASCII are read and written.
+// UTF-8 in property lists: well-formed text is kept, ill-formed bytes are replaced by U+FFFD, both
+// in reading and in writing.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
 #include <string>
 #include <string_view>
 
 #include "kt/foundation/PropertyList.h"
 #include "tests/foundation/PropertyListSupport.h"
 
+namespace kt::test {
 namespace {
-
-using kt::PropertyList;
-using kt::test::errorOf;
-using kt::test::inQuotes;
-using kt::test::RandomValues;
-using kt::test::repeated;
-using kt::test::stringOf;
 
 constexpr const char *replacement = "\uFFFD";
 
@@ -25,7 +23,7 @@ std::string written(const PropertyList &value) {
   return value.description();
 }
 
-TEST(Utf8, WellFormedUtf8IsKept) {
+TEST(Utf8, KeepsWellFormedText) {
   std::string content;
   for (const unsigned code :
        {0x80u, 0x7FFu, 0x800u, 0xFFFu, 0x1000u, 0xCFFFu, 0xD000u, 0xD7FFu, 0xE000u, 0xFFFDu,
@@ -36,7 +34,7 @@ TEST(Utf8, WellFormedUtf8IsKept) {
   EXPECT_EQ(stringOf(inQuotes(content)), content);
 }
 
-// `text` with U+FFFD written as ?.
+// Returns `text` with each U+FFFD replaced by a question mark.
 std::string marked(std::string_view text) {
   std::string result(text);
   for (std::size_t at; (at = result.find(replacement)) != std::string::npos;) {
@@ -45,8 +43,8 @@ std::string marked(std::string_view text) {
   return result;
 }
 
-// The examples of the Unicode standard, tables 3-8 to 3-11.
-TEST(Utf8, EachMaximalIllFormedPartIsReadAsOneReplacementCharacter) {
+// Examples from tables 3-8 to 3-11 of the Unicode standard.
+TEST(Utf8, ReadsEachMaximalIllFormedPartAsOneReplacement) {
   const auto read = [](std::string_view content) { return marked(stringOf(inQuotes(content))); };
   EXPECT_EQ(read("\xC0\xAF\xE0\x80\xBF\xF0\x81\x82\x41"), "????????A");
   EXPECT_EQ(read("\xED\xA0\x80\xED\xBF\xBF\xED\xAF\x41"), "????????A");
@@ -54,7 +52,7 @@ TEST(Utf8, EachMaximalIllFormedPartIsReadAsOneReplacementCharacter) {
   EXPECT_EQ(read("\xE1\x80\xE2\xF0\x91\x92\xF1\xBF\x41"), "????A");
 }
 
-TEST(Utf8, ASequenceThatIsCutShortIsOneReplacementCharacter) {
+TEST(Utf8, ReadsTruncatedSequenceAsOneReplacement) {
   for (const std::string part : {"\xC3", "\xE2\x82", "\xE2", "\xF0\x9F\x98", "\xF0\x9F", "\xF0"}) {
     EXPECT_EQ(marked(stringOf(inQuotes(part))), "?");
     EXPECT_EQ(marked(stringOf(inQuotes(part + "\\n"))), "?\n");
@@ -63,7 +61,8 @@ TEST(Utf8, ASequenceThatIsCutShortIsOneReplacementCharacter) {
   }
 }
 
-// A slow reader of UTF-8 by the definition: what is well-formed, and which bytes could begin it.
+// A slow UTF-8 decoder written from the definition: which bytes are well-formed, and which bytes
+// can begin a well-formed sequence.
 class ReferenceDecoder {
  public:
   static std::string replaceIllFormed(std::string_view text) {
@@ -82,6 +81,7 @@ class ReferenceDecoder {
   }
 
  private:
+  // Returns the length of the well-formed character at the start of `text`, or 0.
   static std::size_t wellFormedLength(std::string_view text) {
     for (std::size_t count = 1; count <= 4 && count <= text.size(); ++count) {
       if (isWellFormed(text.substr(0, count))) return count;
@@ -89,7 +89,7 @@ class ReferenceDecoder {
     return 0;
   }
 
-  // Decodes by the lead byte's bits, then encodes again: only the shortest form comes back.
+  // Decodes by the bits of the lead byte and encodes again: only the shortest form is the same.
   static bool isWellFormed(std::string_view text) {
     const auto lead = static_cast<unsigned char>(text[0]);
     if (lead < 0x80) return text.size() == 1;
@@ -104,6 +104,8 @@ class ReferenceDecoder {
     return again == text;
   }
 
+  // Returns how many bytes of ill-formed `text` one U+FFFD replaces: the longest start of a
+  // character.
   static std::size_t longestBeginning(std::string_view text) {
     std::size_t longest = 1;
     for (std::size_t count = 1; count <= 3 && count <= text.size(); ++count) {
@@ -122,7 +124,7 @@ class ReferenceDecoder {
   static constexpr char continuations[] = {'\x80', '\x8F', '\x90', '\x9F', '\xA0', '\xBF'};
 };
 
-TEST(Utf8, FourBytesOfEveryClassReadAsTheDefinitionSays) {
+TEST(Utf8, ReadsFourBytesOfEveryClassByDefinition) {
   const std::string interesting =
       "\x41\x80\x8F\x90\x9F\xA0\xBF\xC1\xC2\xE0\xE1\xED\xEF\xF0\xF1\xF4\xF5";
   std::string content(4, ' ');
@@ -139,7 +141,7 @@ TEST(Utf8, FourBytesOfEveryClassReadAsTheDefinitionSays) {
   }
 }
 
-TEST(Utf8, EachMaximalIllFormedPartIsWrittenAsOneReplacementCharacter) {
+TEST(Utf8, WritesEachMaximalIllFormedPartAsOneReplacement) {
   const std::string mark = "\\Ufffd";
   EXPECT_EQ(written("\xC0\xAF\xE0\x80\xBF\xF0\x81\x82\x41"), inQuotes(repeated(mark, 8) + "A"));
   EXPECT_EQ(written("\xED\xA0\x80\xED\xBF\xBF\xED\xAF\x41"), inQuotes(repeated(mark, 8) + "A"));
@@ -149,7 +151,7 @@ TEST(Utf8, EachMaximalIllFormedPartIsWrittenAsOneReplacementCharacter) {
   EXPECT_EQ(written("a\xF0\x9F\x98"), inQuotes("a" + mark));
 }
 
-TEST(Utf8, AStringOfAnyBytesReadsBackWithItsIllFormedPartsReplaced) {
+TEST(Utf8, ReadsBackAnyBytesWithIllFormedPartsReplaced) {
   constexpr std::uint32_t seed = 20260103;
   SCOPED_TRACE(seed);
   RandomValues random(seed);
@@ -159,9 +161,10 @@ TEST(Utf8, AStringOfAnyBytesReadsBackWithItsIllFormedPartsReplaced) {
       const std::uint32_t code = random.below(256);
       if (code != '"' && code != '\\') raw += static_cast<char>(code);
     }
-    // The reader replaces raw bytes, the writer those of a string: both by the same rule.
+    // The reader replaces ill-formed bytes of a text and the writer those of a string, by one rule.
     ASSERT_EQ(PropertyList::parse(written(raw)), PropertyList::parse(inQuotes(raw))) << round;
   }
 }
 
 }  // namespace
+}  // namespace kt::test

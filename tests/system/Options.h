@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// What the helper programs of these tests share: `--name value` options, and states of their
-// process that a host may be in.
+// Shared by the helper programs of these tests: `--name value` options, and the conditions that a
+// host process may run under.
 #ifndef KT_TESTS_SYSTEM_OPTIONS_H
 #define KT_TESTS_SYSTEM_OPTIONS_H
 
@@ -12,21 +12,15 @@
 #include <unistd.h>
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
-namespace test {
+#include "tests/support/Require.h"
 
-inline void require(bool condition, const char *what) {
-  if (condition) return;
-  std::perror(what);
-  std::exit(2);
-}
+namespace kt::test {
 
 class Options {
  public:
@@ -43,7 +37,7 @@ class Options {
   [[nodiscard]] int number(const std::string &name, int otherwise) const {
     return std::stoi(text(name, std::to_string(otherwise)));
   }
-  // "1,2,3"
+  // Returns the numbers of a list such as "1,2,3"; none if the option is missing.
   [[nodiscard]] std::vector<std::int32_t> numbers(const std::string &name) const {
     std::vector<std::int32_t> result;
     std::istringstream stream(text(name, ""));
@@ -57,7 +51,7 @@ class Options {
   std::map<std::string, std::string> values_;
 };
 
-// Opens so many files, which stay open.
+// Opens `count` files, which stay open.
 inline void openFiles(int count) {
   rlimit limits{};
   require(::getrlimit(RLIMIT_NOFILE, &limits) == 0, "getrlimit");
@@ -68,17 +62,17 @@ inline void openFiles(int count) {
   }
 }
 
-// From now on a signal interrupts the process every so many milliseconds, unless there are 0.
+// Makes a signal interrupt the process every `milliseconds` ms; 0 means never.
 inline void interruptEvery(int milliseconds) {
   if (milliseconds == 0) return;
   struct sigaction action {};
-  action.sa_handler = [](int) {};  // without SA_RESTART: calls that wait end with EINTR
+  action.sa_handler = [](int) {};  // without SA_RESTART: waiting calls end with EINTR
   require(::sigaction(SIGALRM, &action, nullptr) == 0, "sigaction");
   const itimerval every{{0, milliseconds * 1000}, {0, milliseconds * 1000}};
   require(::setitimer(ITIMER_REAL, &every, nullptr) == 0, "setitimer");
 }
 
-// The memory that the process has in use, in bytes.
+// Returns the resident memory of the process in bytes.
 inline std::int64_t residentBytes() {
   std::int64_t total = 0;
   std::int64_t resident = 0;
@@ -86,6 +80,6 @@ inline std::int64_t residentBytes() {
   return resident * ::sysconf(_SC_PAGESIZE);
 }
 
-}  // namespace test
+}  // namespace kt::test
 
 #endif

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 
-// Stands between clients and a server of this host and does to their datagrams what a bad network
-// does, by a plan that a seed draws: of a hundred datagrams, either way, ten are lost, ten come
-// twice, ten come up to --delay milliseconds late and ten behind the one that follows. Prints
-// "relaying" when it is ready, and, when its standard input ends, how often it did what.
+// Relays datagrams between clients and a server of this host as a bad network does, by a plan drawn
+// from a seed. Of 100 datagrams in either direction about 10 are lost, 10 are doubled, 10 are up to
+// --delay ms late, and 10 arrive after the one that follows. Prints "relaying" when it is ready.
+// When its standard input ends, it prints how often it did each of these.
 //
-// --seed NUMBER, --port N (where clients ask), --server N (where the server is), --delay MS.
-#include <arpa/inet.h>
+// --seed NUMBER, --port N (for clients), --server N (the server's port), --delay MS.
 #include <poll.h>
-#include <sys/socket.h>
+#include <unistd.h>
 
 #include <array>
 #include <chrono>
@@ -21,27 +20,21 @@
 #include <utility>
 
 #include "kt/udp/Socket.h"
+#include "tests/support/Addresses.h"
 #include "tests/system/Options.h"
 
+namespace kt::test {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-sockaddr_in loopback(int port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<std::uint16_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return address;
-}
-
-// One datagram on its way out.
+// A datagram to be sent.
 struct Parcel {
-  kt::Socket *from;
+  Socket *from;
   sockaddr_in to;
   std::string bytes;
 
-  void send() const { (void)from->send(bytes, to); }
+  void send() const { (void)from->send(bytes, to); }  // a refused datagram counts as lost
 };
 
 struct Counts {
@@ -74,7 +67,7 @@ class BadNetwork {
     }
   }
 
-  // Sends what is due. The milliseconds until more will be; -1 when nothing waits.
+  // Sends the late datagrams that are due. Returns the milliseconds until the next is due, or -1.
   int deliver() {
     while (!late_.empty() && late_.begin()->first <= Clock::now()) {
       late_.begin()->second.send();
@@ -96,24 +89,25 @@ class BadNetwork {
   std::mt19937 random_;
   unsigned delayMs_;
   std::multimap<Clock::time_point, Parcel> late_;
-  std::optional<Parcel> held_;  // until the next one has passed
+  std::optional<Parcel> held_;  // sent after the next datagram
   Counts counts_;
 };
 
-// Takes one datagram from `socket`, whose source is stored; nothing when there is none.
-std::optional<std::string> take(kt::Socket &socket, sockaddr_in &source) {
+// Receives one datagram and stores its sender in `source`. Returns nothing if none has arrived.
+std::optional<std::string> take(Socket &socket, sockaddr_in &source) {
   static std::array<char, 65536> buffer;
   const std::ptrdiff_t count = socket.receive(buffer, source);
   if (count < 0) return std::nullopt;
   return std::string(buffer.data(), static_cast<std::size_t>(count));
 }
 
-void relay(kt::Socket &front, kt::Socket &back, const sockaddr_in &server, BadNetwork &network) {
+void relay(Socket &front, Socket &back, const sockaddr_in &server, BadNetwork &network) {
   sockaddr_in client{};
   for (;;) {
     std::array<pollfd, 3> waiting{{{front.descriptor(), POLLIN, 0},
                                    {back.descriptor(), POLLIN, 0},
                                    {STDIN_FILENO, POLLIN, 0}}};
+    // On an error, such as a signal, the sockets are simply tried.
     (void)::poll(waiting.data(), waiting.size(), network.deliver());
     if (waiting[2].revents != 0) return;
     while (auto bytes = take(front, client)) {
@@ -127,17 +121,20 @@ void relay(kt::Socket &front, kt::Socket &back, const sockaddr_in &server, BadNe
 }
 
 }  // namespace
+}  // namespace kt::test
 
 int main(int count, char **arguments) {
-  const test::Options options(count, arguments);
+  using namespace kt::test;
+  const Options options(count, arguments);
   BadNetwork network(static_cast<unsigned>(options.number("--seed", 1)),
                      options.number("--delay", 15));
   kt::Socket front = kt::Socket::open();
   kt::Socket back = kt::Socket::open();
-  test::require(front.bind(static_cast<std::uint16_t>(options.number("--port", 4798))), "bind");
+  require(front.bind(static_cast<std::uint16_t>(options.number("--port", 4798))), "bind");
   std::puts("relaying");
   std::fflush(stdout);
-  relay(front, back, loopback(options.number("--server", 9000)), network);
+  const auto serverPort = static_cast<std::uint16_t>(options.number("--server", 9000));
+  relay(front, back, loopback(serverPort), network);
   const Counts &counts = network.counts();
   std::printf("passed %d\nlost %d\ndoubled %d\ndelayed %d\nreordered %d\n", counts.passed,
               counts.lost, counts.doubled, counts.delayed, counts.reordered);

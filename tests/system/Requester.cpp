@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: MIT
 
 // Clients that send numbered requests to an echo server and check that each gets the answer to its
-// own number. Prints "connected" once all are, and at the end one line for each thing it found out:
-// a name, a space, a value.
+// own number. Prints "connected" once all clients are, and one line per result at the end: a name,
+// a space, a value.
 //
-// --threads COUNT (each with a client of its own), --requests COUNT (of each), --warm-up COUNT
-// (before the memory of both ends is looked at; one thread only), --attempts COUNT (of connecting),
-// --go 1 (waits for a line on standard input between the connecting and the requests); --signature,
-// --ports, --timeout, --retries, --files, --signals as their setters and as the server's.
-#include <arpa/inet.h>
-
+// --threads COUNT   of clients, each on its own thread
+// --requests COUNT  per client
+// --warm-up COUNT   of requests before the memory of both ends is measured; one thread only
+// --attempts COUNT  to connect
+// --go 1            waits for a line on standard input before the requests
+// --signature, --ports, --timeout, --retries: as the client's setters
+// --files, --signals: as in Server.cpp
 #include <atomic>
 #include <barrier>
 #include <cstdio>
@@ -22,19 +23,21 @@
 #include "kt/diagnostics/KtDebug.h"
 #include "kt/udp/KtMessage.h"
 #include "kt/udp/KtUDPClient.h"
+#include "tests/support/Addresses.h"
 #include "tests/system/Options.h"
 
+namespace kt::test {
 namespace {
 
 struct Results {
   int connected = 0;
   int answered = 0;
   int lost = 0;
-  int wrong = 0;  // the answer to another request, though its handshake was not the right one
-  int coincidences = 0;  // the same with the right one: two requests drew the same of 16,384 values
+  int wrong = 0;         // answers to other requests, accepted although the handshake was wrong
+  int coincidences = 0;  // answers to other requests with the same of 16,384 handshakes
   std::set<std::string> servers;
-  std::string address;    // where requests go
-  std::int32_t port = 0;  // what the server calls its port
+  std::string endpoint;   // the destination of requests
+  std::int32_t port = 0;  // the port that the server announces
 
   void add(const Results &other) {
     connected += other.connected;
@@ -43,14 +46,14 @@ struct Results {
     wrong += other.wrong;
     coincidences += other.coincidences;
     servers.insert(other.servers.begin(), other.servers.end());
-    address = other.address;
+    endpoint = other.endpoint;
     port = other.port;
   }
 };
 
 class Requester : public KtUDPClient {
  public:
-  explicit Requester(const test::Options &options) {
+  explicit Requester(const Options &options) {
     if (const auto given = options.numbers("--ports"); !given.empty()) setPorts(given);
     setSignature(options.text("--signature", signature()));
     setBaseReplyTimeout(options.number("--timeout", timeout()));
@@ -61,14 +64,12 @@ class Requester : public KtUDPClient {
     while (attempts-- > 0 && results_.connected == 0) {
       results_.connected = connectToServer();
     }
-    results_.address =
-        std::string(::inet_ntoa(sin().sin_addr)) + ":" + std::to_string(ntohs(sin().sin_port));
+    results_.endpoint = text(sin());
     results_.port = port();
   }
 
-  // Looks at handshakes by a rule of its own, to tell a wrong acceptance from a coincidence.
-  bool isValidReplyForMessage(const kt::Dictionary &reply,
-                              const kt::Dictionary &message) const override {
+  // Checks the handshake independently, to distinguish a wrong acceptance from a coincidence.
+  bool isValidReplyForMessage(const Dictionary &reply, const Dictionary &message) const override {
     if (!KtUDPClient::isValidReplyForMessage(reply, message)) return false;
     handshakeFits_ =
         reply.find("_Handshake")->intValue() == message.find("_Handshake")->intValue() + 1;
@@ -77,7 +78,7 @@ class Requester : public KtUDPClient {
 
   void request(int number) {
     const auto answer = replyForRequest(
-        kt::Dictionary{{"KtUDPKeyword", "Echo"}, {"Number", number}, {"Thread", threadNumber_}});
+        Dictionary{{"KtUDPKeyword", "Echo"}, {"Number", number}, {"Thread", threadNumber_}});
     if (!answer) {
       ++results_.lost;
       return;
@@ -88,9 +89,9 @@ class Requester : public KtUDPClient {
     if (right) results_.servers.insert(*answer->find("Server")->asString());
   }
 
-  // The bytes that the server has in use; 0 when it doesn't say.
+  // Returns the bytes that the server uses, or 0 if it does not answer that.
   std::int64_t serverBytes() {
-    const auto answer = replyForRequest(kt::Dictionary{{"KtUDPKeyword", "Memory"}});
+    const auto answer = replyForRequest(Dictionary{{"KtUDPKeyword", "Memory"}});
     return answer && answer->contains("Memory") ? answer->find("Memory")->intValue() : 0;
   }
 
@@ -100,40 +101,42 @@ class Requester : public KtUDPClient {
   static inline std::atomic<int> threads_ = 0;
 
   int threadNumber_ = ++threads_;
-  mutable bool handshakeFits_ = false;  // of the reply accepted last
+  mutable bool handshakeFits_ = false;  // of the last accepted reply
   Results results_;
 };
 
-// Both ends' memory before and behind the requests that count, in bytes.
+// Sends requests and prints by how many bytes the memory of each end grew after the warm-up.
 void requestAndWeigh(Requester &requester, int warmUp, int requests) {
   for (int number = 0; number < warmUp; ++number) {
     requester.request(number);
   }
-  const std::int64_t own = test::residentBytes();
+  const std::int64_t own = residentBytes();
   const std::int64_t server = requester.serverBytes();
   for (int number = warmUp; number < warmUp + requests; ++number) {
     requester.request(number);
   }
-  std::printf("client-growth %lld\n", static_cast<long long>(test::residentBytes() - own));
+  std::printf("client-growth %lld\n", static_cast<long long>(residentBytes() - own));
   std::printf("server-growth %lld\n", static_cast<long long>(requester.serverBytes() - server));
 }
 
 void print(const Results &results) {
   std::printf("clients %d\nanswered %d\nlost %d\nwrong %d\ncoincidences %d\n", results.connected,
               results.answered, results.lost, results.wrong, results.coincidences);
-  std::printf("address %s\nport %d\n", results.address.c_str(), results.port);
+  std::printf("address %s\nport %d\n", results.endpoint.c_str(), results.port);
   for (const std::string &server : results.servers) {
     std::printf("server %s\n", server.c_str());
   }
 }
 
 }  // namespace
+}  // namespace kt::test
 
 int main(int count, char **arguments) {
-  const test::Options options(count, arguments);
+  using namespace kt::test;
+  const Options options(count, arguments);
   KtAutoSetDebug();
-  test::openFiles(options.number("--files", 0));
-  test::interruptEvery(options.number("--signals", 0));
+  openFiles(options.number("--files", 0));
+  interruptEvery(options.number("--signals", 0));
   const int threads = options.number("--threads", 1);
   const int requests = options.number("--requests", 1);
   const int warmUp = options.number("--warm-up", 0);

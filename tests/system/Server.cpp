@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 
-// An echo server whose answers also tell the host it runs on, and, asked for "Memory", the bytes it
-// has in use. Prints "serving PORT" or "refused".
+// An echo server. Its answers also carry its host's name and, for the keyword "Memory", the bytes
+// that it uses. Prints "serving PORT" or "refused".
 //
-// --signature TEXT, --ports N,N,..., --unique 1, --files COUNT (kept open), --signals MS (a signal
-// every so often).
+// --signature TEXT, --ports N,N,..., --unique 1
+// --files COUNT  keeps this many files open
+// --signals MS   interrupts the process by a signal every MS ms
 #include <cstdio>
 #include <exception>
 
@@ -14,23 +15,26 @@
 #include "kt/udp/KtUDPDaemon.h"
 #include "tests/system/Options.h"
 
+namespace kt::test {
 namespace {
 
 struct Echo {
-  kt::Dictionary replyForRequest(kt::Dictionary packet) const {
-    packet["Server"] = kt::hostName();
-    if (*packet.find(kt::keywordKey) == "Memory") packet["Memory"] = test::residentBytes();
+  Dictionary replyForRequest(Dictionary packet) const {
+    packet["Server"] = hostName();
+    if (*packet.find(keywordKey) == "Memory") packet["Memory"] = residentBytes();
     return packet;
   }
 };
 
 }  // namespace
+}  // namespace kt::test
 
 int main(int count, char **arguments) {
-  const test::Options options(count, arguments);
+  using namespace kt::test;
+  const Options options(count, arguments);
   KtAutoSetDebug();
-  test::openFiles(options.number("--files", 0));
-  test::interruptEvery(options.number("--signals", 0));
+  openFiles(options.number("--files", 0));
+  interruptEvery(options.number("--signals", 0));
   const Echo echo;
   KtUDPDaemon daemon;
   daemon.setDelegate(&echo).setSignature(options.text("--signature", daemon.signature()));

@@ -9,7 +9,7 @@ import unittest
 from peers import envelope, identification, udp_socket
 from programs import Daemon, ProgramTest
 
-FAULT = "ktd: a request failed: the request's data packet is no dictionary\n"
+FAULT = "ktd: a request failed: the request's data packet is not a dictionary\n"
 A, B = 4798, 4711
 
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What the requests of a client are that has found its server, and what it makes of the answers.
+// Requests of a client that has found its server, and their answers.
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -8,18 +8,16 @@
 
 #include "kt/udp/KtMessage.h"
 #include "kt/udp/KtUDPClient.h"
+#include "tests/support/Addresses.h"
 #include "tests/udp/support/LogCapture.h"
 #include "tests/udp/support/PrivateNetwork.h"
 #include "tests/udp/support/ScriptedPeer.h"
 
+namespace kt::test {
 namespace {
 
-using kt::Dictionary;
-using test::LogCapture;
-using test::ScriptedPeer;
-
-TEST(KtUDPClientRequest, EveryRequestHasAnEnvelopeOfItsOwn) {
-  ScriptedPeer peer(4798, {test::identify(), test::right(), test::right(), test::right()});
+TEST(KtUDPClientRequest, HasEnvelopeOfItsOwn) {
+  ScriptedPeer peer(4798, {identify(), right(), right(), right()});
   KtUDPClient client;
   ASSERT_TRUE(client.connectToServer());
   const Dictionary packet{{"KtUDPKeyword", "Store"}, {"Value", "17"}};
@@ -28,17 +26,16 @@ TEST(KtUDPClientRequest, EveryRequestHasAnEnvelopeOfItsOwn) {
   const auto received = peer.received();
   ASSERT_EQ(received.size(), 4U);
   for (std::size_t request : {2U, 3U}) {
-    EXPECT_EQ(
-        received[request].message(),
-        (Dictionary{{"_Signature", "KtUDP"},
-                    {"_Handshake", std::to_string(kt::handshakeOf(received[request].message()))},
-                    {"_DataPacket", packet}}));
+    EXPECT_EQ(received[request].message(),
+              (Dictionary{{"_Signature", "KtUDP"},
+                          {"_Handshake", std::to_string(handshakeOf(received[request].message()))},
+                          {"_DataPacket", packet}}));
   }
 }
 
-TEST(KtUDPClientRequest, ARequestWithoutAPacketIsSentWithoutOneAndTheBareReplyDropped) {
-  ScriptedPeer peer(4798, {test::identify(), test::right(), test::bytes("{}"), test::bytes("{}"),
-                           test::bytes("{}"), test::bytes("{}")});
+TEST(KtUDPClientRequest, SendsNoPacketAndDropsBareReply) {
+  ScriptedPeer peer(4798,
+                    {identify(), right(), bytes("{}"), bytes("{}"), bytes("{}"), bytes("{}")});
   KtUDPClient client;
   ASSERT_TRUE(client.connectToServer());
   LogCapture log;
@@ -52,31 +49,31 @@ TEST(KtUDPClientRequest, ARequestWithoutAPacketIsSentWithoutOneAndTheBareReplyDr
   }
 }
 
-TEST(KtUDPClientRequest, AnAnswerWhosePacketIsNoDictionaryIsNothing) {
-  const test::Act act = [](const test::Cue &cue) {
-    Dictionary envelope = kt::replyEnvelope("KtUDP", kt::handshakeOf(cue.datagram.message()), {});
+TEST(KtUDPClientRequest, ReturnsNothingForPacketThatIsNotDictionary) {
+  const Act act = [](const Cue &cue) {
+    Dictionary envelope = replyEnvelope("KtUDP", handshakeOf(cue.datagram.message()), {});
     envelope.erase("_DataPacket");
     cue.answer(envelope);
   };
-  ScriptedPeer peer(4798, {test::identify(), test::right(), act});
+  ScriptedPeer peer(4798, {identify(), right(), act});
   KtUDPClient client;
   ASSERT_TRUE(client.connectToServer());
   EXPECT_FALSE(client.replyForRequest(Dictionary{{"KtUDPKeyword", "Status"}}));
-  EXPECT_EQ(peer.received().size(), 3U);  // it was an answer: nothing is sent again
+  EXPECT_EQ(peer.received().size(), 3U);  // an answer, so the request is not sent again
 }
 
-TEST(KtUDPClientRequest, AFailedRequestLeavesTheServerKnown) {
-  ScriptedPeer peer(4798, {test::identify(), test::right(), test::silent(), test::silent(),
-                           test::silent(), test::silent(), test::right()});
+TEST(KtUDPClientRequest, KeepsServerAfterFailure) {
+  ScriptedPeer peer(4798, {identify(), right(), silent(), silent(), silent(), silent(), right()});
   KtUDPClient client;
   ASSERT_TRUE(client.connectToServer());
-  const std::string before = test::text(client.sin());
+  const std::string before = text(client.sin());
   const Dictionary packet{{"KtUDPKeyword", "Status"}};
   EXPECT_FALSE(client.replyForRequest(packet));
   EXPECT_EQ(client.port(), 4798);
-  EXPECT_EQ(test::text(client.sin()), before);
+  EXPECT_EQ(text(client.sin()), before);
   EXPECT_TRUE(client.replyForRequest(packet));
   EXPECT_EQ(peer.received().size(), 7U);
 }
 
 }  // namespace
+}  // namespace kt::test

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// A server's set-up, its port and its answers, as far as no datagram is involved.
-// KtUDPDaemon_serving_test.cpp has the loop.
+// A server's set-up, its port and its answers, without datagrams. The serving loop is tested in
+// KtUDPDaemon_serving_test.cpp.
 #include "kt/udp/KtUDPDaemon.h"
 
 #include <fcntl.h>
@@ -19,22 +19,20 @@
 
 #include "kt/foundation/HostName.h"
 #include "kt/udp/KtMessage.h"
+#include "tests/support/Addresses.h"
+#include "tests/support/EchoDelegate.h"
 #include "tests/udp/support/Kinds.h"
 #include "tests/udp/support/LogCapture.h"
 #include "tests/udp/support/PrivateNetwork.h"
 #include "tests/udp/support/RawSocket.h"
 #include "tests/udp/support/ServedDaemon.h"
 
+namespace kt::test {
 namespace {
-
-using kt::Dictionary;
-using test::EchoDelegate;
-using test::Kind;
-using test::LogCapture;
 
 // ---- Set-up ----
 
-TEST(KtUDPDaemon, BeginsWithTheDefaults) {
+TEST(KtUDPDaemon, StartsWithDefaults) {
   const KtUDPDaemon daemon;
   EXPECT_EQ(daemon.ports(), (std::vector<std::int32_t>{4798, 4711, 5600, 4822, 3493, 4926}));
   EXPECT_EQ(daemon.signature(), "KtUDP");
@@ -51,7 +49,7 @@ TEST(KtUDPDaemon, IsNeitherCopiedNorMoved) {
   EXPECT_FALSE(std::is_copy_assignable_v<KtUDPDaemon>);
 }
 
-TEST(KtUDPDaemon, SettersStoreWhatTheyAreGiven) {
+TEST(KtUDPDaemon, SettersStoreTheirArguments) {
   KtUDPDaemon daemon;
   daemon.setPorts({-1, 70000});
   daemon.setSignature("Mine");
@@ -61,7 +59,7 @@ TEST(KtUDPDaemon, SettersStoreWhatTheyAreGiven) {
   EXPECT_TRUE(daemon.unique());
 }
 
-TEST(KtUDPDaemon, SetDelegateGivesTheServerBack) {
+TEST(KtUDPDaemon, SetDelegateReturnsServer) {
   KtUDPDaemon daemon;
   EchoDelegate delegate;
   EXPECT_EQ(&daemon.setDelegate(&delegate), &daemon);
@@ -70,7 +68,7 @@ TEST(KtUDPDaemon, SetDelegateGivesTheServerBack) {
 
 // ---- Uniqueness ----
 
-// Stands in for the client; the test says what it finds and sees what it was told.
+// Replaces the client class: the test sets what it finds and reads what it was told.
 struct FakeClient {
   FakeClient() { ++made; }
   ~FakeClient() { ++ended; }
@@ -97,7 +95,7 @@ struct FakeClient {
   inline static bool answer;
 };
 
-TEST(KtUDPDaemon, ItsProbeHasItsSignatureAndPortsOneRetryAnd50Milliseconds) {
+TEST(KtUDPDaemon, ProbesWithSignaturePortsOneRetryAnd50Milliseconds) {
   FakeClient::reset(false);
   KtUDPDaemon daemon;
   daemon.setCounterpartClass<FakeClient>();
@@ -114,28 +112,28 @@ TEST(KtUDPDaemon, ItsProbeHasItsSignatureAndPortsOneRetryAnd50Milliseconds) {
   EXPECT_EQ(FakeClient::ended, 1);
 }
 
-TEST(KtUDPDaemon, WhoNeedNotBeUniqueDoesNotAsk) {
+TEST(KtUDPDaemon, DoesNotProbeUnlessUnique) {
   FakeClient::reset(true);
   KtUDPDaemon daemon;
   daemon.setCounterpartClass<FakeClient>();
   daemon.setPorts({0});
   LogCapture log;
   EXPECT_TRUE(daemon.ensureUniqueness());
-  EXPECT_EQ(log.lines(), test::Lines{});
+  EXPECT_EQ(log.lines(), Lines{});
   EXPECT_TRUE(daemon.registerPort());
   EXPECT_EQ(FakeClient::made, 0);
 }
 
-TEST(KtUDPDaemon, WithoutUniquenessRegisteringSendsNothing) {
-  const test::RawSocket first(4798);
-  const test::RawSocket second(4711);
+TEST(KtUDPDaemon, RegisteringSendsNothingUnlessUnique) {
+  const RawSocket first(4798);
+  const RawSocket second(4711);
   KtUDPDaemon daemon;
   EXPECT_TRUE(daemon.registerPort());
   EXPECT_FALSE(first.receiveAtOnce());
   EXPECT_FALSE(second.receiveAtOnce());
 }
 
-TEST(KtUDPDaemon, UniquenessIsLoggedAs1WhenNoServerAnsweredAnd0WhenOneDid) {
+TEST(KtUDPDaemon, LogsUniquenessAs1Or0) {
   for (const bool found : {false, true}) {
     FakeClient::reset(found);
     KtUDPDaemon daemon;
@@ -143,11 +141,11 @@ TEST(KtUDPDaemon, UniquenessIsLoggedAs1WhenNoServerAnsweredAnd0WhenOneDid) {
     daemon.setMustBeUnique(true);
     LogCapture log;
     EXPECT_EQ(daemon.ensureUniqueness(), !found);
-    EXPECT_EQ(log.lines(), (test::Lines{found ? "Daemon is unique: 0" : "Daemon is unique: 1"}));
+    EXPECT_EQ(log.lines(), (Lines{found ? "Daemon is unique: 0" : "Daemon is unique: 1"}));
   }
 }
 
-TEST(KtUDPDaemon, WhileAnotherAnswersNoSocketIsMade) {
+TEST(KtUDPDaemon, MakesNoSocketWhileAnotherServerAnswers) {
   FakeClient::reset(true);
   KtUDPDaemon daemon;
   daemon.setCounterpartClass<FakeClient>();
@@ -156,13 +154,13 @@ TEST(KtUDPDaemon, WhileAnotherAnswersNoSocketIsMade) {
   EXPECT_FALSE(daemon.registerPort());
   EXPECT_EQ(daemon.socketIn(), -1);
   EXPECT_EQ(daemon.port(), 0);
-  EXPECT_EQ(log.lines(), (test::Lines{"Daemon is unique: 0"}));
+  EXPECT_EQ(log.lines(), (Lines{"Daemon is unique: 0"}));
 }
 
-TEST(KtUDPDaemon, OnlyAServerOfTheSameSignatureOnAPortOfTheListStandsInTheWay) {
+TEST(KtUDPDaemon, YieldsOnlyToSameSignatureOnListedPort) {
   KtUDPDaemon first;
   ASSERT_TRUE(first.registerPort());
-  const test::ServedDaemon served(first);
+  const ServedDaemon served(first);
   KtUDPDaemon second;
   second.setMustBeUnique(true);
   EXPECT_FALSE(second.registerPort());
@@ -177,17 +175,17 @@ TEST(KtUDPDaemon, OnlyAServerOfTheSameSignatureOnAPortOfTheListStandsInTheWay) {
 
 // ---- The port ----
 
-TEST(KtUDPDaemon, BindsTheFirstPortThatIsFree) {
-  const test::RawSocket first(4798);
-  const test::RawSocket second(4711);
+TEST(KtUDPDaemon, BindsFirstFreePort) {
+  const RawSocket first(4798);
+  const RawSocket second(4711);
   KtUDPDaemon daemon;
   LogCapture log;
   EXPECT_TRUE(daemon.registerPort());
   EXPECT_EQ(daemon.port(), 5600);
   EXPECT_GE(daemon.socketIn(), 0);
-  EXPECT_EQ(log.lines(), (test::Lines{"Bound to port 5600"}));
-  // Later entries are not looked at.
-  const test::RawSocket next(4822);
+  EXPECT_EQ(log.lines(), (Lines{"Bound to port 5600"}));
+  // Later ports stay free.
+  const RawSocket next(4822);
 }
 
 TEST(KtUDPDaemon, BindsEveryInterfaceWithoutSocketOptionsAndClosesOnExec) {
@@ -196,7 +194,7 @@ TEST(KtUDPDaemon, BindsEveryInterfaceWithoutSocketOptionsAndClosesOnExec) {
   sockaddr_in local{};
   socklen_t size = sizeof local;
   ASSERT_EQ(::getsockname(daemon.socketIn(), reinterpret_cast<sockaddr *>(&local), &size), 0);
-  EXPECT_EQ(test::text(local), "0.0.0.0:4798");
+  EXPECT_EQ(text(local), "0.0.0.0:4798");
   for (const int option : {SO_REUSEADDR, SO_REUSEPORT, SO_BROADCAST}) {
     int value = -1;
     size = sizeof value;
@@ -206,7 +204,7 @@ TEST(KtUDPDaemon, BindsEveryInterfaceWithoutSocketOptionsAndClosesOnExec) {
   EXPECT_EQ(::fcntl(daemon.socketIn(), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
 }
 
-TEST(KtUDPDaemon, OfAPortTheLow16BitsAreBound) {
+TEST(KtUDPDaemon, BindsLow16BitsOfPort) {
   KtUDPDaemon daemon;
   daemon.setPorts({70000});
   EXPECT_TRUE(daemon.registerPort());
@@ -217,16 +215,16 @@ TEST(KtUDPDaemon, OfAPortTheLow16BitsAreBound) {
   EXPECT_EQ(other.port(), 65535);
 }
 
-TEST(KtUDPDaemon, ForPort0ItSaysWhatTheSystemChose) {
+TEST(KtUDPDaemon, ReportsPortThatSystemChose) {
   KtUDPDaemon daemon;
   daemon.setPorts({0});
   LogCapture log;
   EXPECT_TRUE(daemon.registerPort());
   EXPECT_GT(daemon.port(), 0);
-  EXPECT_EQ(log.lines(), (test::Lines{"Bound to port " + std::to_string(daemon.port())}));
+  EXPECT_EQ(log.lines(), (Lines{"Bound to port " + std::to_string(daemon.port())}));
 }
 
-TEST(KtUDPDaemon, AnEmptyPortListIsNotRegistered) {
+TEST(KtUDPDaemon, DoesNotRegisterEmptyPortList) {
   KtUDPDaemon daemon;
   daemon.setPorts({});
   EXPECT_FALSE(daemon.registerPort());
@@ -239,40 +237,40 @@ std::ptrdiff_t openDescriptors() {
   return std::distance(begin(all), end(all));
 }
 
-TEST(KtUDPDaemon, WhenEveryPortIsTakenNothingIsStoredAndTheSocketIsClosed) {
-  const test::RawSocket first(4798);
-  const test::RawSocket second(4711);
+TEST(KtUDPDaemon, StoresNothingIfEveryPortIsTaken) {
+  const RawSocket first(4798);
+  const RawSocket second(4711);
   KtUDPDaemon daemon;
   daemon.setPorts({4798, 4711});
   const std::ptrdiff_t before = openDescriptors();
   LogCapture *const log = new LogCapture;
   EXPECT_FALSE(daemon.registerPort());
-  EXPECT_EQ(log->lines(), test::Lines{});
+  EXPECT_EQ(log->lines(), Lines{});
   delete log;
   EXPECT_EQ(openDescriptors(), before);
   EXPECT_EQ(daemon.socketIn(), -1);
   EXPECT_EQ(daemon.port(), 0);
 }
 
-TEST(KtUDPDaemon, ItsEndFreesThePort) {
+TEST(KtUDPDaemon, FreesPortWhenDestroyed) {
   {
     KtUDPDaemon daemon;
     ASSERT_TRUE(daemon.registerPort());
     ASSERT_EQ(daemon.port(), 4798);
   }
-  const test::RawSocket free(4798);
+  const RawSocket free(4798);
 }
 
-TEST(KtUDPDaemon, UnregisteredItDoesNotServe) {
+TEST(KtUDPDaemon, DoesNotServeUnlessRegistered) {
   KtUDPDaemon daemon;
   LogCapture log;
   daemon.processQueries();
-  EXPECT_EQ(log.lines(), test::Lines{});
+  EXPECT_EQ(log.lines(), Lines{});
 }
 
 // ---- Answers ----
 
-// What becomes of a request.
+// The results of a request.
 enum class Outcome { silence, bare, identification, delegated, badPacket };
 
 std::ostream &operator<<(std::ostream &stream, Outcome outcome) {
@@ -297,24 +295,24 @@ Outcome outcomeOf(const std::optional<Dictionary> &request) {
 }
 
 const Dictionary statusPacket{{"KtUDPKeyword", "Status"}};
-const Dictionary statusRequest = kt::requestEnvelope("KtUDP", 33, statusPacket);
+const Dictionary statusRequest = requestEnvelope("KtUDP", 33, statusPacket);
 
-// The outcome for each kind under `key` of the envelope, as it is built and as it is read from
-// text.
+// Expects these outcomes for values of each kind for `key` of the envelope, both as built and as
+// parsed from text.
 void expectForEnvelope(std::string_view key, const std::map<Kind, Outcome> &expected) {
   for (const auto &[kind, outcome] : expected) {
-    const Dictionary request = test::with(statusRequest, key, kind);
-    EXPECT_EQ(outcomeOf(request), outcome) << test::name(kind);
-    EXPECT_EQ(outcomeOf(kt::parseMessage(request.description())), outcome) << test::name(kind);
+    const Dictionary request = with(statusRequest, key, kind);
+    EXPECT_EQ(outcomeOf(request), outcome) << name(kind);
+    EXPECT_EQ(outcomeOf(parseMessage(request.description())), outcome) << name(kind);
   }
 }
 
-TEST(KtUDPDaemon, NoRequestIsAnsweredWithSilence) {
+TEST(KtUDPDaemon, StaysSilentWithoutRequest) {
   EXPECT_EQ(outcomeOf(std::nullopt), Outcome::silence);
   EXPECT_EQ(outcomeOf(Dictionary()), Outcome::silence);
 }
 
-TEST(KtUDPDaemon, ARequestsHandshakeMayBeAnythingButMissing) {
+TEST(KtUDPDaemon, AcceptsHandshakeOfAnyKind) {
   expectForEnvelope("_Handshake", {{Kind::missing, Outcome::silence},
                                    {Kind::string, Outcome::delegated},
                                    {Kind::number, Outcome::delegated},
@@ -323,7 +321,7 @@ TEST(KtUDPDaemon, ARequestsHandshakeMayBeAnythingButMissing) {
                                    {Kind::dictionary, Outcome::delegated}});
 }
 
-TEST(KtUDPDaemon, ARequestOfAnotherSignatureIsAnsweredWithSilence) {
+TEST(KtUDPDaemon, StaysSilentForAnotherSignature) {
   expectForEnvelope("_Signature", {{Kind::missing, Outcome::silence},
                                    {Kind::string, Outcome::silence},
                                    {Kind::number, Outcome::silence},
@@ -332,7 +330,7 @@ TEST(KtUDPDaemon, ARequestOfAnotherSignatureIsAnsweredWithSilence) {
                                    {Kind::dictionary, Outcome::silence}});
 }
 
-TEST(KtUDPDaemon, ADataPacketIsADictionaryOrMissing) {
+TEST(KtUDPDaemon, ThrowsForDataPacketThatIsNotDictionary) {
   expectForEnvelope("_DataPacket", {{Kind::missing, Outcome::bare},
                                     {Kind::string, Outcome::badPacket},
                                     {Kind::number, Outcome::badPacket},
@@ -341,28 +339,27 @@ TEST(KtUDPDaemon, ADataPacketIsADictionaryOrMissing) {
                                     {Kind::dictionary, Outcome::bare}});
 }
 
-TEST(KtUDPDaemon, AKeywordOfAnyKindIsTheDelegatesAffair) {
-  for (const Kind kind : test::allKinds) {
-    const Dictionary packet = test::with(statusPacket, "KtUDPKeyword", kind);
-    EXPECT_EQ(outcomeOf(kt::requestEnvelope("KtUDP", 33, packet)),
+TEST(KtUDPDaemon, PassesKeywordOfAnyKindToDelegate) {
+  for (const Kind kind : allKinds) {
+    const Dictionary packet = with(statusPacket, "KtUDPKeyword", kind);
+    EXPECT_EQ(outcomeOf(requestEnvelope("KtUDP", 33, packet)),
               kind == Kind::missing ? Outcome::bare : Outcome::delegated)
-        << test::name(kind);
+        << name(kind);
   }
-  EXPECT_EQ(outcomeOf(kt::requestEnvelope("KtUDP", 33, Dictionary{{"KtUDPKeyword", ""}})),
+  EXPECT_EQ(outcomeOf(requestEnvelope("KtUDP", 33, Dictionary{{"KtUDPKeyword", ""}})),
             Outcome::delegated);
 }
 
-TEST(KtUDPDaemon, TheBareReplyIsMadeForAPacketWithoutKeyword) {
-  EXPECT_EQ(outcomeOf(kt::requestEnvelope("KtUDP", 33, Dictionary{{"Other", "key"}})),
-            Outcome::bare);
-  EXPECT_EQ(outcomeOf(kt::requestEnvelope("KtUDP", 33, Dictionary())), Outcome::bare);
+TEST(KtUDPDaemon, AnswersPacketWithoutKeywordWithEmptyDictionary) {
+  EXPECT_EQ(outcomeOf(requestEnvelope("KtUDP", 33, Dictionary{{"Other", "key"}})), Outcome::bare);
+  EXPECT_EQ(outcomeOf(requestEnvelope("KtUDP", 33, Dictionary())), Outcome::bare);
 }
 
-// Signature before packet, handshake before signature: whoever fails an earlier test is told
-// nothing by a later one.
-TEST(KtUDPDaemon, ARequestThatFailsSeveralTestsMeetsSilence) {
+// Tests the handshake, then the signature, then the packet: a request that fails an early test gets
+// no answer from a later one.
+TEST(KtUDPDaemon, StaysSilentIfSeveralTestsFail) {
   Dictionary request = statusRequest;
-  request["_DataPacket"] = "no dictionary";
+  request["_DataPacket"] = "not a dictionary";
   request["_Signature"] = "Another";
   EXPECT_EQ(outcomeOf(request), Outcome::silence);
   request["_Signature"] = "KtUDP";
@@ -370,13 +367,13 @@ TEST(KtUDPDaemon, ARequestThatFailsSeveralTestsMeetsSilence) {
   EXPECT_EQ(outcomeOf(request), Outcome::silence);
 }
 
-TEST(KtUDPDaemon, AReplyHasPacketSignatureAndHandshakeAnswer) {
+TEST(KtUDPDaemon, ReplyHasPacketSignatureAndHandshakeAnswer) {
   KtUDPDaemon daemon;
   EchoDelegate delegate;
   daemon.setDelegate(&delegate).setSignature("Mine");
   for (const auto &[value, answer] : std::map<std::string, std::int32_t>{
            {"33", 34}, {"0", 1}, {"-1", 0}, {"2147483647", -2147483647 - 1}, {"words", 1}}) {
-    Dictionary request = kt::requestEnvelope("Mine", 0, statusPacket);
+    Dictionary request = requestEnvelope("Mine", 0, statusPacket);
     request["_Handshake"] = value;
     EXPECT_EQ(daemon.replyFor(request),
               (Dictionary{
@@ -384,27 +381,27 @@ TEST(KtUDPDaemon, AReplyHasPacketSignatureAndHandshakeAnswer) {
   }
 }
 
-TEST(KtUDPDaemon, DiscoveryIsAnsweredWithNameKeywordAndBoundPort) {
+TEST(KtUDPDaemon, AnswersDiscoveryWithNameKeywordAndBoundPort) {
   KtUDPDaemon daemon;
   daemon.setPorts({4822});
   ASSERT_TRUE(daemon.registerPort());
-  const auto reply = daemon.replyFor(kt::requestEnvelope("KtUDP", 33, kt::discoveryPacket()));
+  const auto reply = daemon.replyFor(requestEnvelope("KtUDP", 33, discoveryPacket()));
   ASSERT_TRUE(reply);
-  EXPECT_EQ(*reply->find("_DataPacket")->asDictionary(),
-            (Dictionary{{"_ServerName", kt::hostName()},
-                        {"KtUDPKeyword", "_ServerName"},
-                        {"_ServerPort", 4822}}));
+  EXPECT_EQ(
+      *reply->find("_DataPacket")->asDictionary(),
+      (Dictionary{
+          {"_ServerName", hostName()}, {"KtUDPKeyword", "_ServerName"}, {"_ServerPort", 4822}}));
 }
 
-TEST(KtUDPDaemon, DiscoveryIsAnsweredWithoutTheDelegate) {
+TEST(KtUDPDaemon, AnswersDiscoveryWithoutDelegate) {
   struct Refusing {
     Dictionary replyForRequest(const Dictionary &) { throw std::runtime_error("was asked"); }
   } delegate;
   KtUDPDaemon daemon;
   daemon.setDelegate(&delegate);
-  Dictionary packet = kt::discoveryPacket();
+  Dictionary packet = discoveryPacket();
   packet["Other"] = "key";
-  EXPECT_TRUE(daemon.replyFor(kt::requestEnvelope("KtUDP", 33, packet)));
+  EXPECT_TRUE(daemon.replyFor(requestEnvelope("KtUDP", 33, packet)));
   EXPECT_THROW((void)daemon.replyFor(statusRequest), std::runtime_error);
 }
 
@@ -421,7 +418,7 @@ std::optional<Dictionary> answerOf(Delegate *delegate) {
   return *reply->find("_DataPacket")->asDictionary();
 }
 
-TEST(KtUDPDaemon, ADelegateGetsTheDataPacketUntouched) {
+TEST(KtUDPDaemon, PassesDataPacketUnchangedToDelegate) {
   struct Delegate {
     Dictionary replyForRequest(const Dictionary &packet) {
       seen = packet;
@@ -433,7 +430,7 @@ TEST(KtUDPDaemon, ADelegateGetsTheDataPacketUntouched) {
   EXPECT_EQ(delegate.seen, statusPacket);
 }
 
-TEST(KtUDPDaemon, ADelegateMayAnswerWithAnOptional) {
+TEST(KtUDPDaemon, AcceptsOptionalFromDelegate) {
   struct Delegate {
     std::optional<Dictionary> replyForRequest(const Dictionary &) { return answer; }
     std::optional<Dictionary> answer = yes;
@@ -443,7 +440,7 @@ TEST(KtUDPDaemon, ADelegateMayAnswerWithAnOptional) {
   EXPECT_THROW((void)answerOf(&delegate), std::logic_error);
 }
 
-TEST(KtUDPDaemon, ADelegatesMethodMayBeConstVirtualStaticOrInherited) {
+TEST(KtUDPDaemon, DelegateMethodMayBeConstVirtualStaticOrInherited) {
   struct Const {
     Dictionary replyForRequest(const Dictionary &) const { return yes; }
   } constant;
@@ -468,14 +465,14 @@ TEST(KtUDPDaemon, ADelegatesMethodMayBeConstVirtualStaticOrInherited) {
   EXPECT_EQ(answerOf(&heir), yes);
 }
 
-TEST(KtUDPDaemon, AnEmptyAnswerOfADelegateIsAnAnswer) {
+TEST(KtUDPDaemon, SendsEmptyAnswerOfDelegate) {
   struct Delegate {
     Dictionary replyForRequest(const Dictionary &) { return {}; }
   } delegate;
   EXPECT_EQ(answerOf(&delegate), Dictionary());
 }
 
-TEST(KtUDPDaemon, WithoutADelegateOrItsMethodARequestLeavesAsALogicError) {
+TEST(KtUDPDaemon, ThrowsLogicErrorWithoutDelegateOrItsMethod) {
   struct Other {
     int replyForRequest(int number) { return number; }
   } other;
@@ -491,7 +488,7 @@ TEST(KtUDPDaemon, WithoutADelegateOrItsMethodARequestLeavesAsALogicError) {
   EXPECT_THROW((void)daemon.replyFor(statusRequest), std::logic_error);
 }
 
-TEST(KtUDPDaemon, WhatADelegateThrowsLeavesReplyForAsItIs) {
+TEST(KtUDPDaemon, ReplyForPropagatesDelegateException) {
   struct Delegate {
     Dictionary replyForRequest(const Dictionary &) { throw std::out_of_range("mine"); }
   } delegate;
@@ -499,3 +496,4 @@ TEST(KtUDPDaemon, WhatADelegateThrowsLeavesReplyForAsItIs) {
 }
 
 }  // namespace
+}  // namespace kt::test

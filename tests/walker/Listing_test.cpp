@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Listings of file systems that this machine may not have: the tests stand in for the system's call
-// that lists a directory. Outside them it is the system's own.
+// Listings as unusual file systems return them. The program replaces getdents64, the system call
+// that lists a directory; a test sets what it returns.
 #include "kt/walker/Listing.h"
 
 #include <dirent.h>
@@ -16,17 +16,18 @@
 #include "tests/walker/Recorders.h"
 #include "tests/walker/Tree.h"
 
+namespace kt::test {
 namespace {
 
-// How the system's call is played; set by one test at a time.
+// How getdents64 behaves.
 struct Play {
-  bool tellsTypes = true;       // false: the kind of every entry is unknown
-  std::size_t room = SIZE_MAX;  // bytes that a call gives at most
-  int failAfter = -1;           // the number of calls that succeed; -1: all
-  int calls = 0;                // counted, of all directories
+  bool tellsTypes = true;       // if false, every entry is of unknown type
+  std::size_t room = SIZE_MAX;  // the largest number of bytes that a call returns
+  int failAfter = -1;           // the number of calls that succeed; -1 if all do
+  int calls = 0;                // the number of calls so far, for all directories
 };
 
-Play *play = nullptr;  // null: as it is
+Play *play = nullptr;  // set by the running test; nullptr if the system call is unchanged
 
 void forgetTypes(char *entries, ssize_t size) {
   for (ssize_t position = 0; position < size;) {
@@ -37,12 +38,14 @@ void forgetTypes(char *entries, ssize_t size) {
 }
 
 }  // namespace
+}  // namespace kt::test
 
-// In the place of the C library's function of this name, whose parameters have reserved names;
-// visible, so that it is in that place for a shared library too.
+// Replaces the C library's function. It is visible, so that a shared library calls it too. The
+// parameters of the library's declaration have reserved names.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" [[gnu::visibility("default")]] ssize_t getdents64(int descriptor, void *entries,
                                                              size_t room) {
+  using kt::test::play;
   if (play != nullptr) {
     if (play->calls++ == play->failAfter) {
       errno = EIO;
@@ -50,12 +53,13 @@ extern "C" [[gnu::visibility("default")]] ssize_t getdents64(int descriptor, voi
     }
     room = std::min(room, play->room);
   }
-  const ssize_t size = syscall(SYS_getdents64, descriptor, entries, room);
-  if (play != nullptr && !play->tellsTypes) forgetTypes(static_cast<char *>(entries), size);
+  const ssize_t size = ::syscall(SYS_getdents64, descriptor, entries, room);
+  if (play != nullptr && !play->tellsTypes)
+    kt::test::forgetTypes(static_cast<char *>(entries), size);
   return size;
 }
 
-namespace test {
+namespace kt::test {
 namespace {
 
 class KtWalkerListing : public testing::Test {
@@ -66,7 +70,7 @@ class KtWalkerListing : public testing::Test {
   Play play_;
 };
 
-TEST_F(KtWalkerListing, WithoutTypesIsWalkedAsOneWithThem) {
+TEST_F(KtWalkerListing, NeedsNoEntryTypes) {
   Tree tree{"a.txt", "d/b.txt", "x.txt/c.txt", "d/e/f"};
   tree.link("to-d", "d");
   tree.link("to-d.txt", "d");
@@ -79,7 +83,7 @@ TEST_F(KtWalkerListing, WithoutTypesIsWalkedAsOneWithThem) {
   EXPECT_EQ(found.size(), 9U);
 }
 
-TEST_F(KtWalkerListing, InManySmallPiecesIsWhole) {
+TEST_F(KtWalkerListing, IsReadToEndInSmallPieces) {
   Tree tree;
   for (int number = 0; number < 500; ++number) {
     tree.add(std::to_string(number) + ".txt");
@@ -93,7 +97,7 @@ TEST_F(KtWalkerListing, InManySmallPiecesIsWhole) {
   EXPECT_GT(play_.calls, 100);
 }
 
-TEST_F(KtWalkerListing, ThatBreaksOffCountsAsNone) {
+TEST_F(KtWalkerListing, IsDroppedIfReadingFails) {
   const Tree tree{"root.txt/a.txt", "root.txt/b.txt", "root.txt/c.txt"};
   play_.room = 80;
   play_.failAfter = 2;
@@ -102,20 +106,20 @@ TEST_F(KtWalkerListing, ThatBreaksOffCountsAsNone) {
   EXPECT_FALSE(_KtWalker().directoryContentsAtPath(tree.at("root.txt")));
 }
 
-TEST_F(KtWalkerListing, BelowOneThatBreaksOffLeavesTheOthersWhole) {
+TEST_F(KtWalkerListing, FailureKeepsOtherListings) {
   const Tree tree{"d/a.txt", "e/b.txt", "f.txt"};
-  play_.failAfter = 2;  // the root's two succeed, and the first directory's does not
+  play_.failAfter = 2;  // both calls for the root succeed, and the first for a subdirectory fails
   const Paths found = foundBelow(tree.root(), {"txt"});
   EXPECT_EQ(found.size(), 2U) << testing::PrintToString(found);
 }
 
-TEST_F(KtWalkerListing, OfADirectoryIsReadOnce) {
+TEST_F(KtWalkerListing, IsReadOncePerDirectory) {
   const Tree tree{"a.txt", "d/b.txt", "d/e/c.txt", "x.txt/d.txt"};
   EXPECT_EQ(foundBelow(tree.root(), {"txt"}).size(), 5U);
-  EXPECT_EQ(play_.calls, 8) << "one for the entries and one for the end, of four directories";
+  EXPECT_EQ(play_.calls, 8) << "two for each of four directories: the entries and the end";
 }
 
-TEST_F(KtWalkerListing, LargerThanOneCallsRoomKeepsThoseOfTheParents) {
+TEST_F(KtWalkerListing, GrowthKeepsListingsOfParents) {
   Tree tree{"0/a.txt", "9/b.txt"};
   const std::string longName(200, 'n');
   for (int number = 0; number < 1000; ++number) {
@@ -125,4 +129,4 @@ TEST_F(KtWalkerListing, LargerThanOneCallsRoomKeepsThoseOfTheParents) {
 }
 
 }  // namespace
-}  // namespace test
+}  // namespace kt::test

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// Delegates that write down what a walker tells and asks them. For one thread at a time.
+// Delegates that record the calls of a walker. Use one from one thread at a time.
 #ifndef KT_TESTS_WALKER_RECORDERS_H
 #define KT_TESTS_WALKER_RECORDERS_H
 
@@ -11,11 +11,11 @@
 
 #include "kt/walker/_KtWalker.h"
 
-namespace test {
+namespace kt::test {
 
 using Paths = std::vector<std::string>;
 
-// Is told of files, and goes on unless `answer` says otherwise.
+// Records the paths and returns the result of `answer`, by default true.
 struct Finder {
   bool fileFound(const std::string &path) {
     found.push_back(path);
@@ -26,7 +26,7 @@ struct Finder {
   std::function<bool(const std::string &path)> answer = [](const std::string &) { return true; };
 };
 
-// The same, and is asked whether it wants an abort: it does where `abort` says so.
+// Also counts the calls of wantsAbort and returns the result of `abort`, by default false.
 struct Director : Finder {
   bool wantsAbort() {
     ++asked;
@@ -42,7 +42,7 @@ struct Director : Finder {
   return paths;
 }
 
-// What a walk below `root` for `types` reports.
+// Returns the paths that walkTree(root) reports for `types`.
 [[nodiscard]] inline Paths foundBelow(const std::string &root, std::vector<std::string> types) {
   Finder finder;
   _KtWalker walker;
@@ -52,6 +52,6 @@ struct Director : Finder {
   return finder.found;
 }
 
-}  // namespace test
+}  // namespace kt::test
 
 #endif

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// Trees of files that a test makes and that are gone behind it. For one thread at a time.
+// A scratch tree of files for a test. Use one from one thread at a time.
 #ifndef KT_TESTS_WALKER_TREE_H
 #define KT_TESTS_WALKER_TREE_H
 
@@ -13,20 +13,21 @@
 #include <stdexcept>
 #include <string>
 
-namespace test {
+namespace kt::test {
 
-// Makes an empty file.
+// Makes an empty file or throws.
 inline void touch(const std::string &path) {
-  if (!std::ofstream(path)) throw std::runtime_error("can't make " + path);
+  if (!std::ofstream(path)) throw std::runtime_error("cannot make " + path);
 }
 
+// A scratch folder. Its destructor removes it and everything in it.
 class Tree {
  public:
-  // A folder with these in it: a path that ends in a slash is a directory, any other a file. What
-  // leads there is made too.
+  // Makes the folder and adds `paths` to it.
   Tree(std::initializer_list<const char *> paths = {})
       : root_(testing::TempDir() + "kt-walker-XXXXXX") {
-    if (mkdtemp(root_.data()) == nullptr) throw std::runtime_error("no scratch folder " + root_);
+    if (::mkdtemp(root_.data()) == nullptr)
+      throw std::runtime_error("cannot make scratch folder " + root_);
     for (const std::string path : paths) {
       add(path);
     }
@@ -38,25 +39,27 @@ class Tree {
     std::filesystem::remove_all(root_, ignored);
   }
 
+  // Makes a directory if `path` ends in a slash, or else an empty file. Makes its parents too.
   void add(const std::string &path) {
     const std::filesystem::path whole = at(path);
     std::filesystem::create_directories(whole.parent_path());
     if (!path.ends_with('/')) touch(whole);
   }
 
-  // A symbolic link at `path` to `target`, which is relative to where the link is.
+  // Makes a symbolic link at `path`. A relative `target` starts from the folder of the link.
   void link(const std::string &path, const std::string &target) {
     std::filesystem::create_symlink(target, at(path));
   }
 
   [[nodiscard]] const std::string &root() const { return root_; }
-  // The path of what is at `path` below the root.
+
+  // Returns the whole path of `path`, which is relative to the root.
   [[nodiscard]] std::string at(const std::string &path) const { return root_ + '/' + path; }
 
  private:
   std::string root_;
 };
 
-}  // namespace test
+}  // namespace kt::test
 
 #endif

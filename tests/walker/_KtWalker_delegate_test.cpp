@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// What a walker asks of its delegate, and what its answers do.
+// Which methods of a delegate a walker calls, when, and what their results do.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -13,7 +13,7 @@
 #include "tests/walker/Recorders.h"
 #include "tests/walker/Tree.h"
 
-namespace test {
+namespace kt::test {
 namespace {
 
 class KtWalkerDelegate : public testing::Test {
@@ -28,14 +28,14 @@ class KtWalkerDelegate : public testing::Test {
   _KtWalker walker_;
 };
 
-// ---- Which methods it has ----
+// ---- Methods ----
 
-struct Mute {};
+struct NoMethods {};
 
-struct Silent {
-  void fileFound(const std::string &) { told = true; }
-  void wantsAbort() { told = true; }
-  bool told = false;
+struct ReturnsVoid {
+  void fileFound(const std::string &) { called = true; }
+  void wantsAbort() { called = true; }
+  bool called = false;
 };
 
 struct AborterOnly {
@@ -46,7 +46,7 @@ struct AborterOnly {
   int asked = 0;
 };
 
-struct Changeless {
+struct Const {
   bool fileFound(const std::string &) const { return ++*found > 0; }
   int *found;
 };
@@ -61,21 +61,21 @@ struct Answering {
   int found = 0;
 };
 
-TEST_F(KtWalkerDelegate, WithoutMethodsIsToldNothingAndTheWalkEnds) {
+TEST_F(KtWalkerDelegate, NeedsNoMethods) {
   const Tree tree{"a.txt", "d/b.txt"};
-  Mute mute;
-  walkFor(mute, tree.root());
+  NoMethods delegate;
+  walkFor(delegate, tree.root());
   EXPECT_FALSE(walker_.aborted());
 }
 
-TEST_F(KtWalkerDelegate, WhoseMethodsGiveNoAnswerHasNone) {
+TEST_F(KtWalkerDelegate, IsNotCalledIfMethodsReturnVoid) {
   const Tree tree{"a.txt"};
-  Silent silent;
-  walkFor(silent, tree.root());
-  EXPECT_FALSE(silent.told);
+  ReturnsVoid delegate;
+  walkFor(delegate, tree.root());
+  EXPECT_FALSE(delegate.called);
 }
 
-TEST_F(KtWalkerDelegate, WithWantsAbortAloneIsAskedAtEveryDirectory) {
+TEST_F(KtWalkerDelegate, MayHaveOnlyWantsAbort) {
   const Tree tree{"a.txt", "d/b.txt", "d/e/", "f.txt/"};
   AborterOnly aborter;
   walkFor(aborter, tree.root());
@@ -85,12 +85,12 @@ TEST_F(KtWalkerDelegate, WithWantsAbortAloneIsAskedAtEveryDirectory) {
 TEST_F(KtWalkerDelegate, MayBeConst) {
   const Tree tree{"a.txt", "b.txt"};
   int found = 0;
-  const Changeless changeless{&found};
-  walkFor(changeless, tree.root());
+  const Const delegate{&found};
+  walkFor(delegate, tree.root());
   EXPECT_EQ(found, 2);
 }
 
-TEST_F(KtWalkerDelegate, MayBeMissingOrTakenAway) {
+TEST_F(KtWalkerDelegate, MayBeNullOrRemoved) {
   const Tree tree{"a.txt"};
   Director director;
   walkFor(director, tree.root());
@@ -102,17 +102,17 @@ TEST_F(KtWalkerDelegate, MayBeMissingOrTakenAway) {
   EXPECT_EQ(director.asked, 1);
 }
 
-TEST_F(KtWalkerDelegate, OfAnotherClassBringsItsOwnMethods) {
+TEST_F(KtWalkerDelegate, ReplacesMethodsOfPreviousDelegate) {
   const Tree tree{"a.txt"};
   Director director;
-  Mute mute;
+  NoMethods other;
   walker_.setDelegate(&director);
-  walkFor(mute, tree.root());
+  walkFor(other, tree.root());
   EXPECT_EQ(director.found, Paths());
   EXPECT_EQ(director.asked, 0);
 }
 
-TEST_F(KtWalkerDelegate, AnswersWithWhateverConvertsToATruthValue) {
+TEST_F(KtWalkerDelegate, MayReturnAnythingConvertibleToBool) {
   const Tree tree{"a.txt", "b.txt"};
   Answering<std::optional<int>> nothing;
   walkFor(nothing, tree.root());
@@ -127,31 +127,31 @@ TEST_F(KtWalkerDelegate, AnswersWithWhateverConvertsToATruthValue) {
   EXPECT_EQ(number.found, 2);
 }
 
-// fileFound
+// ---- fileFound ----
 
-TEST_F(KtWalkerDelegate, AnswersOfFileFoundBecomeTheStateOfTheWalker) {
+TEST_F(KtWalkerDelegate, SetsAbortedByResultOfFileFound) {
   Finder finder;
   walker_.setDelegate(&finder);
   finder.answer = [](const std::string &path) { return path != "stop"; };
   walker_.fileFound("stop");
   EXPECT_TRUE(walker_.aborted());
-  walker_.fileFound("of no accepted type");
+  walker_.fileFound("unaccepted");
   EXPECT_FALSE(walker_.aborted());
-  EXPECT_EQ(finder.found, (Paths{"stop", "of no accepted type"}));
+  EXPECT_EQ(finder.found, (Paths{"stop", "unaccepted"}));
 }
 
-TEST_F(KtWalkerDelegate, WithoutFileFoundLeavesTheStateAsItIs) {
+TEST_F(KtWalkerDelegate, LeavesAbortedUnchangedWithoutFileFound) {
   Finder finder;
   finder.answer = [](const std::string &) { return false; };
   walker_.setDelegate(&finder);
   walker_.fileFound("a");
-  Mute mute;
-  walker_.setDelegate(&mute);
+  NoMethods other;
+  walker_.setDelegate(&other);
   walker_.fileFound("b");
   EXPECT_TRUE(walker_.aborted());
 }
 
-TEST_F(KtWalkerDelegate, ThatAnswersNoAtTheFirstFileIsToldOfNoOther) {
+TEST_F(KtWalkerDelegate, StopsWalkAtFirstFile) {
   const Tree tree{"a.txt", "b.txt", "d/c.txt", "d/e/f.txt", "g/h.txt"};
   Finder finder;
   finder.answer = [](const std::string &) { return false; };
@@ -160,7 +160,7 @@ TEST_F(KtWalkerDelegate, ThatAnswersNoAtTheFirstFileIsToldOfNoOther) {
   EXPECT_TRUE(walker_.aborted());
 }
 
-TEST_F(KtWalkerDelegate, AnAbortBelowEndsTheWholeTree) {
+TEST_F(KtWalkerDelegate, StopsWholeTreeFromSubdirectory) {
   const Tree tree{"d/e/f/deep.txt", "d/e/f/deeper.txt", "d/e/b.txt", "d/c.txt", "a.txt"};
   Finder finder;
   finder.answer = [](const std::string &path) { return path.find("/deep") == std::string::npos; };
@@ -169,7 +169,7 @@ TEST_F(KtWalkerDelegate, AnAbortBelowEndsTheWholeTree) {
   EXPECT_NE(finder.found.back().find("/deep"), std::string::npos) << finder.found.back();
 }
 
-TEST_F(KtWalkerDelegate, ThatAnswersNoAtAPackageIsToldOfNothingInIt) {
+TEST_F(KtWalkerDelegate, StopsWalkAtPackageBeforeItsEntries) {
   const Tree tree{"x.txt/a.txt"};
   Finder finder;
   finder.answer = [](const std::string &) { return false; };
@@ -177,9 +177,9 @@ TEST_F(KtWalkerDelegate, ThatAnswersNoAtAPackageIsToldOfNothingInIt) {
   EXPECT_EQ(finder.found, Paths{tree.at("x.txt")});
 }
 
-// wantsAbort
+// ---- wantsAbort ----
 
-TEST_F(KtWalkerDelegate, ThatWantsAnAbortIsStillToldOfTheDirectorysOwnPath) {
+TEST_F(KtWalkerDelegate, ReceivesDirectoryPathDespiteAbort) {
   const Tree tree{"root.txt/a.txt", "root.txt/d/b.txt"};
   Director director;
   director.abort = [] { return true; };
@@ -189,7 +189,7 @@ TEST_F(KtWalkerDelegate, ThatWantsAnAbortIsStillToldOfTheDirectorysOwnPath) {
   EXPECT_TRUE(walker_.aborted());
 }
 
-TEST_F(KtWalkerDelegate, ThatWantsAnAbortIsToldOfNothingWhereThePathIsNotAcceptable) {
+TEST_F(KtWalkerDelegate, ReceivesNoUnacceptableDirectoryPathAfterAbort) {
   const Tree tree{"a.txt", "d/b.txt"};
   Director director;
   director.abort = [] { return true; };
@@ -197,7 +197,7 @@ TEST_F(KtWalkerDelegate, ThatWantsAnAbortIsToldOfNothingWhereThePathIsNotAccepta
   EXPECT_EQ(director.found, Paths());
 }
 
-TEST_F(KtWalkerDelegate, ThatWantsAnAbortBelowEndsTheWholeTree) {
+TEST_F(KtWalkerDelegate, StopsWholeTreeByWantsAbortInSubdirectory) {
   const Tree tree{"d/e.txt/a.txt"};
   Director director;
   director.abort = [&] { return director.asked == 3; };
@@ -206,18 +206,18 @@ TEST_F(KtWalkerDelegate, ThatWantsAnAbortBelowEndsTheWholeTree) {
   EXPECT_TRUE(walker_.aborted());
 }
 
-TEST_F(KtWalkerDelegate, IsAskedBeforeItIsToldOfTheDirectory) {
+TEST_F(KtWalkerDelegate, IsAskedBeforeDirectoryIsReported) {
   const Tree tree{"x.txt/"};
   Director director;
-  int askedWhenTold = 0;
-  director.answer = [&](const std::string &) { return askedWhenTold = director.asked; };
+  int askedBefore = 0;
+  director.answer = [&](const std::string &) { return askedBefore = director.asked; };
   walkFor(director, tree.at("x.txt"));
-  EXPECT_EQ(askedWhenTold, 1);
+  EXPECT_EQ(askedBefore, 1);
 }
 
 // ---- State between calls ----
 
-TEST_F(KtWalkerDelegate, AnAbortThatStandsLeavesWalkDirectoryItsOwnPathOnly) {
+TEST_F(KtWalkerDelegate, WalkDirectoryKeepsEarlierAbort) {
   const Tree tree{"x.txt/a.txt"};
   Finder finder;
   finder.answer = [](const std::string &) { return false; };
@@ -225,11 +225,12 @@ TEST_F(KtWalkerDelegate, AnAbortThatStandsLeavesWalkDirectoryItsOwnPathOnly) {
   ASSERT_TRUE(walker_.aborted());
   finder.answer = [](const std::string &) { return true; };
   walker_.walkDirectory(tree.at("x.txt"));
-  EXPECT_EQ(finder.found, Paths(2, tree.at("x.txt"))) << "yes does not lift the abort that stood";
+  EXPECT_EQ(finder.found, Paths(2, tree.at("x.txt")))
+      << "the result true must not clear the earlier abort";
   EXPECT_TRUE(walker_.aborted());
 }
 
-TEST_F(KtWalkerDelegate, WalkTreeClearsAnAbortThatStands) {
+TEST_F(KtWalkerDelegate, WalkTreeClearsEarlierAbort) {
   const Tree tree{"a.txt"};
   Finder finder;
   finder.answer = [](const std::string &) { return false; };
@@ -238,7 +239,7 @@ TEST_F(KtWalkerDelegate, WalkTreeClearsAnAbortThatStands) {
   EXPECT_EQ(finder.found.size(), 2U);
 }
 
-TEST_F(KtWalkerDelegate, WantsAbortLiftsAnAbortThatStandsBeforeWalkDirectory) {
+TEST_F(KtWalkerDelegate, WantsAbortClearsEarlierAbort) {
   const Tree tree{"a.txt"};
   Director director;
   director.answer = [](const std::string &) { return false; };
@@ -247,7 +248,7 @@ TEST_F(KtWalkerDelegate, WantsAbortLiftsAnAbortThatStandsBeforeWalkDirectory) {
   EXPECT_EQ(director.found.size(), 2U);
 }
 
-TEST_F(KtWalkerDelegate, BehindAnAbortedTreeTheNextTreesReportTheirRootsOnly) {
+TEST_F(KtWalkerDelegate, ReceivesOnlyRootsOfTreesAfterAbort) {
   const Tree tree{"1.txt/a.txt", "2.txt/b.txt", "3/c.txt"};
   Finder finder;
   finder.answer = [](const std::string &path) { return !path.ends_with("a.txt"); };
@@ -258,7 +259,7 @@ TEST_F(KtWalkerDelegate, BehindAnAbortedTreeTheNextTreesReportTheirRootsOnly) {
   EXPECT_TRUE(walker_.aborted());
 }
 
-TEST_F(KtWalkerDelegate, ThatIsAskedDecidesAfreshAtEachTree) {
+TEST_F(KtWalkerDelegate, DecidesAgainForEachTree) {
   const Tree tree{"1.txt/a.txt", "2.txt/b.txt"};
   Director director;
   director.answer = [](const std::string &path) { return !path.ends_with("a.txt"); };
@@ -270,7 +271,7 @@ TEST_F(KtWalkerDelegate, ThatIsAskedDecidesAfreshAtEachTree) {
   EXPECT_FALSE(walker_.aborted());
 }
 
-TEST_F(KtWalkerDelegate, WalkTreesClearsAnAbortEvenWithoutTrees) {
+TEST_F(KtWalkerDelegate, WalkTreesClearsAbortWithoutTrees) {
   Finder finder;
   finder.answer = [](const std::string &) { return false; };
   walker_.setDelegate(&finder);
@@ -279,9 +280,9 @@ TEST_F(KtWalkerDelegate, WalkTreesClearsAnAbortEvenWithoutTrees) {
   EXPECT_FALSE(walker_.aborted());
 }
 
-// ---- What it does meanwhile ----
+// ---- Side effects ----
 
-TEST_F(KtWalkerDelegate, ThatThrowsEndsTheWalkAndTheWalkerCanBeUsedAgain) {
+TEST_F(KtWalkerDelegate, EndsWalkByException) {
   const Tree tree{"a.txt", "d/b.txt"};
   Director director;
   director.answer = [](const std::string &) -> bool { throw std::runtime_error("found"); };
@@ -299,7 +300,7 @@ std::ptrdiff_t openDescriptors() {
   return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
-TEST_F(KtWalkerDelegate, ThatThrowsLeavesNoDescriptorOpen) {
+TEST_F(KtWalkerDelegate, LeavesNoDescriptorOpenAfterException) {
   const Tree tree{"d/e/f/a.txt"};
   const std::ptrdiff_t before = openDescriptors();
   Director director;
@@ -310,7 +311,7 @@ TEST_F(KtWalkerDelegate, ThatThrowsLeavesNoDescriptorOpen) {
   EXPECT_EQ(openDescriptors(), before);
 }
 
-TEST_F(KtWalkerDelegate, HasNoDescriptorOpenWhileItIsTold) {
+TEST_F(KtWalkerDelegate, IsCalledWithoutOpenDescriptors) {
   const Tree tree{"d/e/f/a.txt"};
   const std::ptrdiff_t before = openDescriptors();
   Finder finder;
@@ -320,7 +321,7 @@ TEST_F(KtWalkerDelegate, HasNoDescriptorOpenWhileItIsTold) {
   EXPECT_EQ(during, before);
 }
 
-TEST_F(KtWalkerDelegate, MayWalkWithTheSameWalker) {
+TEST_F(KtWalkerDelegate, MayWalkWithSameWalker) {
   const Tree tree{"a.txt", "d/b.txt"};
   const Tree other{"c.txt"};
   Finder finder;
@@ -333,7 +334,7 @@ TEST_F(KtWalkerDelegate, MayWalkWithTheSameWalker) {
             sorted({tree.at("a.txt"), tree.at("d/b.txt"), other.at("c.txt"), other.at("c.txt")}));
 }
 
-TEST_F(KtWalkerDelegate, MayChangeTheWalkersSettings) {
+TEST_F(KtWalkerDelegate, MayChangeSettingsDuringWalk) {
   const Tree tree{"x.txt/a.txt", "x.txt/b.dat", "x.txt/d.dat/c.dat"};
   Finder finder;
   finder.answer = [&](const std::string &) {
@@ -346,7 +347,7 @@ TEST_F(KtWalkerDelegate, MayChangeTheWalkersSettings) {
             (Paths{tree.at("x.txt"), tree.at("x.txt/b.dat"), tree.at("x.txt/d.dat")}));
 }
 
-TEST_F(KtWalkerDelegate, MayAddFilesToADirectoryThatIsListedAndTheyAreNotVisited) {
+TEST_F(KtWalkerDelegate, MayAddFilesThatAreNotVisited) {
   Tree tree{"1.txt", "2.txt", "3.txt"};
   Finder finder;
   finder.answer = [&](const std::string &path) {
@@ -359,4 +360,4 @@ TEST_F(KtWalkerDelegate, MayAddFilesToADirectoryThatIsListedAndTheyAreNotVisited
 }
 
 }  // namespace
-}  // namespace test
+}  // namespace kt::test

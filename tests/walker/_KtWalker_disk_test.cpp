@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Trees as disks have them: odd names, long paths, links and cycles of links, what may not be read
-// and what vanishes, many files, several walkers.
+// Trees as they occur on disks: odd names, long paths, links, cycles of links, unreadable and
+// vanishing directories, many files, several walkers.
 #include <gtest/gtest.h>
 #include <limits.h>
 #include <sys/stat.h>
@@ -19,14 +19,14 @@
 #include "tests/walker/Recorders.h"
 #include "tests/walker/Tree.h"
 
-namespace test {
+namespace kt::test {
 namespace {
 
 namespace fs = std::filesystem;
 
 // ---- Names ----
 
-TEST(KtWalkerDisk, NamesAreBytes) {
+TEST(KtWalkerDisk, ReportsNamesAsBytes) {
   Tree tree;
   const Paths names{".txt",     "..txt",        "...txt", " .txt",      "\n.txt",        "a\nb.txt",
                     "\xff.txt", "\xc3\xa4.txt", "\\.txt", "\x1b[m.txt", "a\xe2\x82.txt", "*.txt"};
@@ -38,19 +38,19 @@ TEST(KtWalkerDisk, NamesAreBytes) {
   EXPECT_EQ(sorted(foundBelow(tree.root(), {"txt"})), sorted(expected));
 }
 
-TEST(KtWalkerDisk, TypesAreBytesToo) {
+TEST(KtWalkerDisk, ComparesTypesAsBytes) {
   Tree tree{"a.\xff", "a.\n", "a.txt\n"};
   EXPECT_EQ(foundBelow(tree.root(), {"\xff"}), Paths{tree.at("a.\xff")});
   EXPECT_EQ(foundBelow(tree.root(), {"\n"}), Paths{tree.at("a.\n")});
   EXPECT_EQ(foundBelow(tree.root(), {std::string("\n\0", 2)}), Paths());
 }
 
-TEST(KtWalkerDisk, HiddenDirectoriesAreEntered) {
+TEST(KtWalkerDisk, EntersHiddenDirectories) {
   const Tree tree{".git/a.txt"};
   EXPECT_EQ(foundBelow(tree.root(), {"txt"}), Paths{tree.at(".git/a.txt")});
 }
 
-TEST(KtWalkerDisk, TheLongestNamesAreWhole) {
+TEST(KtWalkerDisk, ReportsLongestNames) {
   const std::string directory(NAME_MAX, 'd');
   const std::string file = std::string(NAME_MAX - 4, 'f') + ".txt";
   Tree tree;
@@ -60,35 +60,35 @@ TEST(KtWalkerDisk, TheLongestNamesAreWhole) {
 
 // ---- Paths ----
 
-// Makes the file a.txt, whose path has `size` bytes, at the end of a chain of directories of the
-// name `step`. Gives the folder that it is in.
+// Makes the file a.txt in a chain of directories named `step`, so that its whole path has `size`
+// bytes. Returns its folder.
 std::string addDeep(Tree &tree, std::size_t size, const std::string &step) {
   std::string folder = tree.root();
   const std::size_t folderSize = size - std::string("/a.txt").size();
   while (folder.size() < folderSize) {
     const std::size_t left = folderSize - folder.size() - 1;
     folder += '/' + (left < step.size() + 2 ? std::string(left, 'e') : step);
-    mkdir(folder.c_str(), 0755);
+    ::mkdir(folder.c_str(), 0755);
   }
   touch(folder + "/a.txt");
   return folder;
 }
 
-TEST(KtWalkerDisk, APathOfTheLargestSizeIsReported) {
+TEST(KtWalkerDisk, ReportsLongestPath) {
   Tree tree;
   const std::string folder = addDeep(tree, PATH_MAX - 1, std::string(100, 'd'));
   EXPECT_EQ(foundBelow(tree.root(), {"txt"}), Paths{folder + "/a.txt"});
 }
 
-TEST(KtWalkerDisk, APathOfAsManyDirectoriesAsFitIsWalked) {
+TEST(KtWalkerDisk, WalksDeepestPath) {
   Tree tree;
   const std::string folder = addDeep(tree, PATH_MAX - 1, "d");
   EXPECT_EQ(foundBelow(tree.root(), {"txt"}), Paths{folder + "/a.txt"});
 }
 
-// A directory that is listed may have entries whose paths the system does not take: they are no
-// directories to it, so they count as files.
-TEST(KtWalkerDisk, APathLargerThanTheSystemTakesIsNoDirectory) {
+// The paths of entries may be longer than the system accepts. It does not recognise them as
+// directories, so they count as files.
+TEST(KtWalkerDisk, TreatsDirectoryWithTooLongPathAsFile) {
   Tree tree;
   const std::string folder = addDeep(tree, PATH_MAX - 1, std::string(100, 'd'));
   const fs::path before = fs::current_path();
@@ -104,7 +104,7 @@ TEST(KtWalkerDisk, APathLargerThanTheSystemTakesIsNoDirectory) {
 
 // ---- Links ----
 
-TEST(KtWalkerDisk, ALinkToADirectoryIsEnteredAndOneToAFileIsAFile) {
+TEST(KtWalkerDisk, EntersLinkToDirectoryAndReportsLinkToFile) {
   Tree tree{"real/a.txt"};
   tree.link("link", "real");
   tree.link("link.txt", "real");
@@ -115,7 +115,7 @@ TEST(KtWalkerDisk, ALinkToADirectoryIsEnteredAndOneToAFileIsAFile) {
                    tree.at("link/a.txt"), tree.at("real/a.txt")}));
 }
 
-TEST(KtWalkerDisk, ADanglingLinkIsAFile) {
+TEST(KtWalkerDisk, ReportsDanglingLinkAsFile) {
   Tree tree;
   tree.link("dangling.txt", "missing");
   tree.link("dangling", "missing");
@@ -124,14 +124,15 @@ TEST(KtWalkerDisk, ADanglingLinkIsAFile) {
             (Paths{tree.at("dangling.txt"), tree.at("itself.txt")}));
 }
 
-TEST(KtWalkerDisk, ARootMayBeALink) {
+TEST(KtWalkerDisk, WalksRootThatIsLink) {
   Tree tree{"real/a.txt"};
   tree.link("root", "real");
   EXPECT_EQ(foundBelow(tree.at("root"), {"txt"}), Paths{tree.at("root/a.txt")});
 }
 
-// The system follows 40 links in one path; behind them the link is no directory any more.
-TEST(KtWalkerDisk, ACycleOfOneLinkEndsWithTheSystemsLimitOfLinksInAPath) {
+// The system follows at most 40 links in one path. After that it does not recognise the link as a
+// directory.
+TEST(KtWalkerDisk, EndsCycleOfOneLinkAtSystemLimit) {
   constexpr std::size_t linksInAPath = 40;
   Tree tree{"a.txt"};
   tree.link("up.txt", ".");
@@ -143,8 +144,8 @@ TEST(KtWalkerDisk, ACycleOfOneLinkEndsWithTheSystemsLimitOfLinksInAPath) {
     expected.push_back(path + "/a.txt");
   }
   expected.push_back(path + "/up.txt");
-  // Linux begins a look-up again when directories are renamed meanwhile, anywhere, and then counts
-  // the links that it has followed twice. Not every time.
+  // Linux restarts a look-up if any directory is renamed meanwhile, and then sometimes counts links
+  // that it has followed twice.
   constexpr int attempts = 10;
   Paths found;
   for (int attempt = 0; attempt < attempts && found.size() != expected.size(); ++attempt) {
@@ -153,7 +154,7 @@ TEST(KtWalkerDisk, ACycleOfOneLinkEndsWithTheSystemsLimitOfLinksInAPath) {
   EXPECT_EQ(found, sorted(expected));
 }
 
-TEST(KtWalkerDisk, ACycleOfManyLinksIsLeftByAnAbort) {
+TEST(KtWalkerDisk, StopsInCycleOfManyLinksOnAbort) {
   Tree tree{"a.txt"};
   for (const char *name : {"1", "2", "3"}) {
     tree.link(name, ".");
@@ -170,69 +171,70 @@ TEST(KtWalkerDisk, ACycleOfManyLinksIsLeftByAnAbort) {
   EXPECT_EQ(count, 10'000U);
 }
 
-// ---- What may not be read ----
+// ---- Permissions ----
 
-// What `act` gives in a process of its own that has no privileges.
+// Runs `act` in a new process without privileges and returns its result.
 Paths asUnprivileged(const std::function<Paths()> &act) {
   std::array<int, 2> ends{};
-  if (pipe(ends.data()) != 0) throw std::runtime_error("pipe");
-  const pid_t child = fork();
+  if (::pipe(ends.data()) != 0) throw std::runtime_error("cannot make a pipe");
+  const pid_t child = ::fork();
   if (child == 0) {
     constexpr uid_t nobody = 65534;
-    if (geteuid() == 0 && (setgid(nobody) != 0 || setuid(nobody) != 0)) _exit(1);
+    if (::geteuid() == 0 && (::setgid(nobody) != 0 || ::setuid(nobody) != 0)) ::_exit(1);
     for (const std::string &path : act()) {
-      if (write(ends[1], path.c_str(), path.size() + 1) < 0) _exit(1);
+      if (::write(ends[1], path.c_str(), path.size() + 1) < 0) ::_exit(1);
     }
-    _exit(0);
+    ::_exit(0);
   }
-  close(ends[1]);
-  Paths given;
-  const std::unique_ptr<FILE, int (*)(FILE *)> answers(fdopen(ends[0], "r"), fclose);
+  ::close(ends[1]);
+  Paths result;
+  const std::unique_ptr<FILE, int (*)(FILE *)> answers(::fdopen(ends[0], "r"), fclose);
   std::string path;
   for (int byte = 0; (byte = getc(answers.get())) != EOF;) {
     if (byte != 0) {
       path += static_cast<char>(byte);
       continue;
     }
-    given.push_back(path);
+    result.push_back(path);
     path.clear();
   }
   int status = 0;
-  waitpid(child, &status, 0);
-  if (status != 0) given.emplace_back("the process failed");
-  return given;
+  ::waitpid(child, &status, 0);
+  if (status != 0) result.emplace_back("the process failed");
+  return result;
 }
 
-class KtWalkerUnreadable : public testing::Test {
+class KtWalkerPermissions : public testing::Test {
  protected:
-  void SetUp() override { chmod(tree_.root().c_str(), 0755); }
-  void TearDown() override { chmod(tree_.at("closed.txt").c_str(), 0755); }
+  void SetUp() override { ::chmod(tree_.root().c_str(), 0755); }
+  void TearDown() override { ::chmod(tree_.at("closed.txt").c_str(), 0755); }
 
+  // Returns what a walk finds while closed.txt has the permissions `mode`.
   Paths foundWithMode(mode_t mode) {
-    chmod(tree_.at("closed.txt").c_str(), mode);
+    ::chmod(tree_.at("closed.txt").c_str(), mode);
     return asUnprivileged([&] { return sorted(foundBelow(tree_.root(), {"txt"})); });
   }
 
   Tree tree_{"closed.txt/a.txt", "closed.txt/d/b.txt", "closed.txt/x.txt/c.txt", "open/e.txt"};
 };
 
-TEST_F(KtWalkerUnreadable, ADirectoryThatMayNotBeReadHasNoEntriesAndTheWalkGoesOn) {
+TEST_F(KtWalkerPermissions, TreatsUnreadableDirectoryAsEmpty) {
   EXPECT_EQ(foundWithMode(0), (Paths{tree_.at("closed.txt"), tree_.at("open/e.txt")}));
 }
 
-// Without the right to search it, what its listing names can't be looked at: nothing in it is a
-// directory then, whatever the listing says of it.
-TEST_F(KtWalkerUnreadable, ADirectoryThatMayOnlyBeListedHasFilesOnly) {
+// Without permission to search the directory, none of its entries can be opened. All of them count
+// as files, even those that the listing calls directories.
+TEST_F(KtWalkerPermissions, FindsOnlyFilesInUnsearchableDirectory) {
   EXPECT_EQ(foundWithMode(0444), (Paths{tree_.at("closed.txt"), tree_.at("closed.txt/a.txt"),
                                         tree_.at("closed.txt/x.txt"), tree_.at("open/e.txt")}));
 }
 
-TEST_F(KtWalkerUnreadable, ADirectoryThatMayOnlyBeSearchedHasNoEntries) {
+TEST_F(KtWalkerPermissions, FindsNothingInUnlistableDirectory) {
   EXPECT_EQ(foundWithMode(0111), (Paths{tree_.at("closed.txt"), tree_.at("open/e.txt")}));
 }
 
-TEST_F(KtWalkerUnreadable, ADirectoryThatMayNotBeReadIsADirectoryWithoutContents) {
-  chmod(tree_.at("closed.txt").c_str(), 0);
+TEST_F(KtWalkerPermissions, RecognisesUnreadableDirectoryWithoutContents) {
+  ::chmod(tree_.at("closed.txt").c_str(), 0);
   EXPECT_EQ(asUnprivileged([&] {
               const _KtWalker walker;
               const std::string path = tree_.at("closed.txt");
@@ -242,9 +244,22 @@ TEST_F(KtWalkerUnreadable, ADirectoryThatMayNotBeReadIsADirectoryWithoutContents
             (Paths{"directory", "nothing"}));
 }
 
-// ---- What vanishes ----
+TEST_F(KtWalkerPermissions, AsksAboutUnreadableSubdirectory) {
+  ::chmod(tree_.at("closed.txt").c_str(), 0);
+  EXPECT_EQ(asUnprivileged([&] {
+              Director director;
+              _KtWalker walker;
+              walker.setDelegate(&director);
+              walker.walkTree(tree_.root());
+              return Paths{std::to_string(director.asked)};
+            }),
+            Paths{"3"})
+      << "once each for the root, closed.txt and open";
+}
 
-TEST(KtWalkerDisk, ADirectoryThatVanishesDuringTheWalkIsPassedOver) {
+// ---- Changes during a walk ----
+
+TEST(KtWalkerDisk, SkipsDirectoryRemovedBeforeItsTurn) {
   const Tree tree{"d/a.txt", "e/a.txt", "f/a.txt"};
   Finder finder;
   finder.answer = [&](const std::string &path) {
@@ -261,7 +276,7 @@ TEST(KtWalkerDisk, ADirectoryThatVanishesDuringTheWalkIsPassedOver) {
   EXPECT_FALSE(walker.aborted());
 }
 
-TEST(KtWalkerDisk, ADirectoryThatVanishesWhileItIsWalkedHasTheEntriesThatItHad) {
+TEST(KtWalkerDisk, VisitsEntriesOfDirectoryRemovedAfterListing) {
   const Tree tree{"d/a.txt", "d/b.txt", "d/e/c.txt", "f.txt"};
   Finder finder;
   finder.answer = [&](const std::string &) {
@@ -278,7 +293,7 @@ TEST(KtWalkerDisk, ADirectoryThatVanishesWhileItIsWalkedHasTheEntriesThatItHad) 
   EXPECT_EQ(sorted(finder.found), found);
 }
 
-TEST(KtWalkerDisk, ADirectoryMovedAwayDuringTheWalkIsNotFollowed) {
+TEST(KtWalkerDisk, DoesNotFollowDirectoryMovedDuringWalk) {
   const Tree tree{"root.txt/d/a.txt"};
   Finder finder;
   finder.answer = [&](const std::string &path) {
@@ -292,11 +307,11 @@ TEST(KtWalkerDisk, ADirectoryMovedAwayDuringTheWalkIsNotFollowed) {
   EXPECT_EQ(finder.found, Paths{tree.at("root.txt")});
 }
 
-// ---- Many ----
+// ---- Many files ----
 
 Paths foundByFind(const std::string &root) {
   const std::string command = "find '" + root + "' -name '*.txt'";
-  const std::unique_ptr<FILE, int (*)(FILE *)> output(popen(command.c_str(), "r"), pclose);
+  const std::unique_ptr<FILE, int (*)(FILE *)> output(::popen(command.c_str(), "r"), pclose);
   Paths found;
   std::string line;
   for (int byte = 0; (byte = getc(output.get())) != EOF;) {
@@ -312,7 +327,7 @@ Paths foundByFind(const std::string &root) {
 
 class KtWalkerManyFiles : public testing::Test {
  protected:
-  // A hundred thousand files in two thousand directories three deep, half of them of the type.
+  // 100,000 files, half of them accepted, in 2,000 directories three levels deep.
   static void SetUpTestSuite() {
     tree = std::make_unique<Tree>();
     for (int number = 0; number < 2000; ++number) {
@@ -330,13 +345,13 @@ class KtWalkerManyFiles : public testing::Test {
   static inline std::unique_ptr<Tree> tree;
 };
 
-TEST_F(KtWalkerManyFiles, AreThoseThatFindFinds) {
+TEST_F(KtWalkerManyFiles, FindsSameFilesAsFind) {
   const Paths found = sorted(foundBelow(tree->root(), {"txt"}));
   EXPECT_EQ(found.size(), 50'000U);
   EXPECT_TRUE(found == sorted(foundByFind(tree->root())));
 }
 
-TEST_F(KtWalkerManyFiles, AreFoundByTwoWalkersAtATimeAsByOne) {
+TEST_F(KtWalkerManyFiles, FindsSameFilesInTwoThreads) {
   const Paths alone = foundBelow(tree->root(), {"txt"});
   std::array<Paths, 2> found;
   {
@@ -350,4 +365,4 @@ TEST_F(KtWalkerManyFiles, AreFoundByTwoWalkersAtATimeAsByOne) {
 }
 
 }  // namespace
-}  // namespace test
+}  // namespace kt::test

@@ -3,7 +3,9 @@
 #include "kt/walker/_KtWalker.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <memory>
 #include <type_traits>
@@ -11,7 +13,7 @@
 #include "tests/walker/Recorders.h"
 #include "tests/walker/Tree.h"
 
-namespace test {
+namespace kt::test {
 namespace {
 
 static_assert(!std::is_copy_constructible_v<_KtWalker> && !std::is_move_constructible_v<_KtWalker>);
@@ -24,7 +26,7 @@ bool accepts(const std::string &type, std::string_view path) {
 
 // ---- Types ----
 
-TEST(KtWalker, IsRecursiveAndNotAbortedWhenNew) {
+TEST(KtWalker, StartsRecursiveAndNotAborted) {
   const _KtWalker walker;
   EXPECT_TRUE(walker.recursive());
   EXPECT_FALSE(walker.aborted());
@@ -38,7 +40,7 @@ TEST(KtWalker, AcceptsNothingWithoutTypes) {
   EXPECT_FALSE(walker.isAcceptableFile("a"));
 }
 
-TEST(KtWalker, TypesAreComparedToTheLetter) {
+TEST(KtWalker, ComparesTypesExactly) {
   EXPECT_TRUE(accepts("txt", "/d/a.txt"));
   EXPECT_FALSE(accepts("txt", "/d/a.TXT"));
   EXPECT_FALSE(accepts("txt", "/d/a.text"));
@@ -46,7 +48,7 @@ TEST(KtWalker, TypesAreComparedToTheLetter) {
   EXPECT_FALSE(accepts(".txt", "/d/a.txt"));
 }
 
-TEST(KtWalker, AnExtensionIsWhatStandsBehindTheLastDotOfTheLastComponent) {
+TEST(KtWalker, TakesExtensionAfterLastDotOfLastComponent) {
   for (const char *path :
        {"a.b.txt", ".txt", "..txt", "/d.c/a.txt", "a.txt/", "a.txt///", "/.txt"}) {
     EXPECT_TRUE(accepts("txt", path)) << path;
@@ -56,7 +58,7 @@ TEST(KtWalker, AnExtensionIsWhatStandsBehindTheLastDotOfTheLastComponent) {
   }
 }
 
-TEST(KtWalker, AnEmptyExtensionIsAcceptedByTheEmptyTypeOnly) {
+TEST(KtWalker, AcceptsEmptyExtensionByEmptyTypeOnly) {
   for (const char *path : {"a", "a.", "d.txt/a", "/", "", "//", ".", "..", "a./"}) {
     EXPECT_TRUE(accepts("", path)) << path;
     EXPECT_FALSE(accepts("txt", path)) << path;
@@ -64,7 +66,7 @@ TEST(KtWalker, AnEmptyExtensionIsAcceptedByTheEmptyTypeOnly) {
   EXPECT_FALSE(accepts("", "a.txt"));
 }
 
-TEST(KtWalker, EachOfSeveralTypesIsAcceptedAndNewTypesReplaceTheOld) {
+TEST(KtWalker, AcceptsEachTypeUntilTypesAreReplaced) {
   _KtWalker walker;
   walker.setFileTypes({"txt", "h", "txt"});
   EXPECT_TRUE(walker.isAcceptableFile("a.txt"));
@@ -74,9 +76,9 @@ TEST(KtWalker, EachOfSeveralTypesIsAcceptedAndNewTypesReplaceTheOld) {
   EXPECT_TRUE(walker.isAcceptableFile("a.c"));
 }
 
-// ---- Looking at the disk ----
+// ---- Directories ----
 
-TEST(KtWalker, ALinkToADirectoryIsADirectory) {
+TEST(KtWalker, RecognisesLinkToDirectory) {
   Tree tree{"directory/file"};
   tree.link("to-directory", "directory");
   tree.link("to-file", "directory/file");
@@ -90,8 +92,8 @@ TEST(KtWalker, ALinkToADirectoryIsADirectory) {
   }
 }
 
-TEST(KtWalker, APathWithANulNamesNothing) {
-  Tree tree{"a.txt"};
+TEST(KtWalker, FindsNothingAtPathWithNul) {
+  const Tree tree{"a.txt"};
   const std::string path = tree.root() + std::string("\0/x", 3);
   const _KtWalker walker;
   EXPECT_FALSE(walker.isDirectoryAtAbsolutePath(path));
@@ -99,24 +101,33 @@ TEST(KtWalker, APathWithANulNamesNothing) {
   EXPECT_EQ(foundBelow(path, {"txt"}), Paths());
 }
 
-TEST(KtWalker, ContentsAreNamesHiddenOnesIncludedWithoutDots) {
+TEST(KtWalker, LeavesStandardInputOpenAtPathWithNul) {
+  ASSERT_GE(::fcntl(STDIN_FILENO, F_GETFD), 0) << "this test needs an open standard input";
+  const std::string path("/tmp\0/x", 7);
+  EXPECT_FALSE(_KtWalker().directoryContentsAtPath(path));
+  EXPECT_EQ(foundBelow(path, {"txt"}), Paths());
+  EXPECT_GE(::fcntl(STDIN_FILENO, F_GETFD), 0);
+}
+
+TEST(KtWalker, ListsHiddenNamesWithoutDots) {
   const Tree tree{".hidden", "..two", "file.txt", "directory/inside"};
   const _KtWalker walker;
   EXPECT_EQ(sorted(*walker.directoryContentsAtPath(tree.root())),
             (Paths{"..two", ".hidden", "directory", "file.txt"}));
 }
 
+// Returns the names in a directory in the order of readdir.
 Paths listed(const std::string &path) {
   Paths names;
-  const std::unique_ptr<DIR, int (*)(DIR *)> directory(opendir(path.c_str()), closedir);
-  while (const dirent *entry = readdir(directory.get())) {
+  const std::unique_ptr<DIR, int (*)(DIR *)> directory(::opendir(path.c_str()), ::closedir);
+  while (const dirent *entry = ::readdir(directory.get())) {
     const std::string name = entry->d_name;
     if (name != "." && name != "..") names.push_back(name);
   }
   return names;
 }
 
-TEST(KtWalker, ContentsComeInTheFileSystemsOrder) {
+TEST(KtWalker, ListsContentsInFileSystemOrder) {
   Tree tree;
   for (int number = 0; number < 1000; ++number) {
     tree.add(std::to_string(number * 7919 % 1000) + ".txt");
@@ -125,7 +136,7 @@ TEST(KtWalker, ContentsComeInTheFileSystemsOrder) {
   EXPECT_EQ(walker.directoryContentsAtPath(tree.root()), listed(tree.root()));
 }
 
-TEST(KtWalker, ContentsOfAnEmptyDirectoryAreEmptyAndOfNoneAreNothing) {
+TEST(KtWalker, DistinguishesEmptyDirectoryFromUnlistablePath) {
   const Tree tree{"empty/", "file"};
   const _KtWalker walker;
   EXPECT_EQ(walker.directoryContentsAtPath(tree.at("empty")), Paths());
@@ -134,20 +145,20 @@ TEST(KtWalker, ContentsOfAnEmptyDirectoryAreEmptyAndOfNoneAreNothing) {
   EXPECT_FALSE(walker.directoryContentsAtPath(""));
 }
 
-// ---- Walking ----
+// ---- Walks ----
 
-TEST(KtWalker, OfTheTypeTxtOnlySuchFilesAreReportedWithTheirFullPath) {
+TEST(KtWalker, ReportsAcceptedFilesWithFullPath) {
   const Tree tree{"a.txt", "b.TXT", "c"};
   EXPECT_EQ(foundBelow(tree.root(), {"txt"}), Paths{tree.at("a.txt")});
 }
 
-TEST(KtWalker, APackageDirectoryIsReportedThenEntered) {
+TEST(KtWalker, ReportsPackageDirectoryThenEntersIt) {
   const Tree tree{"x.txt/inner.txt"};
   EXPECT_EQ(foundBelow(tree.root(), {"txt"}),
             (Paths{tree.at("x.txt"), tree.at("x.txt/inner.txt")}));
 }
 
-TEST(KtWalker, APackageDirectoryIsReportedAndNotEnteredWhereRecursiveIsOff) {
+TEST(KtWalker, DoesNotEnterPackageDirectoryIfNotRecursive) {
   Tree tree{"x.txt/inner.txt", "plain/b.txt"};
   tree.link("link.txt", "plain");
   Finder finder;
@@ -160,13 +171,13 @@ TEST(KtWalker, APackageDirectoryIsReportedAndNotEnteredWhereRecursiveIsOff) {
   EXPECT_EQ(sorted(finder.found), (Paths{tree.at("link.txt"), tree.at("x.txt")}));
 }
 
-TEST(KtWalker, TheRootItselfIsReportedFirstWhereItIsAcceptable) {
+TEST(KtWalker, ReportsAcceptableRootFirst) {
   const Tree tree{"root.txt/a.txt"};
   EXPECT_EQ(foundBelow(tree.at("root.txt"), {"txt"}),
             (Paths{tree.at("root.txt"), tree.at("root.txt/a.txt")}));
 }
 
-TEST(KtWalker, ATreeIsWalkedBeforeItsDirectorysNextEntry) {
+TEST(KtWalker, WalksSubdirectoryBeforeNextEntry) {
   const Tree tree{"a.txt", "d/1.txt", "d/e/2.txt", "d/3.txt", "f/4.txt", "g.txt"};
   const Paths found = foundBelow(tree.root(), {"txt"});
   Paths expected;
@@ -180,7 +191,7 @@ TEST(KtWalker, ATreeIsWalkedBeforeItsDirectorysNextEntry) {
   EXPECT_EQ(found.size(), 6U);
 }
 
-TEST(KtWalker, APathThatIsNoDirectoryIsReportedOnceWhereItIsAcceptable) {
+TEST(KtWalker, ReportsAcceptableRootThatIsNotDirectory) {
   const Tree tree{"a.txt"};
   EXPECT_EQ(foundBelow(tree.at("a.txt"), {"txt"}), Paths{tree.at("a.txt")});
   EXPECT_EQ(foundBelow(tree.at("missing.txt"), {"txt"}), Paths{tree.at("missing.txt")});
@@ -188,7 +199,7 @@ TEST(KtWalker, APathThatIsNoDirectoryIsReportedOnceWhereItIsAcceptable) {
   EXPECT_EQ(foundBelow("", {""}), Paths{""});
 }
 
-TEST(KtWalker, ARootIsReportedAsGivenAndJoinedWithOneSlash) {
+TEST(KtWalker, ReportsRootAsGivenAndJoinsWithOneSlash) {
   const Tree tree{"root.txt/a.txt"};
   const std::string given = tree.at("root.txt//");
   EXPECT_EQ(foundBelow(given, {"txt"}), (Paths{given, tree.at("root.txt/a.txt")}));
@@ -196,7 +207,7 @@ TEST(KtWalker, ARootIsReportedAsGivenAndJoinedWithOneSlash) {
             (Paths{tree.root() + "//root.txt", tree.root() + "//root.txt/a.txt"}));
 }
 
-TEST(KtWalker, TheSystemsRootIsJoinedWithOneSlashToo) {
+TEST(KtWalker, JoinsSystemRootWithOneSlash) {
   _KtWalker walker;
   Finder finder;
   walker.setFileTypes({""});
@@ -210,7 +221,7 @@ TEST(KtWalker, TheSystemsRootIsJoinedWithOneSlashToo) {
   EXPECT_EQ(finder.found, expected);
 }
 
-TEST(KtWalker, AWalkerCanBeUsedAgainAndKeepsWhatItWasGiven) {
+TEST(KtWalker, WalksAgainWithSameSettings) {
   const Tree tree{"a.txt"};
   Finder finder;
   _KtWalker walker;
@@ -223,4 +234,4 @@ TEST(KtWalker, AWalkerCanBeUsedAgainAndKeepsWhatItWasGiven) {
 }
 
 }  // namespace
-}  // namespace test
+}  // namespace kt::test

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// Tildes at the front of a path: walkTrees expands them, everything else takes them literally.
+// Leading tildes: walkTrees expands them; walkTree and walkDirectory do not.
 #include <gtest/gtest.h>
 #include <pwd.h>
 #include <stdlib.h>
@@ -13,14 +13,14 @@
 #include "tests/walker/Recorders.h"
 #include "tests/walker/Tree.h"
 
-namespace test {
+namespace kt::test {
 namespace {
 
-// The tests stand in a folder of their own, with a HOME of their own.
+// Each test has its own working directory and its own HOME.
 class KtWalkerTilde : public testing::Test {
  protected:
   void SetUp() override {
-    if (const char *home = getenv("HOME")) home_ = home;
+    if (const char *home = getenv("HOME"); home != nullptr) home_ = home;
     setenv("HOME", tree_.at("home").c_str(), 1);
     folder_ = std::filesystem::current_path();
     std::filesystem::current_path(tree_.root());
@@ -31,7 +31,8 @@ class KtWalkerTilde : public testing::Test {
     if (home_) setenv("HOME", home_->c_str(), 1);
   }
 
-  // What walkTrees reports of the empty type, which every root has that is not there.
+  // Returns the expanded `paths`: what walkTrees reports if the empty extension is accepted and
+  // none of them exists.
   static Paths rootsOf(const Paths &paths) {
     Finder finder;
     _KtWalker walker;
@@ -47,7 +48,7 @@ class KtWalkerTilde : public testing::Test {
   std::filesystem::path folder_;
 };
 
-TEST_F(KtWalkerTilde, OfWalkTreesStandsForHome) {
+TEST_F(KtWalkerTilde, ExpandsToHomeInWalkTrees) {
   Finder finder;
   _KtWalker walker;
   walker.setFileTypes({"txt"});
@@ -57,7 +58,7 @@ TEST_F(KtWalkerTilde, OfWalkTreesStandsForHome) {
                                  tree_.at("home/docs.txt"), tree_.at("home/docs.txt/a.txt")}));
 }
 
-TEST_F(KtWalkerTilde, OfWalkTreeAndWalkDirectoryIsTakenLiterally) {
+TEST_F(KtWalkerTilde, StaysLiteralInWalkTreeAndWalkDirectory) {
   EXPECT_EQ(foundBelow("~/docs.txt", {"txt"}), (Paths{"~/docs.txt", "~/docs.txt/b.txt"}));
   Finder finder;
   _KtWalker walker;
@@ -67,7 +68,7 @@ TEST_F(KtWalkerTilde, OfWalkTreeAndWalkDirectoryIsTakenLiterally) {
   EXPECT_EQ(finder.found, (Paths{"~/docs.txt", "~/docs.txt/b.txt"}));
 }
 
-TEST_F(KtWalkerTilde, WithANameStandsForThatUsersHome) {
+TEST_F(KtWalkerTilde, ExpandsToHomeOfNamedUser) {
   const passwd *user = getpwuid(getuid());
   ASSERT_NE(user, nullptr);
   const std::string name = user->pw_name;
@@ -75,16 +76,16 @@ TEST_F(KtWalkerTilde, WithANameStandsForThatUsersHome) {
   EXPECT_EQ(rootsOf({"~" + name + "/no such file"}), Paths{home + "/no such file"});
 }
 
-TEST_F(KtWalkerTilde, OfAnUnknownUserStays) {
+TEST_F(KtWalkerTilde, StaysLiteralForUnknownUser) {
   EXPECT_EQ(rootsOf({"~nobody-of-that-name"}),
             (Paths{"~nobody-of-that-name", "~nobody-of-that-name/c"}));
 }
 
-TEST_F(KtWalkerTilde, BehindTheFrontStays) {
+TEST_F(KtWalkerTilde, StaysLiteralInsidePath) {
   EXPECT_EQ(rootsOf({"./~/x", "x~", ""}), (Paths{"./~/x", "x~", ""}));
 }
 
-TEST_F(KtWalkerTilde, WithoutHomeIsLookedUpInTheUserDatabase) {
+TEST_F(KtWalkerTilde, ExpandsByUserDatabaseWithoutHome) {
   const passwd *user = getpwuid(getuid());
   ASSERT_NE(user, nullptr);
   const Paths expected{std::string(user->pw_dir) + "/no such file"};
@@ -94,7 +95,7 @@ TEST_F(KtWalkerTilde, WithoutHomeIsLookedUpInTheUserDatabase) {
   EXPECT_EQ(rootsOf({"~/no such file"}), expected);
 }
 
-TEST_F(KtWalkerTilde, IsJoinedWithExactlyOneSlashAndKeepsSlashesAtTheEnd) {
+TEST_F(KtWalkerTilde, JoinsWithOneSlashAndKeepsTrailingSlashes) {
   setenv("HOME", "/no/such/home//", 1);
   EXPECT_EQ(rootsOf({"~/x", "~/x/", "~/", "~"}),
             (Paths{"/no/such/home/x", "/no/such/home/x/", "/no/such/home/", "/no/such/home//"}));
@@ -103,4 +104,4 @@ TEST_F(KtWalkerTilde, IsJoinedWithExactlyOneSlashAndKeepsSlashesAtTheEnd) {
 }
 
 }  // namespace
-}  // namespace test
+}  // namespace kt::test

@@ -5,9 +5,14 @@
 #include <algorithm>
 
 #include "kt/foundation/Format.h"
+<<<<<<< HEAD:tools/kt/EveryServer.cpp
 #include "tools/common/Addresses.h"
 #include "tools/kt/Json.h"
 #include "tools/text/Escape.h"
+=======
+#include "kt/udp/ReadSet.h"
+#include "tools/common/Numbers.h"
+>>>>>>> main:tools/kt/Census.cpp
 
 namespace kt::tools {
 
@@ -53,7 +58,7 @@ class Pass {
         Clock::now() + std::chrono::milliseconds(options_.timeoutMs.value_or(usualTimeoutMs));
     while (Clock::now() < deadline) {
       const timeval rest = timeUntil(deadline);
-      if (ReadSet(socket_).wait(&rest) > 0) receive(found);
+      if (udp::ReadSet(socket_).wait(&rest) > 0) receive(found);
     }
   }
 

@@ -2,6 +2,7 @@
 
 #include "tools/kt/Json.h"
 
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 #include "kt/foundation/Format.h"
@@ -41,11 +42,19 @@ Json jsonValue(const Dictionary &dictionary) {
 }
 
 Json jsonValue(const PropertyList &value) {
-  if (const std::string *text = value.asString()) return *text;
-  if (const Array *array = value.asArray()) return jsonValue(*array);
-  if (const Dictionary *dictionary = value.asDictionary()) return jsonValue(*dictionary);
-  if (const Data *data = value.asData()) return {{"data", hexadecimal(*data)}};
-  return value.description();  // a number
+  switch (value.kind()) {
+    case PropertyList::Kind::string:
+      return *value.asString();
+    case PropertyList::Kind::number:
+      return value.description();
+    case PropertyList::Kind::data:
+      return {{"data", hexadecimal(*value.asData())}};
+    case PropertyList::Kind::array:
+      return jsonValue(*value.asArray());
+    case PropertyList::Kind::dictionary:
+      return jsonValue(*value.asDictionary());
+  }
+  std::abort();  // not reached: there is no other kind
 }
 
 std::string lineOf(const Json &value) {

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 
-// Order, signs and parity.
+// The model's comparisons: order, signs and parity.
 #include "tests/bigint/model/Steps.h"
 
-namespace model {
+namespace kt::test::model {
 
 namespace {
 
@@ -89,4 +89,4 @@ int odd(const Int *a) {
   return a->length != 0 && a->digits[0] % 2 == 1;
 }
 
-}  // namespace model
+}  // namespace kt::test::model

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 
-// The plain model of the big integers: every function of the family, one word and one bit at a time
-// and in the plainest order of steps, over a record of its own. It shares nothing with the library,
-// so that a result which both give is worth something, and it is slow: the library is what is fast.
+// The plain model of the big integers: every function of the family, written as simply as possible,
+// one word or one bit at a time, over a record of its own. It shares no code with the library, so
+// that an error in one shows as a difference. It is slow.
 //
-// Each function leaves every field as the library's function of the same name leaves it. What the
-// library leaves open is the capacity of the composed functions (product, quotient, remainder,
-// power, decode): the model's is the largest that is allowed. An assertion is a thrown
-// FailedAssertion. A record serves one thread at a time.
+// Each function leaves every field as the library's function of the same name does. One field is
+// not fixed by the contract: the capacity after a composed function (product, quotient, remainder,
+// power, decode). There the model has the largest capacity that the contract allows. A failed
+// assertion throws FailedAssertion. A record serves one thread at a time.
 #ifndef KT_TESTS_BIGINT_MODEL_MODEL_H
 #define KT_TESTS_BIGINT_MODEL_MODEL_H
 
@@ -16,20 +16,24 @@
 #include <string>
 #include <vector>
 
-namespace model {
+namespace kt::test::model {
 
 using Word = std::uint16_t;
 
 struct Int {
-  std::vector<Word> digits;  // lowest word first; what stands behind `length` is no value
-  std::int64_t length = 0;   // words that belong to the value
-  std::int64_t capacity =
-      0;  // words that the library has allocated; the model itself may have more
-  std::uint8_t negative = 0;  // not 0 for a negative value
-  bool unlimited = false;     // a scratch record, whose length may pass 255 words
+  // Least significant word first. Words at `length` and above are not part of the value.
+  std::vector<Word> digits;
+  // Words that belong to the value.
+  std::int64_t length = 0;
+  // Words that the library has allocated. The model may hold more.
+  std::int64_t capacity = 0;
+  // Not 0 for a negative value.
+  std::uint8_t negative = 0;
+  // True for a scratch record, whose length may exceed 255 words.
+  bool unlimited = false;
 };
 
-// What a failed assertion prints, without the line feed.
+// Its message is the line that a failed assertion prints, without the line feed.
 class FailedAssertion : public std::logic_error {
  public:
   FailedAssertion(const std::string &unit, int line, const std::string &condition)
@@ -37,7 +41,8 @@ class FailedAssertion : public std::logic_error {
                          '\'') {}
 };
 
-// Storage
+// ---- Storage ----
+
 Int alloc(std::int32_t value);
 void copy(const Int *src, Int *dst);
 void swap(Int *a, Int *b);
@@ -46,7 +51,8 @@ std::int32_t value(const Int *i);
 void shorten(Int *i);
 void setMinLength(Int *i, std::int64_t n);
 
-// Comparison
+// ---- Comparison ----
+
 int ge(Int *a, Int *b);
 int le(Int *a, Int *b);
 int gt(Int *a, Int *b);
@@ -60,7 +66,8 @@ int even(const Int *a);
 int odd(const Int *a);
 int cmp(Int *a, Int *b);
 
-// Sums
+// ---- Sums ----
+
 void add(Int *a, Int *b, Int *c);
 void sub(Int *a, Int *b, Int *c);
 void addS(Int *a, Word s);
@@ -69,7 +76,8 @@ void neg(const Int *a, Int *b);
 void abs(const Int *a, Int *b);
 std::int32_t sign(Int *a);
 
-// Shifts and powers of two
+// ---- Shifts and powers of two ----
+
 void blockShiftLeft(Int *a, std::int32_t n);
 void blockShiftRight(Int *a, std::int32_t n);
 void shiftLeft(Int *a, std::int32_t n);
@@ -78,17 +86,19 @@ std::int32_t log2(Int *a);
 void exp2(Int *a, std::uint32_t n);
 void clearHighBit(Int *a);
 
-// Products and quotients
+// ---- Products and quotients ----
+
 void mulS(Int *a, Word s);
 void mul(const Int *a, const Int *b, Int *c);
 void mod(const Int *a, Int *b, Int *c);
 void div(const Int *dividend, Int *divisor, Int *quotient, Int *remainder);
 void powS(Int *a, Word e);
 
-// Text
+// ---- Text ----
+
 std::string encode(const Int *v, const std::string &alphabet);
 void decode(const std::string &text, Int *result, const std::string &alphabet);
 
-}  // namespace model
+}  // namespace kt::test::model
 
 #endif

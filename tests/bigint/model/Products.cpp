@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 
-// Products one word of the multiplier at a time, quotients one bit at a time.
+// The model's products, one word of the multiplier at a time, and quotients, one bit at a time.
 #include <algorithm>
 
 #include "tests/bigint/model/Steps.h"
 
-namespace model {
+namespace kt::test::model {
 
 namespace {
 
@@ -17,8 +17,8 @@ Int allocUnlimited() {
   return scratch;
 }
 
-// c = |multiplicand| * |multiplier|; c is neither of them. The product is built whole, and then cut
-// to what its length can name.
+// Sets c to |multiplicand| * |multiplier|: the whole product first, then truncated to the words
+// that its length can count. Requires: c is neither operand.
 void product(const Int *multiplicand, const Int *multiplier, Int *c) {
   Int partial = allocUnlimited();
   c->unlimited = true;
@@ -64,7 +64,7 @@ void mul(const Int *a, const Int *b, Int *c) {
     product(a, b, &accumulator);
     copy(&accumulator, c);
   }
-  // Only now: where c is an operand, its sign is already the product's.
+  // The signs are read last: if c is an operand, its sign is already the product's.
   c->negative = (a->negative != 0) != (b->negative != 0) ? 1 : 0;
   shorten(c);
 }
@@ -109,7 +109,7 @@ void div(const Int *dividend, Int *divisor, Int *quotient, Int *remainder) {
     }
     shiftRight(&t, 1);
   }
-  // Only now: where an operand is a result too, its sign is already the result's.
+  // The signs are read last: if an operand is also a result, its sign is already the result's.
   if ((dividend->negative != 0) == (divisor->negative != 0)) return;
   quotient->negative = 1;
   if (!zero(remainder)) subS(quotient, 1);
@@ -134,7 +134,7 @@ void powS(Int *a, Word e) {
     }
   }
   a->negative = negativePower ? 1 : 0;
-  shorten(a);  // a power of a negative zero is a normal zero
+  shorten(a);  // clears the sign of a power of a negative zero
 }
 
-}  // namespace model
+}  // namespace kt::test::model

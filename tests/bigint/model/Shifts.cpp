@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 
-// Shifts by words and by bits, and what is done with the highest bit.
+// The model's shifts by words and by bits, and its functions on the highest bit.
 #include <array>
 #include <cstddef>
 
 #include "tests/bigint/model/Steps.h"
 
-namespace model {
+namespace kt::test::model {
 
 namespace {
 
@@ -22,7 +22,7 @@ std::array<std::int8_t, 256> makeMsbTable() {
   return table;
 }
 
-// The words go up by n places, zeros come in below.
+// Moves the words up by n places and fills the low places with zeros.
 void moveUp(Int *a, std::int64_t n) {
   haveWords(a, a->length + n);
   for (std::int64_t k = a->length - 1; k >= 0; --k) {
@@ -33,7 +33,7 @@ void moveUp(Int *a, std::int64_t n) {
   }
 }
 
-// The shifts themselves, whose counts have 64 bits so that each has a negation.
+// The shifts take 64-bit counts, so that every 32-bit count can be negated.
 void blocksRight(Int *a, std::int64_t n);
 void bitsRight(Int *a, std::int64_t n);
 
@@ -46,7 +46,7 @@ void blocksLeft(Int *a, std::int64_t n) {
     moveUp(a, n);
     a->length = words;
   } else {
-    setToZero(a);  // the low words that a wrapped length names are among the n zeros
+    setToZero(a);  // the words that a truncated length keeps are among the n zeros
   }
   shorten(a);
 }
@@ -85,7 +85,7 @@ void bitsRight(Int *a, std::int64_t n) {
   blocksRight(a, n / 16);
   const auto r = static_cast<unsigned>(n % 16);
   if (r == 0) return;
-  std::uint32_t window = 0;  // two words, the upper one of which has been written
+  std::uint32_t window = 0;  // two words; the upper one has already been written
   for (std::int64_t i = a->length - 1; i >= 0; --i) {
     Word &word = a->digits[static_cast<std::size_t>(i)];
     window = (window << 16) + word;
@@ -149,4 +149,4 @@ void clearHighBit(Int *a) {
   shorten(a);
 }
 
-}  // namespace model
+}  // namespace kt::test::model

@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: MIT
 
-// The record: making, sizing, copying, loading, normal form.
+// The model's record: allocation, size, copies, small values and normal form.
 #include <algorithm>
 #include <utility>
 
 #include "tests/bigint/model/Steps.h"
 
-namespace model {
+namespace kt::test::model {
 
 namespace {
 
 constexpr const char *unit = "_KtInt";
 constexpr std::int64_t firstCapacity = 5;
-constexpr Word neverWritten = 0xA5C3;  // what a word holds that nobody has written yet
+constexpr Word neverWritten = 0xA5C3;  // the content of a word before its first write
 
 }  // namespace
 
@@ -108,4 +108,4 @@ void swap(Int *a, Int *b) {
   std::swap(*a, *b);
 }
 
-}  // namespace model
+}  // namespace kt::test::model

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 
-// Sums, differences, signs.
+// The model's sums, differences and signs.
 #include <algorithm>
 
 #include "tests/bigint/model/Steps.h"
 
-namespace model {
+namespace kt::test::model {
 
 namespace {
 
@@ -15,8 +15,8 @@ std::uint32_t wordAt(const Int *x, std::int64_t k) {
   return k < x->length ? x->digits[static_cast<std::size_t>(k)] : 0;
 }
 
-// c = |x| + |y| with the sign. The sign is set behind the normalisation: a sum of two negative
-// zeros is a negative zero.
+// Sets c to |x| + |y| with this sign. The sign is set after the normalisation, so that the sum of
+// two negative zeros is a negative zero.
 void magnitudeSum(const Int *x, const Int *y, Int *c, std::uint8_t sign) {
   const std::int64_t longer = std::max(x->length, y->length);
   setMinLengthToSpare(c, longer + 1);
@@ -32,7 +32,7 @@ void magnitudeSum(const Int *x, const Int *y, Int *c, std::uint8_t sign) {
   if (fits) c->negative = sign;
 }
 
-// c = |larger| - |smaller| with the sign.
+// Sets c to |larger| - |smaller| with this sign.
 void magnitudeDifference(const Int *larger, const Int *smaller, Int *c, std::uint8_t sign) {
   const std::int64_t words = larger->length;
   setMinLength(c, words);
@@ -58,7 +58,7 @@ bool magnitudeAtLeast(const Int *x, const Int *y) {
   return k < 0 || wordAt(x, k) >= wordAt(y, k);
 }
 
-// c = |x| - |y|.
+// Sets c to |x| - |y|, which may be negative.
 void signedDifference(Int *x, Int *y, Int *c) {
   shorten(x);
   shorten(y);
@@ -69,6 +69,7 @@ void signedDifference(Int *x, Int *y, Int *c) {
   }
 }
 
+// Adds s to |a|.
 void addToMagnitude(Int *a, Word s) {
   setMinLengthToSpare(a, a->length + 1);
   std::uint32_t carry = s;
@@ -85,6 +86,7 @@ void addToMagnitude(Int *a, Word s) {
   shorten(a);
 }
 
+// Subtracts s from |a|. Requires: |a| >= s.
 void subtractFromMagnitude(Int *a, Word s) {
   std::int32_t borrow = s;
   for (std::int64_t i = 0; i < a->length && borrow != 0; ++i) {
@@ -95,6 +97,7 @@ void subtractFromMagnitude(Int *a, Word s) {
   shorten(a);
 }
 
+// Sets a, of one word, to s - |a| with this sign.
 void flip(Int *a, Word s, std::uint8_t sign) {
   a->negative = sign;
   a->digits[0] = static_cast<Word>(s - a->digits[0]);
@@ -155,4 +158,4 @@ std::int32_t sign(Int *a) {
   return a->negative ? -1 : 1;
 }
 
-}  // namespace model
+}  // namespace kt::test::model

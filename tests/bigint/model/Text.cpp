@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 
-// Text in the digits of an alphabet, one digit at a time.
+// The model's reading and writing of text, one digit at a time.
 #include <algorithm>
 
 #include "tests/bigint/model/Steps.h"
 
-namespace model {
+namespace kt::test::model {
 
 std::string encode(const Int *v, const std::string &alphabet) {
   require(v != nullptr, "_KtEncoding", 38, "v != NULL");
@@ -37,4 +37,4 @@ void decode(const std::string &text, Int *result, const std::string &alphabet) {
   if (startsNegative) neg(result, result);
 }
 
-}  // namespace model
+}  // namespace kt::test::model

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// Clients whose traffic stays between two sockets of this host.
+// A client whose traffic stays between two sockets of this host.
 #ifndef KT_TESTS_UDP_SUPPORT_AIMEDCLIENT_H
 #define KT_TESTS_UDP_SUPPORT_AIMEDCLIENT_H
 
@@ -9,18 +9,12 @@
 
 #include <vector>
 
-#include "kt/udp/KtUDPClient.h"
+#include "tests/support/LoopbackClient.h"
 #include "tests/udp/support/ScriptedPeer.h"
 
-namespace test {
+namespace kt::test {
 
-// A client that discovers on this host without a broadcast.
-class LoopbackClient : public KtUDPClient {
- public:
-  void broadcastIP() override { (void)serverIPFromHostname("127.0.0.1"); }
-};
-
-// One that has looked for a server in vain: it has no port, but sends to that of the peer.
+// A client after a failed discovery: it knows no server, but sends to the port of the peer.
 class AimedClient : public LoopbackClient {
  public:
   explicit AimedClient(const ScriptedPeer &peer) {
@@ -30,7 +24,7 @@ class AimedClient : public LoopbackClient {
     setBaseReplyTimeout(100);
   }
 
-  // The port that the system gave the socket at its first send.
+  // Returns the port that the system gave the socket at its first send.
   [[nodiscard]] std::uint16_t ownPort() const {
     sockaddr_in local{};
     socklen_t size = sizeof local;
@@ -43,17 +37,19 @@ class AimedClient : public LoopbackClient {
   }
 };
 
-// The part of a peer that an AimedClient's making comes before: two passes of discovery.
-inline std::vector<Act> behindDiscovery(std::vector<Act> acts) {
+// Returns a peer's part that begins with silence: the two passes of the discovery that creates an
+// AimedClient.
+inline std::vector<Act> afterDiscovery(std::vector<Act> acts) {
   acts.insert(acts.begin(), 2, silent());
   return acts;
 }
 
-inline std::vector<Datagram> behindDiscovery(std::vector<Datagram> datagrams) {
+// Returns `datagrams` without those of that discovery.
+inline std::vector<Datagram> afterDiscovery(std::vector<Datagram> datagrams) {
   datagrams.erase(datagrams.begin(), datagrams.begin() + 2);
   return datagrams;
 }
 
-}  // namespace test
+}  // namespace kt::test
 
 #endif

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// The kinds of value that a key may hold where another one belongs.
+// The kinds of value that a key may have when it should have another one.
 #ifndef KT_TESTS_UDP_SUPPORT_KINDS_H
 #define KT_TESTS_UDP_SUPPORT_KINDS_H
 
@@ -10,7 +10,7 @@
 
 #include "kt/foundation/PropertyList.h"
 
-namespace test {
+namespace kt::test {
 
 enum class Kind { missing, string, number, data, array, dictionary };
 
@@ -22,10 +22,9 @@ inline constexpr std::array allKinds{Kind::missing, Kind::string, Kind::number,
   return names[static_cast<std::size_t>(kind)];
 }
 
-// `dictionary` with a value of that kind, or none, under `key`. It is never the value that is right
-// there.
-[[nodiscard]] inline kt::Dictionary with(kt::Dictionary dictionary, std::string_view key,
-                                         Kind kind) {
+// Returns `dictionary` with a value of that kind for `key`, or without `key`. The value is never
+// the right one.
+[[nodiscard]] inline Dictionary with(Dictionary dictionary, std::string_view key, Kind kind) {
   switch (kind) {
     case Kind::missing:
       dictionary.erase(key);
@@ -37,18 +36,18 @@ inline constexpr std::array allKinds{Kind::missing, Kind::string, Kind::number,
       dictionary[key] = 12;
       break;
     case Kind::data:
-      dictionary[key] = kt::Data{std::byte{0x31}, std::byte{0x32}};
+      dictionary[key] = Data{std::byte{0x31}, std::byte{0x32}};
       break;
     case Kind::array:
-      dictionary[key] = kt::Array{"any", "words"};
+      dictionary[key] = Array{"any", "words"};
       break;
     case Kind::dictionary:
-      dictionary[key] = kt::Dictionary{{"any", "word"}};
+      dictionary[key] = Dictionary{{"any", "word"}};
       break;
   }
   return dictionary;
 }
 
-}  // namespace test
+}  // namespace kt::test
 
 #endif

@@ -14,13 +14,13 @@
 #include "kt/diagnostics/KtDebug.h"
 #include "kt/foundation/LogLine.h"
 
-namespace test {
+namespace kt::test {
 
 namespace {
 
 constexpr std::string_view markPrefix = "end of lines ";
 
-// The length of "2026-11-21 06:54:12.345 name[1234] " at the start of a line; 0 without it.
+// Returns the length of the prefix "2026-11-21 06:54:12.345 name[1234] " of a line, or 0.
 std::size_t prefixLength(const std::string &line) {
   std::array<int, 8> numbers{};
   int length = 0;
@@ -45,7 +45,7 @@ LogCapture::LogCapture() : standardError_(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC
 
 LogCapture::~LogCapture() {
   KtSetDebugEnabled(0);
-  ::dup2(standardError_, STDERR_FILENO);  // closes the pipe's other end: the collector's end comes
+  ::dup2(standardError_, STDERR_FILENO);  // closes the pipe's write end, which ends the collector
   collector_.join();
   ::close(readEnd_);
   ::close(standardError_);
@@ -77,7 +77,7 @@ void LogCapture::take(std::string_view rawLine) {
 
 Lines LogCapture::lines() {
   const std::string mark = std::string(markPrefix) + std::to_string(++marks_);
-  kt::writeLogLine(mark);
+  writeLogLine(mark);
   if (!waitFor(mark)) std::abort();
   const std::scoped_lock lock(mutex_);
   Lines result = lines_;
@@ -103,4 +103,4 @@ bool LogCapture::waitFor(std::string_view line, std::size_t times) {
   });
 }
 
-}  // namespace test
+}  // namespace kt::test

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Switches the debug log on and collects its lines from standard error, without what the log puts
-// in front of them. Lives while the lines of interest are written; one at a time.
+// Switches the debug log on and collects its lines from standard error, without their prefixes.
+// Keep it alive while the lines of interest are written. One object at a time.
 #ifndef KT_TESTS_UDP_SUPPORT_LOGCAPTURE_H
 #define KT_TESTS_UDP_SUPPORT_LOGCAPTURE_H
 
@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-namespace test {
+namespace kt::test {
 
 using Lines = std::vector<std::string>;
 
@@ -23,16 +23,16 @@ class LogCapture {
   LogCapture &operator=(const LogCapture &) = delete;
   ~LogCapture();
 
-  // Every line of the log so far. A line that holds line feeds is one of them.
+  // Returns every line of the log so far. A line that contains line feeds counts as one.
   [[nodiscard]] Lines lines();
 
-  // The same with each run of equal neighbours as one: how often a wait ends before a deadline that
-  // is no multiple of it is the scheduler's affair.
+  // Returns the same lines, with consecutive equal ones as one: how often a wait ends before the
+  // deadline depends on the scheduler.
   [[nodiscard]] Lines linesWithoutRepeats();
 
   [[nodiscard]] std::size_t count(std::string_view line);
 
-  // Waits until `line` has been written `times` times; false after ten seconds. Any thread.
+  // Waits until `line` has been written `times` times. Returns false after 10 s. Any thread.
   bool waitFor(std::string_view line, std::size_t times = 1);
 
  private:
@@ -42,12 +42,12 @@ class LogCapture {
   std::mutex mutex_;
   std::condition_variable changed_;
   Lines lines_;         // guarded by mutex_
-  int standardError_;   // the one that the process had before
-  int readEnd_;         // of the pipe that took its place
-  unsigned marks_ = 0;  // how many lines of lines() own were written, to see that all came through
+  int standardError_;   // the standard error that the process had before
+  int readEnd_;         // of the pipe that replaced it
+  unsigned marks_ = 0;  // lines that lines() wrote, to know that all earlier ones have arrived
   std::thread collector_;
 };
 
-}  // namespace test
+}  // namespace kt::test
 
 #endif

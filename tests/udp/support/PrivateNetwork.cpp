@@ -2,23 +2,22 @@
 
 #include "tests/udp/support/PrivateNetwork.h"
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <net/if.h>
 #include <sys/mount.h>
 #include <unistd.h>
 
-#include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 
-namespace test {
+namespace kt::test {
 
 namespace {
 
-// Whether the process has a user namespace of its own and sees no interface but loopback.
+// Returns whether the process has its own user namespace and sees only one interface, loopback.
 bool inPrivateNetwork() {
   std::ifstream map("/proc/self/uid_map");
   const std::string users{std::istreambuf_iterator<char>(map), {}};
@@ -34,7 +33,7 @@ class RequirePrivateNetwork : public testing::Environment {
  public:
   void SetUp() override {
     if (inPrivateNetwork()) return;
-    std::cerr << "This test sends broadcasts: run it with tests/private-network.\n";
+    std::cerr << "This test sends broadcasts. Run it with tests/private-network.\n";
     std::_Exit(1);
   }
 };
@@ -67,22 +66,4 @@ HostsFile::~HostsFile() {
   }
 }
 
-std::uint32_t address(const char *dotted) {
-  return ::inet_addr(dotted);
-}
-
-sockaddr_in loopback(std::uint16_t port) {
-  sockaddr_in result{};
-  result.sin_family = AF_INET;
-  result.sin_port = htons(port);
-  result.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return result;
-}
-
-std::string text(const sockaddr_in &value) {
-  std::array<char, INET_ADDRSTRLEN> dotted{};
-  ::inet_ntop(AF_INET, &value.sin_addr, dotted.data(), dotted.size());
-  return std::string(dotted.data()) + ":" + std::to_string(ntohs(value.sin_port));
-}
-
-}  // namespace test
+}  // namespace kt::test

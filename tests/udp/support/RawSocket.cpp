@@ -8,9 +8,9 @@
 #include <unistd.h>
 
 #include "kt/udp/KtMessage.h"
-#include "tests/udp/support/PrivateNetwork.h"
+#include "tests/support/Addresses.h"
 
-namespace test {
+namespace kt::test {
 
 namespace {
 
@@ -18,21 +18,19 @@ constexpr int longestWaitMs = 10'000;
 
 }  // namespace
 
-kt::Dictionary Datagram::message() const {
-  const std::optional<kt::Dictionary> result = kt::parseMessage(bytes);
-  EXPECT_TRUE(result) << "no message: " << bytes;
-  return result.value_or(kt::Dictionary());
+Dictionary Datagram::message() const {
+  const std::optional<Dictionary> result = parseMessage(bytes);
+  EXPECT_TRUE(result) << "not a message: " << bytes;
+  return result.value_or(Dictionary());
 }
 
-std::string bytesOf(const kt::Dictionary &message) {
+std::string bytesOf(const Dictionary &message) {
   return message.description() + '\0';
 }
 
 RawSocket::RawSocket(std::uint16_t port)
     : descriptor_(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-  sockaddr_in local{};
-  local.sin_family = AF_INET;
-  local.sin_port = htons(port);
+  const sockaddr_in local = ipv4(INADDR_ANY, port);
   EXPECT_EQ(::bind(descriptor_, reinterpret_cast<const sockaddr *>(&local), sizeof local), 0)
       << "port " << port;
 }
@@ -66,7 +64,7 @@ std::optional<Datagram> RawSocket::receive() const {
 
 std::optional<Datagram> RawSocket::receiveAtOnce() const {
   Datagram datagram;
-  datagram.bytes.resize(kt::bufferSize);
+  datagram.bytes.resize(bufferSize);
   socklen_t size = sizeof datagram.source;
   const ssize_t count =
       ::recvfrom(descriptor_, datagram.bytes.data(), datagram.bytes.size(), MSG_DONTWAIT,
@@ -76,4 +74,4 @@ std::optional<Datagram> RawSocket::receiveAtOnce() const {
   return datagram;
 }
 
-}  // namespace test
+}  // namespace kt::test

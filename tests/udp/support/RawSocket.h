@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// A UDP socket of the test's own: sends any bytes and sees the bytes that come back. Serves one
-// thread at a time.
+// A UDP socket for tests: sends any bytes and receives any bytes. Serves one thread at a time.
 #ifndef KT_TESTS_UDP_SUPPORT_RAWSOCKET_H
 #define KT_TESTS_UDP_SUPPORT_RAWSOCKET_H
 
@@ -14,22 +13,22 @@
 
 #include "kt/foundation/PropertyList.h"
 
-namespace test {
+namespace kt::test {
 
 struct Datagram {
-  std::string bytes;  // as they came, NUL and all
+  std::string bytes;  // as received, including the NUL
   sockaddr_in source{};
 
-  // The dictionary that it carries; an empty one and a failed test when it carries none.
-  [[nodiscard]] kt::Dictionary message() const;
+  // Returns the dictionary that it carries. Without one, fails the test and returns an empty one.
+  [[nodiscard]] Dictionary message() const;
 };
 
-// The bytes of a datagram that carries `message`: its text and a NUL.
-[[nodiscard]] std::string bytesOf(const kt::Dictionary &message);
+// Returns the bytes of a datagram that carries `message`: its text and a NUL.
+[[nodiscard]] std::string bytesOf(const Dictionary &message);
 
 class RawSocket {
  public:
-  // Bound to every interface at `port`; 0 lets the system choose.
+  // Binds to every interface at `port`; 0 lets the system choose.
   explicit RawSocket(std::uint16_t port = 0);
   RawSocket(const RawSocket &) = delete;
   RawSocket &operator=(const RawSocket &) = delete;
@@ -39,18 +38,18 @@ class RawSocket {
   [[nodiscard]] std::uint16_t port() const;
 
   void send(std::string_view bytes, const sockaddr_in &destination) const;
-  // To a port of this host.
+  // Sends to `port` of this host.
   void send(std::string_view bytes, std::int32_t port) const;
 
-  // The next datagram; nothing when none has come after ten seconds.
+  // Waits for the next datagram and returns it, or nothing after 10 s.
   [[nodiscard]] std::optional<Datagram> receive() const;
-  // The next datagram that is there already.
+  // Returns the next datagram that has already arrived.
   [[nodiscard]] std::optional<Datagram> receiveAtOnce() const;
 
  private:
   int descriptor_;
 };
 
-}  // namespace test
+}  // namespace kt::test
 
 #endif

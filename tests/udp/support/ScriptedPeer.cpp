@@ -8,17 +8,17 @@
 
 #include "kt/udp/KtMessage.h"
 
-namespace test {
+namespace kt::test {
 
 namespace {
 
-const std::string signature{kt::defaultSignature};
+const std::string signature{defaultSignature};
 
-// Behind everything that the calling thread has sent before it.
+// Arrives after everything that the calling thread has sent before it.
 constexpr std::string_view endOfPlay = "end of the play";
 
-kt::Dictionary answerTo(const Datagram &request, const kt::Dictionary &packet) {
-  return kt::replyEnvelope(signature, kt::handshakeOf(request.message()), packet);
+Dictionary answerTo(const Datagram &request, const Dictionary &packet) {
+  return replyEnvelope(signature, handshakeOf(request.message()), packet);
 }
 
 }  // namespace
@@ -27,37 +27,37 @@ Act silent() {
   return [](const Cue &) {};
 }
 
-Act right(const kt::Dictionary &packet) {
+Act right(const Dictionary &packet) {
   return [packet](const Cue &cue) { cue.answer(answerTo(cue.datagram, packet)); };
 }
 
 Act wrongHandshake() {
   return [](const Cue &cue) {
-    const std::int32_t handshake = kt::handshakeOf(cue.datagram.message());
-    cue.answer(kt::replyEnvelope(signature, handshake + 2, {{"Answer", "wrong handshake"}}));
+    const std::int32_t handshake = handshakeOf(cue.datagram.message());
+    cue.answer(replyEnvelope(signature, handshake + 2, {{"Answer", "wrong handshake"}}));
   };
 }
 
 Act wrongSignature() {
   return [](const Cue &cue) {
-    const std::int32_t handshake = kt::handshakeOf(cue.datagram.message());
-    cue.answer(kt::replyEnvelope("KtUDp", handshake, {{"Answer", "wrong signature"}}));
+    const std::int32_t handshake = handshakeOf(cue.datagram.message());
+    cue.answer(replyEnvelope("KtUDp", handshake, {{"Answer", "wrong signature"}}));
   };
 }
 
 Act identify(const std::string &name, std::int32_t port) {
-  return right(kt::serverIdPacket(name, port));
+  return right(serverIdPacket(name, port));
 }
 
 Act bytes(const std::string &content) {
   return [content](const Cue &cue) { cue.answer(content); };
 }
 
-Act rightToFirst(const kt::Dictionary &packet) {
+Act rightToFirst(const Dictionary &packet) {
   return [packet](const Cue &cue) { cue.answer(answerTo(cue.first, packet)); };
 }
 
-Act fromElsewhere(const RawSocket &elsewhere, const kt::Dictionary &packet) {
+Act fromElsewhere(const RawSocket &elsewhere, const Dictionary &packet) {
   return [&elsewhere, packet](const Cue &cue) {
     elsewhere.send(bytesOf(answerTo(cue.datagram, packet)), cue.datagram.source);
   };
@@ -104,4 +104,4 @@ void ScriptedPeer::play() {
   }
 }
 
-}  // namespace test
+}  // namespace kt::test

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// A peer that plays a written part: the first datagram that comes meets the first act, the second
-// one the second, and whatever comes behind the last act meets silence. Every datagram is kept.
+// A peer that plays a scripted part: the first datagram triggers the first act, the second the
+// second, and datagrams after the last act get no answer. Keeps every datagram.
 //
 //   ScriptedPeer server(4798, {identify(), silent(), wrongHandshake(), right()});
 #ifndef KT_TESTS_UDP_SUPPORT_SCRIPTEDPEER_H
@@ -16,41 +16,41 @@
 #include "tests/udp/support/LogCapture.h"
 #include "tests/udp/support/RawSocket.h"
 
-namespace test {
+namespace kt::test {
 
-// What an act is given: a datagram, and the socket that it came to.
+// The arguments of an act: a datagram, and the socket that received it.
 struct Cue {
   const RawSocket &socket;
   const Datagram &datagram;
-  const Datagram &first;  // the first one of the whole part
+  const Datagram &first;  // the first datagram of the part
 
-  void answer(const kt::Dictionary &envelope) const { answer(bytesOf(envelope)); }
+  void answer(const Dictionary &envelope) const { answer(bytesOf(envelope)); }
   void answer(std::string_view bytes) const { socket.send(bytes, datagram.source); }
 };
 using Act = std::function<void(const Cue &)>;
 
 [[nodiscard]] Act silent();
-// The answer that a server of the default signature gives.
-[[nodiscard]] Act right(const kt::Dictionary &packet = {{"Answer", "right"}});
+// Answers as a server with the default signature does.
+[[nodiscard]] Act right(const Dictionary &packet = {{"Answer", "right"}});
 [[nodiscard]] Act wrongHandshake();
 [[nodiscard]] Act wrongSignature();
-// The identification packet of a server.
+// Answers with a server identification packet.
 [[nodiscard]] Act identify(const std::string &name = "localhost", std::int32_t port = 4798);
-// Any bytes at all.
+// Answers with these bytes.
 [[nodiscard]] Act bytes(const std::string &content);
-// The answer to the first datagram of the part.
-[[nodiscard]] Act rightToFirst(const kt::Dictionary &packet);
-// The answer from another socket of the same host.
-[[nodiscard]] Act fromElsewhere(const RawSocket &elsewhere, const kt::Dictionary &packet);
-// One act behind the other, for the same datagram.
+// Answers the first datagram of the part.
+[[nodiscard]] Act rightToFirst(const Dictionary &packet);
+// Answers from another socket of this host.
+[[nodiscard]] Act fromElsewhere(const RawSocket &elsewhere, const Dictionary &packet);
+// Performs several acts for the same datagram.
 [[nodiscard]] Act inTurn(std::vector<Act> acts);
-// `act`, but not before the log has shown `line` so many times.
+// Performs `act` once the log has shown `line` so many times.
 [[nodiscard]] Act afterLogLine(LogCapture &log, const std::string &line, std::size_t times,
                                Act act);
 
 class ScriptedPeer {
  public:
-  // At a port of this host, on every interface; 0 lets the system choose.
+  // Listens at `port` on every interface; 0 lets the system choose.
   ScriptedPeer(std::uint16_t port, std::vector<Act> part);
   ScriptedPeer(const ScriptedPeer &) = delete;
   ScriptedPeer &operator=(const ScriptedPeer &) = delete;
@@ -58,12 +58,12 @@ class ScriptedPeer {
 
   [[nodiscard]] std::uint16_t port() const { return socket_.port(); }
 
-  // Sends from the peer's port, out of turn. Any thread.
+  // Sends from the peer's port, apart from its part. Any thread.
   void say(std::string_view bytes, const sockaddr_in &destination) const {
     socket_.send(bytes, destination);
   }
 
-  // Ends the play. What has come until then, acted upon or not.
+  // Ends the play and returns every datagram received until then.
   std::vector<Datagram> received();
 
  private:
@@ -71,10 +71,10 @@ class ScriptedPeer {
 
   RawSocket socket_;
   std::vector<Act> part_;
-  std::vector<Datagram> received_;  // the player's until it has joined
+  std::vector<Datagram> received_;  // belongs to the player until it has joined
   std::thread player_;
 };
 
-}  // namespace test
+}  // namespace kt::test
 
 #endif

@@ -8,7 +8,7 @@
 
 #include "kt/udp/KtMessage.h"
 
-namespace test {
+namespace kt::test {
 
 ServedDaemon::ServedDaemon(KtUDPDaemon &daemon) : daemon_(daemon) {
   server_ = std::thread([this] { serve(); });
@@ -22,11 +22,11 @@ std::vector<std::string> ServedDaemon::stop() {
   if (!server_.joinable()) return exceptions_;
   const RawSocket socket;
   const std::string &signature = daemon_.signature();
-  // Once this one is answered, everything that came before it has been dealt with.
-  const auto discovery = kt::requestEnvelope(signature, 1, kt::discoveryPacket());
+  // Once this request is answered, all earlier ones have been served.
+  const auto discovery = requestEnvelope(signature, 1, discoveryPacket());
   (void)answerTo(socket, daemon_.port(), bytesOf(discovery));
   stopping_ = true;
-  // Leaves processQueries, whatever the delegate is: the data packet is a string.
+  // Makes processQueries throw, whatever the delegate: the data packet is a string.
   socket.send(bytesOf({{"_Signature", signature}, {"_Handshake", 1}, {"_DataPacket", "stop"}}),
               daemon_.port());
   server_.join();
@@ -52,4 +52,4 @@ std::string answerTo(const RawSocket &socket, std::int32_t port, std::string_vie
   return answer ? answer->bytes : std::string();
 }
 
-}  // namespace test
+}  // namespace kt::test

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 
-// Whole walks compared, step by step, with a walk that does it the long way round: it looks at each
-// entry by its path and trusts no listing with more than names. What the delegate is told and asked
-// must be the same, in the same order, wherever it aborts.
+// Walks of random trees, compared with a reference walker that uses only the names of a listing and
+// looks at each entry by its path. Both must call the delegate in the same way and order, wherever
+// it aborts.
 #include <dirent.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -14,10 +14,10 @@
 #include "tests/walker/Recorders.h"
 #include "tests/walker/Tree.h"
 
-namespace test {
+namespace kt::test {
 namespace {
 
-// Writes down every call, and answers the one of number `abortAt` with an abort.
+// Records every call, and aborts at call number `abortAt`.
 struct Script {
   bool fileFound(const std::string &path) {
     calls.push_back(path);
@@ -28,19 +28,19 @@ struct Script {
     return static_cast<int>(calls.size()) == abortAt;
   }
 
-  int abortAt = 0;  // from 1; 0 is never
+  int abortAt = 0;  // counted from 1; 0 if never
   Paths calls;
 };
 
-// Has fileFound alone.
+// The same without wantsAbort.
 struct FinderScript {
   bool fileFound(const std::string &path) { return script.fileFound(path); }
   Script script;
 };
 
-class LongWay {
+class ReferenceWalker {
  public:
-  LongWay(Script &delegate, bool asks, bool recursive)
+  ReferenceWalker(Script &delegate, bool asks, bool recursive)
       : delegate_(delegate), asks_(asks), recursive_(recursive) {}
 
   void walkTree(const std::string &path) {
@@ -52,8 +52,8 @@ class LongWay {
   static Paths contents(const std::string &path) {
     Paths names;
     const std::unique_ptr<DIR, int (*)(DIR *)> directory(
-        opendir(path.c_str()), [](DIR *open) { return open != nullptr ? closedir(open) : 0; });
-    while (const dirent *entry = directory ? readdir(directory.get()) : nullptr) {
+        ::opendir(path.c_str()), [](DIR *open) { return open != nullptr ? ::closedir(open) : 0; });
+    while (const dirent *entry = directory ? ::readdir(directory.get()) : nullptr) {
       const std::string name = entry->d_name;
       if (name != "." && name != "..") names.push_back(name);
     }
@@ -62,7 +62,7 @@ class LongWay {
 
   static bool isDirectory(const std::string &path) {
     struct stat status {};
-    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
   }
 
   static bool isAcceptable(const std::string &path) { return path.ends_with(".txt"); }
@@ -71,10 +71,10 @@ class LongWay {
 
   void walkDirectory(const std::string &path) {
     if (asks_) aborted_ = delegate_.wantsAbort();
-    const bool stood = aborted_;
+    const bool wasAborted = aborted_;
     const Paths names = contents(path);
     if (isAcceptable(path)) report(path);
-    aborted_ = aborted_ || stood;
+    aborted_ = aborted_ || wasAborted;
     if (aborted_) return;
     for (const std::string &name : names) {
       const std::string entry = path + '/' + name;
@@ -113,13 +113,14 @@ Paths callsOfWalker(const std::string &root, bool asks, bool recursive, int abor
   return callsOfWalker(finder, finder.script, root, recursive);
 }
 
-Paths callsOfTheLongWay(const std::string &root, bool asks, bool recursive, int abortAt) {
+Paths callsOfReference(const std::string &root, bool asks, bool recursive, int abortAt) {
   Script script{abortAt, {}};
-  LongWay(script, asks, recursive).walkTree(root);
+  ReferenceWalker(script, asks, recursive).walkTree(root);
   return script.calls;
 }
 
-// Files, directories and links under a few names, so that they meet.
+// Adds random files, directories and links. There are only a few names, so that links lead
+// somewhere.
 void grow(Tree &tree, std::mt19937 &random, int entryCount) {
   const Paths names{"a.txt", "b", "c.dat", "d.txt", "e", ".f.txt"};
   Paths folders{""};
@@ -142,7 +143,7 @@ void grow(Tree &tree, std::mt19937 &random, int entryCount) {
   }
 }
 
-TEST(KtWalkerWhole, WalksAreTheSameAsTheLongWayWhereverTheyAreAborted) {
+TEST(KtWalkerRandomTrees, MatchesReferenceWalkerForEveryAbort) {
   constexpr unsigned seed = 20261121;
   std::mt19937 random(seed);
   std::size_t callCount = 0;
@@ -152,9 +153,9 @@ TEST(KtWalkerWhole, WalksAreTheSameAsTheLongWayWhereverTheyAreAborted) {
     for (const bool asks : {false, true}) {
       for (const bool recursive : {false, true}) {
         const auto calls =
-            static_cast<int>(callsOfTheLongWay(tree.root(), asks, recursive, 0).size());
+            static_cast<int>(callsOfReference(tree.root(), asks, recursive, 0).size());
         for (int abortAt = 0; abortAt <= std::min(calls, 60); ++abortAt) {
-          const Paths expected = callsOfTheLongWay(tree.root(), asks, recursive, abortAt);
+          const Paths expected = callsOfReference(tree.root(), asks, recursive, abortAt);
           ASSERT_EQ(callsOfWalker(tree.root(), asks, recursive, abortAt), expected)
               << "seed " << seed << ", round " << round << ", abort at call " << abortAt;
           callCount += expected.size();
@@ -162,8 +163,8 @@ TEST(KtWalkerWhole, WalksAreTheSameAsTheLongWayWhereverTheyAreAborted) {
       }
     }
   }
-  EXPECT_GT(callCount, 10'000U) << "the trees are too small to show anything";
+  EXPECT_GT(callCount, 10'000U) << "the trees are too small";
 }
 
 }  // namespace
-}  // namespace test
+}  // namespace kt::test

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 
-// Random records of the kinds that find mistakes: runs of ones, powers of two and what is beside
-// them, zero words on top, zeros with a sign, lengths up to the limit.
-#ifndef KT_TESTS_BIGINT_RANDOMVALUES_H
-#define KT_TESTS_BIGINT_RANDOMVALUES_H
+// RandomOperands: words, alphabets and texts for random tests of big integers. It prefers the
+// values that find errors: runs of ones, few set bits, leading zero words, zeros and lengths at the
+// limit.
+#ifndef KT_TESTS_BIGINT_RANDOMOPERANDS_H
+#define KT_TESTS_BIGINT_RANDOMOPERANDS_H
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <random>
@@ -14,15 +17,15 @@
 
 namespace kt::test {
 
-// The seed of a random run: KT_SEED where it is set.
+// Returns the seed of a random run: the environment variable KT_SEED, or a fixed number.
 inline std::uint32_t seed() {
   const char *text = std::getenv("KT_SEED");
   return text != nullptr ? static_cast<std::uint32_t>(std::strtoul(text, nullptr, 0)) : 20261121;
 }
 
-class RandomValues {
+class RandomOperands {
  public:
-  explicit RandomValues(std::uint32_t seed) : engine_(seed) {}
+  explicit RandomOperands(std::uint32_t seed) : engine_(seed) {}
 
   std::uint32_t below(std::uint32_t bound) {
     return std::uniform_int_distribution<std::uint32_t>(0, bound - 1)(engine_);
@@ -30,8 +33,8 @@ class RandomValues {
   bool oneIn(std::uint32_t count) { return below(count) == 0; }
   std::uint16_t word() { return static_cast<std::uint16_t>(below(65536)); }
 
-  // Most values are short, since that is where a plain model is quick; one in four may have any
-  // length.
+  // Returns a number of words, 1 to 255. Three in four are at most 40, because the model is slow
+  // for long values.
   std::size_t length() {
     if (oneIn(4)) return oneIn(4) ? 253 + below(3) : 1 + below(255);
     return 1 + (oneIn(4) ? below(40) : below(10));
@@ -62,13 +65,13 @@ class RandomValues {
           each = word();
         }
     }
-    if (oneIn(4)) clearTop(words);
+    if (oneIn(4)) clearHighWords(words);
     return words;
   }
 
   Words words() { return words(length()); }
 
-  // Distinct characters in random order, as many as asked for; no NUL and no '-'.
+  // Returns `base` distinct characters in random order, without NUL and '-'.
   std::string alphabet(std::size_t base) {
     std::string characters;
     for (int character = 1; character <= 255; ++character) {
@@ -78,7 +81,7 @@ class RandomValues {
     return characters.substr(0, base);
   }
 
-  // A text of the alphabet's digits and, here and there, of others.
+  // Returns `size` characters, 19 of 20 from the alphabet, with or without a '-' before them.
   std::string text(const std::string &alphabet, std::size_t size) {
     std::string text = oneIn(3) ? "-" : "";
     for (std::size_t k = 0; k < size; ++k) {
@@ -107,7 +110,7 @@ class RandomValues {
     }
   }
 
-  void clearTop(Words &words) {
+  void clearHighWords(Words &words) {
     const std::size_t kept = below(static_cast<std::uint32_t>(words.size()));
     std::fill(words.begin() + static_cast<std::ptrdiff_t>(kept), words.end(), 0);
   }
