@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 
 // kt hello: finds one server, or every server.
+#include "kt/udp/HostLookup.h"
 #include "kt/udp/KtMessage.h"
 #include "tools/common/DirectedClient.h"
 #include "tools/kt/Connection.h"
@@ -61,7 +62,7 @@ class Hello : public Command {
 
  private:
   static void print(const FoundServer &server, const Options &options) {
-    const auto named = [&] { return lookUpHost(server.id.name); };
+    const auto named = [&] { return udp::lookUpHost(server.id.name); };
     Results(options).print([&] { return lineFor(server, options.signature, named()); },
                            [&] { return jsonFor(server, options.signature, named()); });
   }

@@ -5,14 +5,10 @@
 #include <algorithm>
 
 #include "kt/foundation/Format.h"
-<<<<<<< HEAD:tools/kt/EveryServer.cpp
+#include "kt/udp/ReadSet.h"
 #include "tools/common/Addresses.h"
 #include "tools/kt/Json.h"
 #include "tools/text/Escape.h"
-=======
-#include "kt/udp/ReadSet.h"
-#include "tools/common/Numbers.h"
->>>>>>> main:tools/kt/Census.cpp
 
 namespace kt::tools {
 

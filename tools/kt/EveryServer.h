@@ -10,11 +10,14 @@
 #include <string>
 #include <vector>
 
+#include "kt/udp/HostLookup.h"
 #include "kt/udp/KtMessage.h"
 #include "kt/udp/Socket.h"
 #include "tools/kt/Connection.h"
 
 namespace kt::tools {
+
+using udp::HostAddress;
 
 // A server that answered.
 struct FoundServer {
