@@ -60,7 +60,7 @@ TEST_F(Answers, EvaluateReportsErrorAndColumn) {
 }
 
 TEST_F(Answers, EvaluateRequiresExpression) {
-  const char *const missing = "There is no Expression.";
+  const char *const missing = "The request has no Expression.";
   EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", "Evaluate"}})), missing);
   EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", "Evaluate"}, {"Expression", Array{"1"}}})), missing);
 }

@@ -37,7 +37,7 @@ TEST(EveryServer, LineOmitsUnknownName) {
 TEST(EveryServer, LineReportsOtherPortAndAddress) {
   EXPECT_EQ(lineFor(hut(4711), "KtUDP", elsewhere),
             "\"hut\" at 10.0.0.9:4798, signature \"KtUDP\", 0.250 ms; announces port 4711; "
-            "its name stands for 10.0.0.8");
+            "its name resolves to 10.0.0.8");
 }
 
 TEST(EveryServer, LineEscapesNameAndSignature) {

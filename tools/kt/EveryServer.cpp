@@ -113,7 +113,7 @@ std::string lineFor(const FoundServer &server, const std::string &signature,
     line += kt::format("; announces port %d", server.id.port);
   }
   if (named.kind == HostAddress::Kind::ipv4 && named.address != server.source.sin_addr.s_addr) {
-    line += "; its name stands for " + dotted(named.address);
+    line += "; its name resolves to " + dotted(named.address);
   }
   return line;
 }
