@@ -42,6 +42,34 @@ TEST(Json, EscapesCharactersBeyondAscii) {
             "\"\\u001b\\u009b\\u007f\\ufffd\\u00fc\"");
 }
 
+TEST(Json, EscapesAllOtherCharacters) {
+  EXPECT_EQ(jsonOf(PropertyList("a\"b\\c/\b\f\n\r\t\x01~")), R"("a\"b\\c/\b\f\n\r\t\u0001~")");
+  EXPECT_EQ(jsonOf(PropertyList(std::string_view("\0", 1))), R"("\u0000")");
+  EXPECT_EQ(jsonOf(PropertyList("\uffff\U00010000\U0001f600\U0010ffff")),
+            R"("\uffff\ud800\udc00\ud83d\ude00\udbff\udfff")");
+}
+
+TEST(Json, ReplacesEachIllFormedPart) {
+  EXPECT_EQ(jsonOf(PropertyList("a\xe2\x82z")), R"("a\ufffdz")");
+  EXPECT_EQ(jsonOf(PropertyList("\xed\xa0\x80")), R"("\ufffd\ufffd\ufffd")");
+}
+
+TEST(Json, WritesKeysAsStrings) {
+  EXPECT_EQ(jsonOf(Dictionary{{"\x1b\"", "x"}}), R"({"\u001b\"":"x"})");
+}
+
+TEST(Json, WritesShortestDigitsOfNumbers) {
+  const auto written = [](double number) { return JsonObject().addNumber("n", number).text(); };
+  EXPECT_EQ(written(0), R"({"n":0.0})");
+  EXPECT_EQ(written(12), R"({"n":12.0})");
+  EXPECT_EQ(written(-0.1), R"({"n":-0.1})");
+  EXPECT_EQ(written(0.0001), R"({"n":0.0001})");
+  EXPECT_EQ(written(0.00001), R"({"n":1e-05})");
+  EXPECT_EQ(written(0.09359150000000001), R"({"n":0.09359150000000001})");
+  EXPECT_EQ(written(123456789012345), R"({"n":123456789012345.0})");
+  EXPECT_EQ(written(1e15), R"({"n":1e+15})");
+}
+
 TEST(Json, ObjectKeepsOrderOfMembers) {
   EXPECT_EQ(JsonObject()
                 .addText("b", "x\"\x1b")
