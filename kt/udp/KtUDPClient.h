@@ -91,7 +91,7 @@ class KtUDPClient {
 
   // Sends the data packet `packet` to the server found and returns the data packet of its answer.
   // Returns nothing
-  // - at once, without sending, if port() < 0: there was no successful connectToServer;
+  // - at once, without sending, if port() < 0, as it is before a successful connectToServer;
   // - after the sum of the doubled waits (1.5 s by default) if no send is answered;
   // - if the answer's data packet is not a dictionary.
   // Without a `packet` the envelope has none either; the server's reply to that is dropped.

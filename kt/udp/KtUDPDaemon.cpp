@@ -90,6 +90,7 @@ std::ptrdiff_t KtUDPDaemon::nextDatagram(kt::udp::ReadSet &readSet, sockaddr_in 
   const std::ptrdiff_t count = socketIn_.receive(buffer, sender);
   if (count >= 0) return count;
   while (readSet.wait(nullptr) <= 0) {
+    // Interrupted by a signal: wait again.
   }
   return socketIn_.receive(buffer, sender);
 }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 
 // A request/reply server over UDP: binds the first free port of a list, answers discovery itself
-// and passes every other request to a delegate. A host configures it, calls registerPort and then
-// processQueries, on a thread of its choice; from then on only that thread may use the object.
+// and passes every other request to a delegate. A host configures it and calls registerPort, then
+// processQueries on a thread of its choice. From then on only that thread may use the object.
 //
 //   KtUDPDaemon daemon;
 //   daemon.setDelegate(&application);
@@ -100,8 +100,8 @@ class KtUDPDaemon {
   [[nodiscard]] bool unique() const { return unique_; }
 
   // How many datagrams processQueries has received, and to how many of them it has replied. Only
-  // the serving thread may call these, for example the delegate; its current request is received
-  // but not yet answered.
+  // the serving thread may call these. The delegate's current request counts as received but not
+  // as answered.
   [[nodiscard]] std::uint64_t received() const { return received_; }
   [[nodiscard]] std::uint64_t answered() const { return answered_; }
 

@@ -4,7 +4,7 @@
 // field by field, and its value with GMP's if GMP is installed. KT_SEED selects another run.
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>

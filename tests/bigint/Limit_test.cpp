@@ -189,7 +189,7 @@ TEST(KtIntLimit, ProductOf256WordsBecomesNormalisedZero) {
 }
 
 TEST(KtIntLimit, ProductOf300WordsKeepsLow44) {
-  // With B = 65536: (B^200 + 3 B^43 + 5)(B^99 + 7), of which the terms up to B^43 remain.
+  // With B = 65536: (B^200 + 3 B^43 + 5)(B^99 + 7). Terms up to B^43 remain.
   Words factor(201, 0);
   factor[200] = 1;
   factor[43] = 3;

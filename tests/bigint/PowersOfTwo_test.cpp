@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -29,10 +30,10 @@ const std::vector<Record> &values() {
   static const std::vector<Record> all = [] {
     std::vector<Record> made;
     for (int k = 0; k < maxBits; ++k) {
-      for (const std::int32_t beside : {-1, 0, 1}) {
+      for (const std::int32_t offset : {-1, 0, 1}) {
         made.push_back(number(1));
         _KtIntShiftLeft(made.back().get(), k);
-        const Record summand = number(beside);
+        const Record summand = number(offset);
         _KtIntAdd(made.back().get(), summand.get(), made.back().get());
       }
     }

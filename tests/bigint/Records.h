@@ -6,6 +6,7 @@
 #define KT_TESTS_BIGINT_RECORDS_H
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <ostream>

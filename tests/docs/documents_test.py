@@ -11,36 +11,41 @@ FOLDERS = "kt|tools|tests|scripts|docs|cmake|bench|fuzz|examples|packaging"
 
 
 class Documents(unittest.TestCase):
+    maxDiff = None
+
+    def assert_all(self, holds, named):
+        """Asserts that holds(document, text) is true for each pair of `named`; lists the others."""
+        wrong = [f"{document.name}: {text}" for document, text in named
+                 if not holds(document, text)]
+        self.assertEqual("\n".join(wrong), "")
+
     def test_show_examples_unchanged(self):
         shown = {block.name: block.text for document in DOCUMENTS for block in blocks(document)
                  if block.name.startswith("examples/")}
         examples = {str(path.relative_to(ROOT)): without_license(path.read_bytes().decode())
                     for path in (ROOT / "examples").iterdir()}
-        self.assertEqual(shown, examples)
+        self.assertEqual(sorted(shown), sorted(examples))
+        for name, text in examples.items():
+            with self.subTest(name):
+                self.assertEqual(shown[name], text)
 
     def test_link_to_existing_files_and_headings(self):
-        for document in DOCUMENTS:
-            for target in re.findall(r"\]\(([^)\s]+)\)", without_code(document)):
-                if re.match(r"[a-z]+:", target):
-                    continue
-                path, _, heading = target.partition("#")
-                file = (document.parent / path).resolve() if path else document
-                self.assertTrue(file.exists(), f"{document.name}: {target}")
-                if heading:
-                    self.assertIn(heading, headings(file), f"{document.name}: {target}")
+        def exists(document, target):
+            path, _, heading = target.partition("#")
+            file = (document.parent / path).resolve() if path else document
+            return file.exists() and (not heading or heading in headings(file))
+        self.assert_all(exists, [(document, target) for document, target
+                                 in found(r"\]\(([^)\s]+)\)") if not re.match(r"[a-z]+:", target)])
 
     def test_name_existing_files(self):
-        for document in DOCUMENTS:
-            for name in re.findall(rf"`((?:{FOLDERS})/[\w./*-]*)`", without_code(document)):
-                pattern = re.sub("NAME|FOLDER|STEM", "*", name.rstrip("/"))
-                self.assertTrue(list(ROOT.glob(pattern)), f"{document.name}: {name}")
+        def exists(_, name):
+            return any(ROOT.glob(re.sub("NAME|FOLDER|STEM", "*", name.rstrip("/"))))
+        self.assert_all(exists, found(rf"`((?:{FOLDERS})/[\w./*-]*)`"))
 
     def test_name_existing_tests(self):
         cases = cpp_cases() | python_cases()
-        for document in DOCUMENTS:
-            for case in re.findall(r"`([A-Z]\w+\.(?:[A-Z]\w+|[a-z]+_\w+))`",
-                                   without_code(document)):
-                self.assertIn(case, cases, document.name)
+        self.assert_all(lambda _, case: case in cases,
+                        found(r"`([A-Z]\w+\.(?:[A-Z]\w+|[a-z]+_\w+))`"))
 
     def test_name_demo_and_test_script_in_readme(self):
         commands = [line for block in blocks("README.md") if block.language == "sh"
@@ -60,6 +65,12 @@ class Documents(unittest.TestCase):
             for block in blocks(document):
                 if block.language == "sh":
                     subprocess.run(["bash", "-n", "-c", block.text], check=True)
+
+
+def found(pattern):
+    """Returns (document, text) of everything in the documents, except code, that matches."""
+    return [(document, text) for document in DOCUMENTS
+            for text in re.findall(pattern, without_code(document))]
 
 
 def without_license(source):

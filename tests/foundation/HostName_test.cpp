@@ -7,6 +7,7 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <string>
 
 #include "tests/foundation/Namespaces.h"
@@ -16,12 +17,12 @@ namespace {
 
 // Sets the machine's name and returns whether kt::hostName() returns the same.
 bool isHostNameOnceSet(const std::string &name) {
-  return sethostname(name.data(), name.size()) == 0 && kt::hostName() == name;
+  return ::sethostname(name.data(), name.size()) == 0 && kt::hostName() == name;
 }
 
 TEST(HostName, ReturnsNameReportedBySystem) {
   utsname system{};
-  ASSERT_EQ(uname(&system), 0);
+  ASSERT_EQ(::uname(&system), 0);
   EXPECT_EQ(kt::hostName(), system.nodename);
 }
 

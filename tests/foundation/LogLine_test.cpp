@@ -13,9 +13,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdlib>
 #include <map>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -45,7 +47,7 @@ std::string readToEnd(int descriptor) {
   std::string text;
   std::array<char, 8192> chunk;
   for (;;) {
-    const ssize_t count = read(descriptor, chunk.data(), chunk.size());
+    const ssize_t count = ::read(descriptor, chunk.data(), chunk.size());
     if (count <= 0) return text;
     text.append(chunk.data(), static_cast<std::size_t>(count));
   }
@@ -82,7 +84,7 @@ TEST(LogLine, HoldsTimeProcessNameProcessIdAndText) {
   }
   EXPECT_EQ(time, "0000-00-00 00:00:00.000 ") << line;
   const std::string process = program_invocation_short_name;
-  EXPECT_EQ(line.substr(24), process + "[" + std::to_string(getpid()) + "] text\n");
+  EXPECT_EQ(line.substr(24), process + "[" + std::to_string(::getpid()) + "] text\n");
 }
 
 TEST(LogLine, HoldsLocalTime) {
@@ -93,7 +95,7 @@ TEST(LogLine, HoldsLocalTime) {
   tm local{};
   ASSERT_NE(strptime(line.c_str(), "%Y-%m-%d %H:%M:%S", &local), nullptr) << line;
   const time_t logged = timegm(&local) - (5 * 60 + 45) * 60;
-  EXPECT_LE(before, logged + 1);  // time() may be one tick behind the finer clock
+  EXPECT_LE(before, logged + 1);  // time() has coarser ticks than the log's clock
   EXPECT_LE(logged, after + 1);
 }
 
@@ -119,7 +121,7 @@ TEST(LogLine, NeverMixesWithLinesOfOtherThreads) {
   // Most lines are longer than a pipe takes in one write.
   const auto sizeOf = [](int line) { return static_cast<std::size_t>(line) * 10'000 + 1; };
   std::array<int, 2> ends;
-  ASSERT_EQ(pipe(ends.data()), 0);
+  ASSERT_EQ(::pipe(ends.data()), 0);
   StandardErrorReplaced replaced(ends[1]);
   std::string seen;
   std::thread reader([&] { seen = readToEnd(ends[0]); });
@@ -136,7 +138,7 @@ TEST(LogLine, NeverMixesWithLinesOfOtherThreads) {
   }
   replaced.restore();
   reader.join();
-  close(ends[0]);
+  ::close(ends[0]);
 
   std::map<char, int> lines;  // lines seen, by the letter that fills them
   for (std::size_t start = 0; start < seen.size();) {
@@ -154,17 +156,17 @@ TEST(LogLine, NeverMixesWithLinesOfOtherThreads) {
 
 TEST(LogLine, IgnoresFailedWrite) {
   for (const char *path : {"/dev/full", "/dev/null"}) {
-    const int descriptor = open(path, O_RDONLY);  // not open for writing
+    const int descriptor = ::open(path, O_RDONLY);  // not open for writing
     ASSERT_GE(descriptor, 0);
     StandardErrorReplaced replaced(descriptor);
     kt::writeLogLine("lost");
   }
-  StandardErrorReplaced replaced(open("/dev/full", O_WRONLY));
+  StandardErrorReplaced replaced(::open("/dev/full", O_WRONLY));
   kt::writeLogLine("lost");
 }
 
 TEST(LogLine, PreservesErrno) {
-  StandardErrorReplaced replaced(open("/dev/full", O_WRONLY));
+  StandardErrorReplaced replaced(::open("/dev/full", O_WRONLY));
   errno = EXDEV;
   kt::writeLogLine("lost");
   EXPECT_EQ(errno, EXDEV);
@@ -179,9 +181,9 @@ TEST(LogLine, SurvivesSignalsWhileReaderIsSlow) {
     sem_post(&alarms);
   };  // without SA_RESTART, so that it interrupts the write
   struct sigaction savedAction {};
-  ASSERT_EQ(sigaction(SIGALRM, &action, &savedAction), 0);
+  ASSERT_EQ(::sigaction(SIGALRM, &action, &savedAction), 0);
   std::array<int, 2> ends;
-  ASSERT_EQ(pipe(ends.data()), 0);
+  ASSERT_EQ(::pipe(ends.data()), 0);
   StandardErrorReplaced replaced(ends[1]);
 
   sigset_t alarmSignal, savedSignals;
@@ -197,14 +199,14 @@ TEST(LogLine, SurvivesSignalsWhileReaderIsSlow) {
   });
   pthread_sigmask(SIG_SETMASK, &savedSignals, nullptr);
   const itimerval everyMillisecond{{0, 1000}, {0, 1000}}, never{};
-  setitimer(ITIMER_REAL, &everyMillisecond, nullptr);
+  ::setitimer(ITIMER_REAL, &everyMillisecond, nullptr);
   const std::string text(1'000'000, 'x');
   kt::writeLogLine(text);
-  setitimer(ITIMER_REAL, &never, nullptr);
+  ::setitimer(ITIMER_REAL, &never, nullptr);
   replaced.restore();
   reader.join();
-  close(ends[0]);
-  sigaction(SIGALRM, &savedAction, nullptr);
+  ::close(ends[0]);
+  ::sigaction(SIGALRM, &savedAction, nullptr);
   EXPECT_TRUE(withoutPrefix(seen) == text + "\n") << seen.size() << " bytes";
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// A child process in namespaces of its own, for tests that change what belongs to the machine: its
-// name, its mounts.
+// Runs a test in a child process with its own namespaces, so that it may change the host name or
+// the mounts.
 #ifndef KT_TESTS_FOUNDATION_NAMESPACES_H
 #define KT_TESTS_FOUNDATION_NAMESPACES_H
 
@@ -16,7 +16,8 @@
 
 namespace kt::test {
 
-// Gives the user and the group of this process the same numbers in its new user namespace.
+// Maps the user and the group of this process to the same ids in its new user namespace. Returns
+// whether that succeeded.
 inline bool keepIdentity(const std::string &user, const std::string &group) {
   const auto isWritten = [](const char *path, const std::string &text) {
     return static_cast<bool>((std::ofstream(path) << text).flush());
@@ -26,26 +27,26 @@ inline bool keepIdentity(const std::string &user, const std::string &group) {
          isWritten("/proc/self/gid_map", group + ' ' + group + " 1\n");
 }
 
-// Runs `body` in a child process with a user namespace, where it has all privileges under its own
-// user id, and the namespaces of `flags` (CLONE_NEWUTS, ...). Returns what `body` returned, false
-// too when it threw; nothing when the system gives no namespaces.
+// Runs `body` in a child process with a new user namespace and the namespaces of `flags`, such as
+// CLONE_NEWUTS. The child keeps its user id and has all privileges there. Returns the result of
+// `body`, false if it throws, and nothing if the system refuses to make the namespaces.
 template <typename Body>
 std::optional<bool> inNamespaces(int flags, Body body) {
-  constexpr int noNamespaces = 77;
-  const pid_t child = fork();
+  constexpr int noNamespaces = 77;  // exit status of the child
+  const pid_t child = ::fork();
   if (child < 0) return std::nullopt;
   if (child == 0) {
-    const std::string user = std::to_string(getuid());
-    const std::string group = std::to_string(getgid());
-    if (unshare(CLONE_NEWUSER | flags) != 0 || !keepIdentity(user, group)) _exit(noNamespaces);
+    const std::string user = std::to_string(::getuid());
+    const std::string group = std::to_string(::getgid());
+    if (::unshare(CLONE_NEWUSER | flags) != 0 || !keepIdentity(user, group)) ::_exit(noNamespaces);
     try {
-      _exit(body() ? 0 : 1);
+      ::_exit(body() ? 0 : 1);
     } catch (const std::exception &) {
-      _exit(1);
+      ::_exit(1);
     }
   }
   int status = 0;
-  if (waitpid(child, &status, 0) != child) return std::nullopt;
+  if (::waitpid(child, &status, 0) != child) return std::nullopt;
   if (WIFEXITED(status) && WEXITSTATUS(status) == noNamespaces) return std::nullopt;
   return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// Escapes inside quoted strings, value by value.
+// How the parser reads escapes in quoted strings.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -12,21 +12,18 @@
 #include "kt/foundation/PropertyList.h"
 #include "tests/foundation/PropertyListSupport.h"
 
+namespace kt::test {
 namespace {
 
-using kt::test::errorOf;
-using kt::test::inQuotes;
-using kt::test::RandomValues;
-using kt::test::stringOf;
 using namespace std::string_literals;
 
 constexpr const char *replacement = "\uFFFD";
 
-bool isRefused(std::string_view text) {
+bool isRejected(std::string_view text) {
   return errorOf(text).has_value();
 }
 
-TEST(PropertyListEscapes, ACharacterBehindABackslashStandsForItselfUnlessItHasAMeaning) {
+TEST(PropertyListEscapes, CharacterWithoutMeaningStandsForItself) {
   const std::string meanings = "a\ab\bf\fn\nr\rt\tv\v";
   for (int code = 0; code < 128; ++code) {
     const char character = static_cast<char>(code);
@@ -38,23 +35,23 @@ TEST(PropertyListEscapes, ACharacterBehindABackslashStandsForItselfUnlessItHasAM
   }
 }
 
-TEST(PropertyListEscapes, ALineFeedBehindABackslashStandsForItself) {
+TEST(PropertyListEscapes, LineFeedStandsForItself) {
   EXPECT_EQ(stringOf("\"a\\\nb\""), "a\nb");
   EXPECT_EQ(stringOf("\"a\\\r\nb\""), "a\r\nb");
 }
 
-TEST(PropertyListEscapes, ANonAsciiCharacterBehindABackslashStandsForItself) {
+TEST(PropertyListEscapes, NonAsciiCharacterStandsForItself) {
   EXPECT_EQ(stringOf("\"\\\u00E9\\\U0001F600\""), "\u00E9\U0001F600");
   EXPECT_EQ(stringOf("\"\\\xE2\x82x\""), replacement + "x"s);
 }
 
-TEST(PropertyListEscapes, HexadecimalEscapesOfOtherLanguagesAreNone) {
+TEST(PropertyListEscapes, HexadecimalEscapesAreNotSupported) {
   EXPECT_EQ(stringOf("\"\\x41\""), "x41");
 }
 
 // ---- Octal escapes ----
 
-// The NEXTSTEP character set from 0200 to 0375, as published by Unicode, sixteen codes to a line.
+// The NEXTSTEP characters from 0200 to 0375, as published by Unicode, 16 per line.
 constexpr std::string_view nextstepText =
     "\u00A0ÀÁÂÃÄÅÇÈÉÊËÌÍÎÏ"
     "ÐÑÒÓÔÕÖÙÚÛÜÝÞµ×÷"
@@ -71,7 +68,7 @@ std::vector<std::string> nextstepCharacters() {
     if ((byte & 0xC0) != 0x80) characters.emplace_back();
     characters.back() += byte;
   }
-  characters.insert(characters.end(), 2, replacement);  // 0376 and 0377 have none
+  characters.insert(characters.end(), 2, replacement);  // 0376 and 0377 are unassigned
   return characters;
 }
 
@@ -106,7 +103,7 @@ TEST(PropertyListEscapes, OctalEscapesFrom0200AreNextstepCharacters) {
   }
 }
 
-TEST(PropertyListEscapes, OctalEscapesTakeThreeDigitsAtMost) {
+TEST(PropertyListEscapes, OctalEscapesTakeAtMostThreeDigits) {
   EXPECT_EQ(stringOf("\"\\1018\""), "A8");
   EXPECT_EQ(stringOf("\"\\1011\""), "A1");
   EXPECT_EQ(stringOf("\"\\08\""), "\0"s + "8");
@@ -114,13 +111,13 @@ TEST(PropertyListEscapes, OctalEscapesTakeThreeDigitsAtMost) {
   EXPECT_EQ(stringOf("\"\\8\""), "8");
 }
 
-TEST(PropertyListEscapes, OctalEscapesPast0377AreRefused) {
+TEST(PropertyListEscapes, OctalEscapesAbove0377AreRejected) {
   for (int code = 0400; code <= 0777; ++code) {
-    EXPECT_TRUE(isRefused(inQuotes('\\' + octal(code, 3)))) << octal(code, 3);
+    EXPECT_TRUE(isRejected(inQuotes('\\' + octal(code, 3)))) << octal(code, 3);
   }
 }
 
-// \U escapes
+// ---- Unicode escapes ----
 
 TEST(PropertyListEscapes, UnicodeEscapesTakeOneToFourDigits) {
   EXPECT_EQ(stringOf("\"\\U9\""), "\t");
@@ -133,20 +130,21 @@ TEST(PropertyListEscapes, UnicodeEscapesTakeOneToFourDigits) {
   EXPECT_EQ(stringOf("\"\\U0000\""), "\0"s);
 }
 
-TEST(PropertyListEscapes, UnicodeEscapesWithoutADigitAreRefused) {
+TEST(PropertyListEscapes, UnicodeEscapesWithoutDigitAreRejected) {
   for (const char *text :
        {"\"\\U\"", "\"\\u\"", "\"\\Ug\"", "\"\\U 41\"", "\"\\U", "\"\\U\\U41\""}) {
-    EXPECT_TRUE(isRefused(text)) << text;
+    EXPECT_TRUE(isRejected(text)) << text;
   }
 }
 
+// Returns the escape of one UTF-16 code unit.
 std::string unit(unsigned code) {
   std::array<char, 8> text{};
   std::snprintf(text.data(), text.size(), "\\U%04x", code);
   return text.data();
 }
 
-TEST(PropertyListEscapes, EveryUnitOfTheBasicPlaneIsItsCharacter) {
+TEST(PropertyListEscapes, UnicodeEscapesCoverBasicPlane) {
   for (unsigned code = 0x80; code < 0x10000; ++code) {
     if (code >= 0xD800 && code <= 0xDFFF) continue;
     std::string expected;
@@ -155,7 +153,7 @@ TEST(PropertyListEscapes, EveryUnitOfTheBasicPlaneIsItsCharacter) {
   }
 }
 
-TEST(PropertyListEscapes, SurrogatePairsAreJoined) {
+TEST(PropertyListEscapes, SurrogatePairsFormOneCharacter) {
   for (const unsigned high : {0xD800u, 0xD801u, 0xD83Du, 0xDBFEu, 0xDBFFu}) {
     for (unsigned low = 0xDC00; low <= 0xDFFF; ++low) {
       std::string expected;
@@ -166,13 +164,13 @@ TEST(PropertyListEscapes, SurrogatePairsAreJoined) {
   EXPECT_EQ(stringOf("\"\\ud83d\\UDE00\""), "\U0001F600");
 }
 
-TEST(PropertyListEscapes, ALoneSurrogateIsTheReplacementCharacter) {
+TEST(PropertyListEscapes, LoneSurrogateBecomesReplacementCharacter) {
   for (unsigned code = 0xD800; code <= 0xDFFF; ++code) {
     ASSERT_EQ(stringOf(inQuotes(unit(code))), replacement) << unit(code);
   }
 }
 
-TEST(PropertyListEscapes, WhatFollowsALoneSurrogateIsReadForItself) {
+TEST(PropertyListEscapes, TextAfterLoneSurrogateIsKept) {
   const std::string mark = replacement;
   EXPECT_EQ(stringOf("\"\\Ud83dx\""), mark + "x");
   EXPECT_EQ(stringOf("\"\\Ud83d\\n\""), mark + "\n");
@@ -181,7 +179,8 @@ TEST(PropertyListEscapes, WhatFollowsALoneSurrogateIsReadForItself) {
   EXPECT_EQ(stringOf("\"\\Ude00\\Ud83d\""), mark + mark);
   EXPECT_EQ(stringOf("\"\\Ud83d\u00E9\""), mark + "\u00E9");
   EXPECT_EQ(stringOf("\"\\Ud83d\\\\Ude00\""), mark + "\\Ude00");
-  EXPECT_TRUE(isRefused("\"\\Ud83d\\U\""));
+  EXPECT_TRUE(isRejected("\"\\Ud83d\\U\""));
 }
 
 }  // namespace
+}  // namespace kt::test

@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: MIT
 
-// What the tests of property lists share: short names for reading, and random values.
+// Helpers for the tests of property lists: parsing in one call, and random values.
 #ifndef KT_TESTS_FOUNDATION_PROPERTYLISTSUPPORT_H
 #define KT_TESTS_FOUNDATION_PROPERTYLISTSUPPORT_H
 
 #include <cstdint>
 #include <optional>
+#include <ostream>
 #include <random>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "kt/foundation/PropertyList.h"
 
 namespace kt {
 
-// How GoogleTest prints values.
+// GoogleTest prints values by these.
 inline void PrintTo(const PropertyList &value, std::ostream *stream) {
   *stream << value.description();
 }
@@ -27,7 +27,7 @@ inline void PrintTo(const Dictionary &value, std::ostream *stream) {
 
 namespace kt::test {
 
-// The error that reading `text` ends with; nothing when it is a property list.
+// Returns the error of parsing `text`, or nothing if it is a property list.
 inline std::optional<PropertyListError> errorOf(std::string_view text) {
   try {
     (void)PropertyList::parse(text);
@@ -37,11 +37,12 @@ inline std::optional<PropertyListError> errorOf(std::string_view text) {
   }
 }
 
-// The string that `text` reads as; a mark when it is an error or something else.
+// Returns the string that parsing `text` returns. If that fails or returns another kind of value,
+// returns a text in brackets that says so.
 inline std::string stringOf(std::string_view text) {
   if (const auto error = errorOf(text)) return std::string("[error] ") + error->what();
   const PropertyList value = PropertyList::parse(text);
-  return value.asString() != nullptr ? *value.asString() : "[no string] " + value.description();
+  return value.asString() != nullptr ? *value.asString() : "[not a string] " + value.description();
 }
 
 inline std::string inQuotes(std::string_view content) {
@@ -57,12 +58,13 @@ inline std::string repeated(std::string_view part, std::size_t count) {
   return text;
 }
 
-// Random values from a seed. Strings are well-formed UTF-8 of every plane, NUL and the control
-// characters among them; there are no numbers, which would come back from text as strings.
+// Random values from a seed. Strings are valid UTF-8 with characters from all planes, including NUL
+// and other control characters. There are no numbers, because they are read back as strings.
 class RandomValues {
  public:
   explicit RandomValues(std::uint32_t seed) : engine_(seed) {}
 
+  // Returns a value with at most `depth` containers around its innermost values.
   PropertyList value(int depth) {
     switch (below(depth > 0 ? 6 : 3)) {
       case 0:
@@ -110,30 +112,12 @@ class RandomValues {
     return text;
   }
 
+  // Returns a number n with n < bound.
   std::uint32_t below(std::uint32_t bound) {
     return std::uniform_int_distribution<std::uint32_t>(0, bound - 1)(engine_);
   }
 
- private:
-  void appendCharacter(std::string &text, std::uint32_t alphabet) {
-    static constexpr std::string_view bare = "abcxyzABCXYZ0189_.";
-    if (alphabet == 0) {
-      text += bare[below(static_cast<std::uint32_t>(bare.size()))];
-    } else if (alphabet == 1) {
-      text += static_cast<char>(below(128));
-    } else {
-      appendEncoded(text, beyondAscii());
-    }
-  }
-
-  std::uint32_t beyondAscii() {
-    static constexpr std::uint32_t planes[] = {0x800, 0xD800, 0x10000, 0x110000};
-    const std::uint32_t code = 0x80 + below(planes[below(4)] - 0x80);
-    return code >= 0xD800 && code <= 0xDFFF ? 0xFFFD : code;
-  }
-
- public:
-  // Appends the character in UTF-8; `code` is beyond ASCII.
+  // Appends the character in UTF-8. Requires: 0x80 <= code && code <= 0x10FFFF.
   static void appendEncoded(std::string &text, std::uint32_t code) {
     const auto byte = [&text](std::uint32_t bits) { text += static_cast<char>(bits); };
     if (code < 0x800) {
@@ -150,6 +134,23 @@ class RandomValues {
   }
 
  private:
+  void appendCharacter(std::string &text, std::uint32_t alphabet) {
+    static constexpr std::string_view bare = "abcxyzABCXYZ0189_.";
+    if (alphabet == 0) {
+      text += bare[below(static_cast<std::uint32_t>(bare.size()))];
+    } else if (alphabet == 1) {
+      text += static_cast<char>(below(128));
+    } else {
+      appendEncoded(text, nonAsciiCode());
+    }
+  }
+
+  std::uint32_t nonAsciiCode() {
+    static constexpr std::uint32_t planes[] = {0x800, 0xD800, 0x10000, 0x110000};
+    const std::uint32_t code = 0x80 + below(planes[below(4)] - 0x80);
+    return code >= 0xD800 && code <= 0xDFFF ? 0xFFFD : code;
+  }
+
   std::mt19937 engine_;
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// Values nested as deep as no stack could follow: each test works on a thread whose stack is small.
+// Values nested too deeply for recursion. The tests run on threads with small stacks.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -15,20 +15,22 @@
 #include "kt/foundation/PropertyList.h"
 #include "tests/foundation/PropertyListSupport.h"
 
+namespace kt::test {
 namespace {
 
-thread_local std::size_t allocationCount = 0;
+thread_local std::size_t allocationCount = 0;  // allocations by this thread
 
 }  // namespace
+}  // namespace kt::test
 
-// Counts what a thread allocates. Not inlined, since the compiler would take the free() in one for
-// a mistake about the other.
+// These operators count allocations. They are not inlined: the compiler would warn about memory
+// that comes from operator new and goes to free().
 [[gnu::noinline]] void *operator new(std::size_t size, const std::nothrow_t &) noexcept {
-  ++allocationCount;
+  ++kt::test::allocationCount;
   return std::malloc(size);
 }
 [[gnu::noinline]] void *operator new(std::size_t size) {
-  if (void *memory = operator new(size, std::nothrow)) return memory;
+  if (void *memory = operator new(size, std::nothrow); memory != nullptr) return memory;
   throw std::bad_alloc();
 }
 [[gnu::noinline]] void operator delete(void *memory) noexcept {
@@ -41,16 +43,14 @@ thread_local std::size_t allocationCount = 0;
   std::free(memory);
 }
 
+namespace kt::test {
 namespace {
 
-using kt::Array;
-using kt::Dictionary;
-using kt::PropertyList;
-using kt::test::RandomValues;
+constexpr int depth = 100'000;
+constexpr std::size_t smallStack =
+    128 * 1024;  // bytes; a call for each of 100,000 levels needs more
 
-constexpr int depth = 100000;
-constexpr std::size_t smallStack = 128 * 1024;  // a frame of each of 100,000 levels would not fit
-
+// Runs `body` on a thread with a small stack.
 void onSmallStack(std::function<void()> body) {
   pthread_attr_t attributes;
   ASSERT_EQ(pthread_attr_init(&attributes), 0);
@@ -65,7 +65,7 @@ void onSmallStack(std::function<void()> body) {
   ASSERT_EQ(pthread_attr_destroy(&attributes), 0);
 }
 
-// One more level around `inner`.
+// Returns a container around `inner`.
 using Level = PropertyList (*)(PropertyList inner);
 
 PropertyList loneElement(PropertyList inner) {
@@ -114,7 +114,7 @@ INSTANTIATE_TEST_SUITE_P(EachShape, DeepPropertyList,
                          testing::Values(loneElement, loneEntry, elementAmongContainers,
                                          firstElement, lastEntry));
 
-TEST_P(DeepPropertyList, DeepValuesAreCopiedComparedAndDestroyed) {
+TEST_P(DeepPropertyList, IsCopiedComparedAndDestroyed) {
   onSmallStack([] {
     const PropertyList value = nested(depth, GetParam());
     const PropertyList copy = value;
@@ -123,7 +123,7 @@ TEST_P(DeepPropertyList, DeepValuesAreCopiedComparedAndDestroyed) {
   });
 }
 
-TEST_P(DeepPropertyList, DeepValuesAreAssigned) {
+TEST_P(DeepPropertyList, IsAssigned) {
   onSmallStack([] {
     PropertyList value = nested(depth, GetParam());
     const PropertyList copy = value;
@@ -136,8 +136,8 @@ TEST_P(DeepPropertyList, DeepValuesAreAssigned) {
   });
 }
 
-// The first levels are destroyed in another way than those below them.
-TEST_P(DeepPropertyList, EveryDepthUpTo100IsCopiedComparedAndDestroyed) {
+// The first levels are destroyed differently from those below.
+TEST_P(DeepPropertyList, IsCopiedComparedAndDestroyedAtEveryDepthUpTo100) {
   for (int levels = 0; levels <= 100; ++levels) {
     const PropertyList value = nested(levels, GetParam());
     const PropertyList copy = value;
@@ -146,7 +146,7 @@ TEST_P(DeepPropertyList, EveryDepthUpTo100IsCopiedComparedAndDestroyed) {
   }
 }
 
-TEST_P(DeepPropertyList, DestroyingAllocatesNothing) {
+TEST_P(DeepPropertyList, IsDestroyedWithoutAllocation) {
   onSmallStack([] {
     auto value = std::make_unique<PropertyList>(nested(depth, GetParam()));
     const std::size_t before = allocationCount;
@@ -155,17 +155,16 @@ TEST_P(DeepPropertyList, DestroyingAllocatesNothing) {
   });
 }
 
-TEST(PropertyListTree, DeepValuesAreWritten) {
+TEST(PropertyListTree, WritesDeepValues) {
   onSmallStack([] {
     const std::string arrays = nested(depth, loneElement).description();
-    EXPECT_EQ(arrays, kt::test::repeated("( ", depth) + "x" + kt::test::repeated(" )", depth));
+    EXPECT_EQ(arrays, repeated("( ", depth) + "x" + repeated(" )", depth));
     const std::string dictionaries = nested(depth, loneEntry).description();
-    EXPECT_EQ(dictionaries,
-              kt::test::repeated("{ k = ", depth) + "x" + kt::test::repeated("; }", depth));
+    EXPECT_EQ(dictionaries, repeated("{ k = ", depth) + "x" + repeated("; }", depth));
   });
 }
 
-TEST(PropertyListTree, DeepDictionariesAndArraysAreOrdinaryValuesThemselves) {
+TEST(PropertyListTree, CopiesDeepDictionariesAndArrays) {
   onSmallStack([] {
     Dictionary dictionary = *nested(depth, loneEntry).asDictionary();
     const Dictionary copy = dictionary;
@@ -179,7 +178,7 @@ TEST(PropertyListTree, DeepDictionariesAndArraysAreOrdinaryValuesThemselves) {
   });
 }
 
-TEST(PropertyListTree, ADeepValueIsReplacedByOneFromItsMiddle) {
+TEST(PropertyListTree, AssignsValueFromItsOwnMiddle) {
   onSmallStack([] {
     PropertyList value = nested(depth, firstElement);
     const PropertyList *middle = &value;
@@ -191,16 +190,16 @@ TEST(PropertyListTree, ADeepValueIsReplacedByOneFromItsMiddle) {
   });
 }
 
-TEST(PropertyListTree, AMillionLevels) {
+TEST(PropertyListTree, CopiesAndWritesMillionLevels) {
   onSmallStack([] {
-    const PropertyList value = nested(1000000, firstElement);
+    const PropertyList value = nested(1'000'000, firstElement);
     const PropertyList copy = value;
     EXPECT_TRUE(copy == value);
     EXPECT_EQ(copy.description(), value.description());
   });
 }
 
-TEST(PropertyListTree, ADifferenceAtTheDeepestLevelIsSeen) {
+TEST(PropertyListTree, FindsDifferenceAtDeepestLevel) {
   onSmallStack([] {
     PropertyList left = "x";
     PropertyList right = "y";
@@ -212,9 +211,8 @@ TEST(PropertyListTree, ADifferenceAtTheDeepestLevelIsSeen) {
   });
 }
 
-// Every tree of random shape loses all its memory, whatever order it is taken apart in; the
-// sanitizers watch.
-TEST(PropertyListTree, TreesOfRandomShapeAreCopiedComparedAndDestroyed) {
+// The sanitizers check that every tree frees all its memory.
+TEST(PropertyListTree, CopiesRandomShapes) {
   constexpr std::uint32_t seed = 20260104;
   SCOPED_TRACE(seed);
   RandomValues random(seed);
@@ -226,10 +224,11 @@ TEST(PropertyListTree, TreesOfRandomShapeAreCopiedComparedAndDestroyed) {
   }
 }
 
-TEST(PropertyListTree, WideValuesAreCopiedComparedAndDestroyed) {
-  const PropertyList value = Array(1000000, Array{"a"});
+TEST(PropertyListTree, CopiesWideValues) {
+  const PropertyList value = Array(1'000'000, Array{"a"});
   const PropertyList copy = value;
   EXPECT_TRUE(copy == value);
 }
 
 }  // namespace
+}  // namespace kt::test

@@ -13,12 +13,8 @@
 
 #include "tests/foundation/PropertyListSupport.h"
 
+namespace kt::test {
 namespace {
-
-using kt::Array;
-using kt::Data;
-using kt::Dictionary;
-using kt::PropertyList;
 
 constexpr std::int32_t smallest = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t largest = std::numeric_limits<std::int32_t>::max();
@@ -33,12 +29,12 @@ std::vector<std::string> keysOf(const Dictionary &dictionary) {
 
 // ---- Kinds ----
 
-TEST(PropertyList, TheDefaultValueIsTheEmptyString) {
+TEST(PropertyList, IsEmptyStringByDefault) {
   EXPECT_EQ(PropertyList(), PropertyList(""));
   EXPECT_EQ(*PropertyList().asString(), "");
 }
 
-TEST(PropertyList, EachKindAnswersToItsOwnNameOnly) {
+TEST(PropertyList, ConvertsToItsOwnKindOnly) {
   const PropertyList values[] = {"text", 1, Data(), Array(), Dictionary()};
   for (std::size_t kind = 0; kind < std::size(values); ++kind) {
     EXPECT_EQ(values[kind].asString() != nullptr, kind == 0);
@@ -48,7 +44,7 @@ TEST(PropertyList, EachKindAnswersToItsOwnNameOnly) {
   }
 }
 
-TEST(PropertyList, ValuesAreWhatTheyWereMadeOf) {
+TEST(PropertyList, HoldsWhatItWasMadeFrom) {
   EXPECT_EQ(*PropertyList("a").asString(), "a");
   EXPECT_EQ(*PropertyList(std::string_view("b")).asString(), "b");
   EXPECT_EQ(*PropertyList(std::string("c\0d", 3)).asString(), std::string("c\0d", 3));
@@ -57,7 +53,7 @@ TEST(PropertyList, ValuesAreWhatTheyWereMadeOf) {
   EXPECT_EQ(*PropertyList(Dictionary{{"a", 1}}).asDictionary(), (Dictionary{{"a", 1}}));
 }
 
-TEST(PropertyList, AValueIsSmallAndMovesWithoutThrowing) {
+TEST(PropertyList, IsSmallAndMovesWithoutThrowing) {
   EXPECT_LE(sizeof(PropertyList), sizeof(std::string) + sizeof(std::uint64_t));
   EXPECT_TRUE(std::is_nothrow_move_constructible_v<PropertyList>);
   EXPECT_TRUE(std::is_nothrow_move_assignable_v<PropertyList>);
@@ -67,7 +63,7 @@ TEST(PropertyList, AValueIsSmallAndMovesWithoutThrowing) {
 
 // ---- Equality ----
 
-TEST(PropertyList, ValuesOfDifferentKindsAreNeverEqual) {
+TEST(PropertyList, DiffersFromValuesOfOtherKinds) {
   const PropertyList values[] = {"", 0, Data(), Array(), Dictionary(), "0", "()", "{}"};
   for (std::size_t left = 0; left < std::size(values); ++left) {
     for (std::size_t right = 0; right < std::size(values); ++right) {
@@ -76,7 +72,7 @@ TEST(PropertyList, ValuesOfDifferentKindsAreNeverEqual) {
   }
 }
 
-TEST(PropertyList, EqualIntegersAreEqualWhateverTypeTheyCameFrom) {
+TEST(PropertyList, EqualsSameIntegerOfAnotherType) {
   EXPECT_EQ(PropertyList(7), PropertyList(std::uint64_t{7}));
   EXPECT_EQ(PropertyList(-7), PropertyList(std::int64_t{-7}));
   EXPECT_EQ(PropertyList(true), PropertyList(1));
@@ -85,14 +81,14 @@ TEST(PropertyList, EqualIntegersAreEqualWhateverTypeTheyCameFrom) {
   EXPECT_NE(PropertyList(-1), PropertyList(1));
 }
 
-TEST(PropertyList, ArraysAreEqualElementByElement) {
+TEST(PropertyList, ComparesArraysByElement) {
   EXPECT_EQ(PropertyList(Array{"a", "b"}), PropertyList(Array{"a", "b"}));
   EXPECT_NE(PropertyList(Array{"a", "b"}), PropertyList(Array{"b", "a"}));
   EXPECT_NE(PropertyList(Array{"a"}), PropertyList(Array{"a", "a"}));
   EXPECT_NE(PropertyList(Array{Array{"a", Array{1}}}), PropertyList(Array{Array{"a", Array{2}}}));
 }
 
-TEST(PropertyList, EqualityOfDictionariesIgnoresTheOrderOfEntries) {
+TEST(PropertyList, ComparesDictionariesWithoutOrder) {
   EXPECT_EQ((Dictionary{{"a", 1}, {"b", 2}}), (Dictionary{{"b", 2}, {"a", 1}}));
   EXPECT_NE((Dictionary{{"a", 1}}), (Dictionary{{"a", 2}}));
   EXPECT_NE((Dictionary{{"a", 1}}), (Dictionary{{"b", 1}}));
@@ -100,9 +96,9 @@ TEST(PropertyList, EqualityOfDictionariesIgnoresTheOrderOfEntries) {
   EXPECT_NE(PropertyList(Array{Dictionary{{"a", 1}}}), PropertyList(Array{Dictionary{{"b", 1}}}));
 }
 
-// intValue
+// ---- intValue ----
 
-TEST(PropertyList, IntValueOfANumberSaturates) {
+TEST(PropertyList, IntValueOfNumberSaturates) {
   EXPECT_EQ(PropertyList(0).intValue(), 0);
   EXPECT_EQ(PropertyList(-5).intValue(), -5);
   EXPECT_EQ(PropertyList(true).intValue(), 1);
@@ -114,7 +110,7 @@ TEST(PropertyList, IntValueOfANumberSaturates) {
   EXPECT_EQ(PropertyList(std::numeric_limits<std::int64_t>::min()).intValue(), smallest);
 }
 
-TEST(PropertyList, IntValueOfAStringIsItsLeadingInteger) {
+TEST(PropertyList, IntValueOfStringIsLeadingInteger) {
   EXPECT_EQ(PropertyList("42").intValue(), 42);
   EXPECT_EQ(PropertyList("+42").intValue(), 42);
   EXPECT_EQ(PropertyList("-42").intValue(), -42);
@@ -132,15 +128,15 @@ TEST(PropertyList, IntValueWithoutDigitsIsZero) {
   }
 }
 
-TEST(PropertyList, IntValueOfAStringSaturates) {
+TEST(PropertyList, IntValueOfStringSaturates) {
   EXPECT_EQ(PropertyList("2147483647").intValue(), largest);
   EXPECT_EQ(PropertyList("2147483648").intValue(), largest);
   EXPECT_EQ(PropertyList("-2147483648").intValue(), smallest);
   EXPECT_EQ(PropertyList("-2147483649").intValue(), smallest);
   EXPECT_EQ(PropertyList("18446744073709551616").intValue(), largest);
   EXPECT_EQ(PropertyList("-18446744073709551617").intValue(), smallest);
-  EXPECT_EQ(PropertyList(std::string(10000, '9')).intValue(), largest);
-  EXPECT_EQ(PropertyList(std::string(10000, '0') + '3').intValue(), 3);
+  EXPECT_EQ(PropertyList(std::string(10'000, '9')).intValue(), largest);
+  EXPECT_EQ(PropertyList(std::string(10'000, '0') + '3').intValue(), 3);
 }
 
 TEST(PropertyList, IntValueOfOtherKindsIsZero) {
@@ -151,7 +147,7 @@ TEST(PropertyList, IntValueOfOtherKindsIsZero) {
 
 // ---- Copies and moves ----
 
-TEST(PropertyList, ACopyIsEqualAndIndependent) {
+TEST(PropertyList, CopyIsEqualAndIndependent) {
   Dictionary original{{"a", Array{1, "text longer than a small string", Data{std::byte{2}}}},
                       {"b", Dictionary{{"c", "d"}}}};
   const Dictionary copy = original;
@@ -162,7 +158,7 @@ TEST(PropertyList, ACopyIsEqualAndIndependent) {
             "{ a = ( 1, \"text longer than a small string\", <02> ); b = { c = d; }; }");
 }
 
-TEST(PropertyList, AMoveTakesTheValueAlong) {
+TEST(PropertyList, MoveTransfersValue) {
   for (const PropertyList &value :
        {PropertyList("text"), PropertyList(7), PropertyList(Array{1, 2}),
         PropertyList(Dictionary{{"a", Array{1}}})}) {
@@ -176,7 +172,7 @@ TEST(PropertyList, AMoveTakesTheValueAlong) {
   }
 }
 
-TEST(PropertyList, AnyKindCanBeAssignedToAnyOther) {
+TEST(PropertyList, AssignsAnyKindToAnyOther) {
   const PropertyList values[] = {"text", 1, Data{std::byte{1}}, Array{1}, Dictionary{{"a", 1}}};
   for (const PropertyList &from : values) {
     for (const PropertyList &to : values) {
@@ -187,7 +183,7 @@ TEST(PropertyList, AnyKindCanBeAssignedToAnyOther) {
   }
 }
 
-TEST(PropertyList, AssigningAValueToItselfKeepsIt) {
+TEST(PropertyList, KeepsValueOnSelfAssignment) {
   const std::string longText(100, 'x');
   const std::vector<PropertyList> values{
       "short", longText, 7, Data{std::byte{1}}, Array{1, Array{"a"}}, Dictionary{{"a", longText}}};
@@ -201,7 +197,7 @@ TEST(PropertyList, AssigningAValueToItselfKeepsIt) {
   }
 }
 
-TEST(PropertyList, AValueMayBeAssignedFromInsideItself) {
+TEST(PropertyList, AssignsFromInsideItself) {
   PropertyList value = Array{1, Array{"a", Array{"b"}}};
   value = value.asArray()->at(1);
   EXPECT_EQ(value, PropertyList(Array{"a", Array{"b"}}));
@@ -209,13 +205,13 @@ TEST(PropertyList, AValueMayBeAssignedFromInsideItself) {
   EXPECT_EQ(value, PropertyList(Array{"b"}));
 }
 
-TEST(PropertyList, AValueMayBeMovedOutOfItself) {
+TEST(PropertyList, MovesFromInsideItself) {
   PropertyList value = Array{1, Array{"a", "b"}};
   value = std::move(const_cast<PropertyList &>(value.asArray()->at(1)));
   EXPECT_EQ(value, PropertyList(Array{"a", "b"}));
 }
 
-TEST(PropertyList, AValueMayBePutIntoACopyOfItself) {
+TEST(PropertyList, MayContainCopiesOfItself) {
   PropertyList value = Array{1};
   value = Array{value, value};
   EXPECT_EQ(value.description(), "( ( 1 ), ( 1 ) )");
@@ -223,27 +219,27 @@ TEST(PropertyList, AValueMayBePutIntoACopyOfItself) {
 
 // ---- Dictionaries ----
 
-TEST(Dictionary, EntriesAreWalkedInTheOrderOfTheirKeysBytes) {
+TEST(Dictionary, IteratesInByteOrderOfKeys) {
   const Dictionary dictionary{{"b", 1}, {"\u00E9", 2}, {"B", 3}, {"", 4}, {"a", 5}, {"ab", 6}};
   EXPECT_EQ(keysOf(dictionary), (std::vector<std::string>{"", "B", "a", "ab", "b", "\u00E9"}));
 }
 
-TEST(Dictionary, OfEntriesWithTheSameKeyTheLastStays) {
+TEST(Dictionary, KeepsLastEntryOfSameKey) {
   const Dictionary dictionary{{"a", 1}, {"b", 1}, {"a", 2}, {"c", 1}, {"b", 2}, {"a", 3}};
   EXPECT_EQ(dictionary.description(), "{ a = 3; b = 2; c = 1; }");
 }
 
-TEST(Dictionary, FindGivesTheValueOrNull) {
+TEST(Dictionary, FindReturnsValueOrNull) {
   const Dictionary dictionary{{"a", 1}, {"c", 3}};
-  ASSERT_TRUE(dictionary.find("c"));
+  ASSERT_NE(dictionary.find("c"), nullptr);
   EXPECT_EQ(*dictionary.find("c"), PropertyList(3));
   for (const char *key : {"", "A", "b", "cc", "d"}) {
-    EXPECT_FALSE(dictionary.find(key)) << key;
+    EXPECT_EQ(dictionary.find(key), nullptr) << key;
   }
-  EXPECT_FALSE(Dictionary().find("a"));
+  EXPECT_EQ(Dictionary().find("a"), nullptr);
 }
 
-TEST(Dictionary, KeysMayHoldAnyBytes) {
+TEST(Dictionary, AcceptsAnyBytesInKeys) {
   Dictionary dictionary;
   dictionary[std::string_view("a\0b", 3)] = 1;
   dictionary["a"] = 2;
@@ -253,7 +249,7 @@ TEST(Dictionary, KeysMayHoldAnyBytes) {
   EXPECT_EQ(dictionary.find("\xFF")->intValue(), 3);
 }
 
-TEST(Dictionary, SubscriptInsertsAnEmptyStringWhenTheKeyIsAbsent) {
+TEST(Dictionary, SubscriptInsertsEmptyStringForNewKey) {
   Dictionary dictionary;
   EXPECT_EQ(dictionary["b"], PropertyList(""));
   dictionary["b"] = 2;
@@ -263,7 +259,7 @@ TEST(Dictionary, SubscriptInsertsAnEmptyStringWhenTheKeyIsAbsent) {
   EXPECT_EQ(dictionary.description(), "{ a = 1; b = 2; c = 3; }");
 }
 
-TEST(Dictionary, ContainsAndSizeFollowTheEntries) {
+TEST(Dictionary, ContainsAndSizeFollowEntries) {
   Dictionary dictionary;
   EXPECT_TRUE(dictionary.empty());
   dictionary["a"] = 1;
@@ -273,14 +269,14 @@ TEST(Dictionary, ContainsAndSizeFollowTheEntries) {
   EXPECT_FALSE(dictionary.contains("b"));
 }
 
-TEST(Dictionary, EraseSaysWhetherThereWasAnEntry) {
+TEST(Dictionary, EraseReturnsWhetherKeyExisted) {
   Dictionary dictionary{{"a", 1}, {"b", 2}, {"c", 3}};
   EXPECT_TRUE(dictionary.erase("b"));
   EXPECT_FALSE(dictionary.erase("b"));
   EXPECT_EQ(dictionary, (Dictionary{{"a", 1}, {"c", 3}}));
 }
 
-TEST(Dictionary, AMovedFromDictionaryCanBeUsedAgain) {
+TEST(Dictionary, CanBeUsedAgainAfterMove) {
   Dictionary source{{"a", 1}};
   const Dictionary target = std::move(source);
   source = Dictionary{{"b", 2}};
@@ -289,7 +285,7 @@ TEST(Dictionary, AMovedFromDictionaryCanBeUsedAgain) {
   EXPECT_EQ(target, (Dictionary{{"a", 1}}));
 }
 
-TEST(Dictionary, ADictionaryMayBeAssignedFromInsideItself) {
+TEST(Dictionary, AssignsFromInsideItself) {
   Dictionary dictionary{{"a", Dictionary{{"b", Dictionary{{"c", 1}}}}}};
   dictionary = *dictionary.find("a")->asDictionary();
   EXPECT_EQ(dictionary, (Dictionary{{"b", Dictionary{{"c", 1}}}}));
@@ -301,3 +297,4 @@ TEST(Dictionary, ADictionaryMayBeAssignedFromInsideItself) {
 }
 
 }  // namespace
+}  // namespace kt::test

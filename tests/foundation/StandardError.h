@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 
-// Standard error, taken by a test. Each object replaces the descriptor for as long as it lives; one
-// at a time, while no other thread writes there.
+// Replaces standard error for a test. Only one of these objects may exist at a time, and no other
+// thread may write to standard error when it is made or destroyed.
 #ifndef KT_TESTS_FOUNDATION_STANDARDERROR_H
 #define KT_TESTS_FOUNDATION_STANDARDERROR_H
 
-#include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -16,34 +15,37 @@
 
 namespace kt::test {
 
-// Makes `descriptor`, which it closes, standard error.
+// Makes `descriptor` standard error during its lifetime. Closes `descriptor` itself.
 class StandardErrorReplaced {
  public:
-  explicit StandardErrorReplaced(int descriptor) : saved_(dup(STDERR_FILENO)) {
-    if (saved_ < 0 || dup2(descriptor, STDERR_FILENO) < 0) throw std::runtime_error("dup2");
-    close(descriptor);
+  explicit StandardErrorReplaced(int descriptor) : saved_(::dup(STDERR_FILENO)) {
+    if (saved_ < 0 || ::dup2(descriptor, STDERR_FILENO) < 0) {
+      throw std::runtime_error("cannot replace standard error");
+    }
+    ::close(descriptor);
   }
   StandardErrorReplaced(const StandardErrorReplaced &) = delete;
   StandardErrorReplaced &operator=(const StandardErrorReplaced &) = delete;
   ~StandardErrorReplaced() { restore(); }
 
+  // Restores the original standard error. May be called more than once.
   void restore() {
     if (saved_ < 0) return;
-    dup2(saved_, STDERR_FILENO);
-    close(saved_);
+    ::dup2(saved_, STDERR_FILENO);
+    ::close(saved_);
     saved_ = -1;
   }
 
  private:
-  int saved_;  // the descriptor that was standard error; -1 when it is again
+  int saved_;  // a copy of the original standard error; -1 once it is restored
 };
 
-// The two ends of a socket that keeps messages apart: each write arrives as one.
+// A pair of sockets. Each write to one arrives as one message at the other.
 struct MessageSockets {
   MessageSockets() {
     std::array<int, 2> ends;
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends.data()) != 0) {
-      throw std::runtime_error("socketpair");
+    if (::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends.data()) != 0) {
+      throw std::runtime_error("cannot make sockets");
     }
     readEnd = ends[0];
     writeEnd = ends[1];
@@ -52,20 +54,20 @@ struct MessageSockets {
   int writeEnd;
 };
 
-// Records the writes to standard error, each by itself. Holds about 100 KB until they are taken.
+// Records each write to standard error. Holds about 100 KB until take() is called.
 class StandardErrorWrites {
  public:
   StandardErrorWrites() : replaced_(sockets_.writeEnd) {}
   StandardErrorWrites(const StandardErrorWrites &) = delete;
   StandardErrorWrites &operator=(const StandardErrorWrites &) = delete;
-  ~StandardErrorWrites() { close(sockets_.readEnd); }
+  ~StandardErrorWrites() { ::close(sockets_.readEnd); }
 
-  // What was written since the last call, one entry for each write.
+  // Returns the writes since the last call, one element each.
   std::vector<std::string> take() {
     std::vector<std::string> writes;
     std::vector<char> message(1 << 18);
-    for (;;) {
-      const ssize_t size = recv(sockets_.readEnd, message.data(), message.size(), MSG_DONTWAIT);
+    while (true) {
+      const ssize_t size = ::recv(sockets_.readEnd, message.data(), message.size(), MSG_DONTWAIT);
       if (size <= 0) return writes;
       writes.emplace_back(message.data(), static_cast<std::size_t>(size));
     }

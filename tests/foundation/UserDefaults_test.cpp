@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -167,13 +168,13 @@ TEST_F(UserDefaults, ReadsFileUpToSizeLimit) {
 
 TEST_F(UserDefaults, TakesUnreadableFileAsNo) {
   writeDefaults(folder_ / "configuration", "{ KtTestDefault = YES; }");
-  ASSERT_EQ(chmod(file().c_str(), 0), 0);
-  ASSERT_EQ(chmod(folder_.c_str(), 0755), 0);
+  ASSERT_EQ(::chmod(file().c_str(), 0), 0);
+  ASSERT_EQ(::chmod(folder_.c_str(), 0755), 0);
   constexpr uid_t nobody = 65534;  // root can read every file
-  const uid_t user = geteuid();
-  if (user == 0 && seteuid(nobody) != 0) GTEST_SKIP() << "cannot leave the root user";
+  const uid_t user = ::geteuid();
+  if (user == 0 && ::seteuid(nobody) != 0) GTEST_SKIP() << "cannot leave the root user";
   const bool answer = kt::boolUserDefault(key);
-  ASSERT_EQ(seteuid(user), 0);
+  ASSERT_EQ(::seteuid(user), 0);
   EXPECT_FALSE(answer);
 }
 
@@ -181,7 +182,7 @@ TEST_F(UserDefaults, TakesIrregularFileAsNoWithoutWaiting) {
   fs::create_directories(file());  // a folder of the file's name
   EXPECT_FALSE(kt::boolUserDefault(key));
   fs::remove(file());
-  ASSERT_EQ(mkfifo(file().c_str(), 0600), 0);
+  ASSERT_EQ(::mkfifo(file().c_str(), 0600), 0);
   EXPECT_FALSE(kt::boolUserDefault(key));
   fs::remove(file());
   fs::create_symlink("/dev/zero", file());
@@ -206,12 +207,12 @@ TEST_F(UserDefaults, LooksInDotConfigOfHomeByDefault) {
 
 TEST_F(UserDefaults, TakesHomeFromUserDatabaseWithoutVariable) {
   configuration_.set(nullptr);
-  const passwd *user = getpwuid(getuid());
+  const passwd *user = getpwuid(::getuid());
   if ((user == nullptr) || !fs::is_directory(user->pw_dir)) GTEST_SKIP() << "the user has no home";
   const auto isRead = inNamespaces(CLONE_NEWNS, [&] {
     // Mounts an empty file system over the home, for this process only, to leave the user's files
     // alone.
-    if (mount("none", user->pw_dir, "tmpfs", 0, nullptr) != 0) return false;
+    if (::mount("none", user->pw_dir, "tmpfs", 0, nullptr) != 0) return false;
     writeDefaults(fs::path(user->pw_dir) / ".config", "{ KtTestDefault = YES; }");
     home_.set(nullptr);
     const bool whenNotSet = kt::boolUserDefault(key);

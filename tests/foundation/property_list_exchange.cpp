@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 
-// The toolkit's side of the comparison with another reader and writer of property lists; see
-// property_list_oracle.py.
+// Reads and writes property lists for property_list_oracle.py, which compares them with those of
+// another implementation.
 //
-//   property_list_exchange write SEED COUNT   writes COUNT random values from SEED, each as a line
-//                                             of text and a line of JSON
-//   property_list_exchange read               reads a text from each line of hexadecimal digits and
-//                                             writes the line of JSON
+//   property_list_exchange write SEED COUNT   Writes COUNT random values made from SEED. Each takes
+//                                             two lines: its text and its JSON.
+//   property_list_exchange read               Reads lines, each a text in hexadecimal digits, and
+//                                             writes the JSON of each.
 //
-// In the JSON, strings are strings, data is { "data": "hexadecimal digits" }, arrays are arrays,
-// and dictionaries are { "dictionary": { ... } }.
+// In JSON a string is a string, data is { "data": "hexadecimal digits" }, an array is an array, and
+// a dictionary is { "dictionary": { ... } }.
 #include <array>
 #include <cstdio>
 #include <iostream>
@@ -19,11 +19,10 @@
 #include "kt/foundation/PropertyList.h"
 #include "tests/foundation/PropertyListSupport.h"
 
+namespace kt::test {
 namespace {
 
-using kt::PropertyList;
-
-std::string hexadecimal(const kt::Data &data) {
+std::string hexadecimal(const Data &data) {
   std::string digits;
   for (const std::byte byte : data) {
     std::array<char, 3> pair{};
@@ -50,7 +49,7 @@ std::string jsonString(const std::string &text) {
 
 std::string json(const PropertyList &value);
 
-std::string json(const kt::Array &array) {
+std::string json(const Array &array) {
   std::string text = "[";
   for (const PropertyList &element : array) {
     text += (text.size() > 1 ? "," : "") + json(element);
@@ -58,7 +57,7 @@ std::string json(const kt::Array &array) {
   return text + "]";
 }
 
-std::string json(const kt::Dictionary &dictionary) {
+std::string json(const Dictionary &dictionary) {
   std::string text = "{\"dictionary\":{";
   const char *separator = "";
   for (const auto &[key, value] : dictionary) {
@@ -69,14 +68,15 @@ std::string json(const kt::Dictionary &dictionary) {
 }
 
 std::string json(const PropertyList &value) {
-  if (const auto *string = value.asString()) return jsonString(*string);
-  if (const auto *array = value.asArray()) return json(*array);
-  if (const auto *dictionary = value.asDictionary()) return json(*dictionary);
+  if (const auto *string = value.asString(); string != nullptr) return jsonString(*string);
+  if (const auto *array = value.asArray(); array != nullptr) return json(*array);
+  if (const auto *dictionary = value.asDictionary(); dictionary != nullptr)
+    return json(*dictionary);
   return "{\"data\":\"" + hexadecimal(*value.asData()) + "\"}";
 }
 
 void writeValues(std::uint32_t seed, int count) {
-  kt::test::RandomValues random(seed);
+  RandomValues random(seed);
   for (int i = 0; i < count; ++i) {
     const PropertyList value = random.value(4);
     std::cout << value.description() << '\n' << json(value) << '\n';
@@ -86,20 +86,21 @@ void writeValues(std::uint32_t seed, int count) {
 void readTexts() {
   for (std::string line; std::getline(std::cin, line);) {
     const PropertyList bytes = PropertyList::parse('<' + line + '>');
-    const kt::Data &data = *bytes.asData();
+    const Data &data = *bytes.asData();
     const std::string_view text(reinterpret_cast<const char *>(data.data()), data.size());
     std::cout << json(PropertyList::parse(text)) << '\n';
   }
 }
 
 }  // namespace
+}  // namespace kt::test
 
 int main(int argc, char **argv) {
   const std::string_view mode = argc > 1 ? argv[1] : "";
   if (mode == "write" && argc == 4) {
-    writeValues(static_cast<std::uint32_t>(std::stoul(argv[2])), std::stoi(argv[3]));
+    kt::test::writeValues(static_cast<std::uint32_t>(std::stoul(argv[2])), std::stoi(argv[3]));
   } else if (mode == "read") {
-    readTexts();
+    kt::test::readTexts();
   } else {
     std::cerr << "usage: property_list_exchange write SEED COUNT | read\n";
     return 2;

@@ -1,15 +1,14 @@
 # SPDX-License-Identifier: MIT
-"""Compares the toolkit's property lists with an independent reader and writer, openstep-plist.
+"""Compares the toolkit's property lists with another implementation, openstep-plist.
 
 usage: property_list_oracle.py PROPERTY_LIST_EXCHANGE
 
-Both ways: it must read what we write, and we must read what it writes, as the same value. Outside
-the comparison is what the two read differently by nature:
-- a lone surrogate in an escape, which it keeps and we replace, since UTF-8 cannot hold it;
-- \\u in lower case, which to it is a u;
-- an octal escape past 377, which it wraps and we refuse;
-- a missing semicolon behind a dictionary's last entry, which it refuses and we accept;
-- numbers, which are strings to both when they are read.
+Each must read what the other writes as the same value. These known differences are not compared:
+- a lone surrogate in an escape: it keeps it; we replace it, because UTF-8 cannot represent it,
+- \\u in lower case: it reads a plain u,
+- an octal escape above 377: it wraps the code; we reject the text,
+- a missing semicolon after the last entry of a dictionary: it rejects the text; we accept it,
+- numbers: both read them as strings.
 """
 import json
 import random
@@ -23,7 +22,7 @@ COUNT = 3000
 
 
 def canonical(value):
-    """The value in the form of property_list_exchange's JSON."""
+    """Returns the value in the form of property_list_exchange's JSON."""
     if isinstance(value, bytes):
         return {"data": value.hex()}
     if isinstance(value, list):
@@ -53,17 +52,19 @@ def random_value(source, depth):
 
 
 def exchange(program, arguments, text=""):
+    """Runs property_list_exchange and returns the lines of its output."""
     run = subprocess.run([program, *arguments], input=text, capture_output=True, check=True,
                          encoding="utf-8")
     return run.stdout.split("\n")[:-1]
 
 
 def check(what, text, ours, theirs):
+    """Exits with a message unless the two values of `text` are equal."""
     if ours != theirs:
         sys.exit(f"{what} (seed {SEED}): {text!r}\n  ours:   {ours!r}\n  theirs: {theirs!r}")
 
 
-def check_what_we_write(program):
+def check_our_texts(program):
     lines = exchange(program, ["write", str(SEED), str(COUNT)])
     assert len(lines) == 2 * COUNT
     for text, value in zip(lines[::2], lines[1::2]):
@@ -77,17 +78,17 @@ def check_texts(program, what, texts):
         check(what, text, json.loads(value), canonical(openstep_plist.loads(text)))
 
 
-def check_what_it_writes(program):
+def check_their_texts(program):
     source = random.Random(SEED)
     texts = []
     for number in range(COUNT):
         indent = 2 if number % 2 else None
         value = random_value(source, 4)
         texts.append(openstep_plist.dumps(value, unicode_escape=number % 3 > 0, indent=indent))
-    check_texts(program, "written by the other", texts)
+    check_texts(program, "written by openstep-plist", texts)
 
 
-def check_hand_made_texts(program):
+def check_handwritten_texts(program):
     octals = [f'"\\{code:03o}"' for code in range(0o400)]
     pairs = ['"\\Ud83d\\Ude00"', '"\\UD83D\\UDE00"', '"\\Udbff\\Udfff x"']
     escapes = [f'"\\{chr(code)}"' for code in range(32, 127) if chr(code) not in "01234567Uu"]
@@ -95,15 +96,15 @@ def check_hand_made_texts(program):
               '"a\\\nb"', '""',
               "<>", "<0f bd\n77>", "()", "(a,)", "{}", "/* x */ ( a /* y */, // z\n b )",
               '{ "a b" = 1; c = { d = (e); }; }', '"\u00e9\u20ac\U0001f600"', "{ a = 1; a = 2; }"]
-    check_texts(program, "made by hand", octals + pairs + escapes + tokens)
+    check_texts(program, "written by hand", octals + pairs + escapes + tokens)
 
 
 def main():
     program = sys.argv[1]
-    check_what_we_write(program)
-    check_what_it_writes(program)
-    check_hand_made_texts(program)
-    print(f"{COUNT} values each way read the same (seed {SEED})")
+    check_our_texts(program)
+    check_their_texts(program)
+    check_handwritten_texts(program)
+    print(f"{COUNT:,} values each way read the same (seed {SEED})")
 
 
 if __name__ == "__main__":

@@ -42,6 +42,11 @@ class Request:
 
 # ---- Peers ----
 
+# Datagrams of the test to its own peer.
+END_MARK = b""
+QUEUE_MARK = b"?"
+
+
 class Peer:
     """A server that plays a part.
 
@@ -52,15 +57,24 @@ class Peer:
     def __init__(self, test, part, port=4798):
         self.part = part
         self.requests = []
+        self._test = test
+        self._port = port
         self._arrival = threading.Condition()
+        self._queue_is_read = threading.Event()
         self._socket = udp_socket(test, port)
         thread = threading.Thread(target=self._play, daemon=True)
         thread.start()
         test.addCleanup(thread.join)
-        test.addCleanup(lambda: udp_socket(test).sendto(b"", ("127.0.0.1", port)))
+        test.addCleanup(lambda: udp_socket(test).sendto(END_MARK, ("127.0.0.1", port)))
 
     def last_run(self, keyword):
-        """Returns the requests with a keyword that came from the client that asked last."""
+        """Returns the requests with a keyword that came from the client that asked last.
+
+        Requests that are still in the socket's queue count too.
+        """
+        self._queue_is_read.clear()
+        udp_socket(self._test).sendto(QUEUE_MARK, ("127.0.0.1", self._port))
+        self._queue_is_read.wait()
         client = self.requests[-1].source
         return [r for r in self.requests if (r.source, r.keyword) == (client, keyword)]
 
@@ -72,8 +86,11 @@ class Peer:
     def _play(self):
         while True:
             datagram, source = self._socket.recvfrom(65536)
-            if not datagram:
+            if datagram == END_MARK:
                 return
+            if datagram == QUEUE_MARK:
+                self._queue_is_read.set()
+                continue
             request = Request(datagram, source)
             count = sum(earlier.source == source for earlier in self.requests)
             answers = self.part(request, count)

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 
 // Relays datagrams between clients and a server of this host as a bad network does, by a plan drawn
-// from a seed. Of 100 datagrams in either direction about 10 are lost, 10 are doubled, 10 are up to
-// --delay ms late, and 10 arrive after the one that follows. Prints "relaying" when it is ready.
-// When its standard input ends, it prints how often it did each of these.
+// from a seed. In either direction, 10 % of the datagrams are lost and 10 % are doubled. Another
+// 10 % are up to --delay ms late, and 10 % arrive after the one that follows. Prints "relaying"
+// when it is ready. When its standard input ends, it prints how often it did each of these.
 //
 // --seed NUMBER, --port N (for clients), --server N (the server's port), --delay MS.
 #include <poll.h>
@@ -13,7 +13,6 @@
 #include <chrono>
 #include <cstdio>
 #include <map>
-#include <memory>
 #include <optional>
 #include <random>
 #include <string>

@@ -20,9 +20,9 @@ FoundServer hut(std::int32_t announcedPort) {
   return server;
 }
 
-const HostAddress unknown{};
-const HostAddress here{HostAddress::Kind::ipv4, hutAddress};
-const HostAddress elsewhere{HostAddress::Kind::ipv4, htonl(0x0a000008)};
+const udp::HostAddress unknown{};
+const udp::HostAddress here{udp::HostAddress::Kind::ipv4, hutAddress};
+const udp::HostAddress elsewhere{udp::HostAddress::Kind::ipv4, htonl(0x0a000008)};
 
 TEST(EveryServer, LineNamesServerAndSourceOfAnswer) {
   EXPECT_EQ(lineFor(hut(4798), "KtUDP", here),

@@ -118,7 +118,7 @@ class KtFilesErrors(WalkTest):
 
 
 class KtFilesPages(ProgramTest):
-    """kt files and a server that answers with two pages."""
+    """kt files and a server that answers with several pages."""
 
     def two_pages(self, request):
         if "Offset = 0;" in request.text:
@@ -151,7 +151,6 @@ class KtFilesPages(ProgramTest):
         files.close_output()
         status, _, errors = files.wait()
         self.assertEqual((status, errors), (-signal.SIGPIPE, ""))
-
 
     def test_reports_that_files_changed_meanwhile(self):
         totals = iter([3, 3, 2])

@@ -99,6 +99,8 @@ class KtHelloAnnouncement(ProgramTest):
 
 
 class KtHelloFaults(ProgramTest):
+    """kt hello and a server that answers something hostile or wrong, or not at all."""
+
     name = "\x1b]0;owned\x07\r\n\x9b2J\u202e\x00"
     written = r"\033]0;owned\007\r\n\U009b2J\U202e\000"
 

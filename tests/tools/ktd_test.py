@@ -64,11 +64,12 @@ class KtdUnique(ProgramTest):
         """
         for _ in range(20):
             daemon = Program(self, os.environ["KTD"], *arguments, errors=subprocess.PIPE)
-            ready_line = daemon.line()
-            if not ready_line:
+            if ready_line := daemon.line():
+                daemon.end()
+            else:
                 break
-            daemon.end()
-        self.assertEqual((ready_line, *daemon.wait()), ("", 1, "", self.taken))
+        self.assertEqual(ready_line, "")
+        self.assertEqual(daemon.wait(), (1, "", self.taken))
 
     def test_starts_if_no_other_server_answers(self):
         self.assertEqual(Daemon(self, "--unique").port, 4798)

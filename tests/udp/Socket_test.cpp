@@ -30,6 +30,15 @@ Socket boundSocket() {
   return socket;
 }
 
+// ---- Addresses ----
+
+TEST(Ipv4, TakesAddressInNetworkOrderAndPortInHostOrder) {
+  const sockaddr_in result = ipv4(address("10.9.8.7"), 4798);
+  EXPECT_EQ(result.sin_family, AF_INET);
+  EXPECT_EQ(result.sin_addr.s_addr, address("10.9.8.7"));
+  EXPECT_EQ(result.sin_port, htons(4798));
+}
+
 // ---- Ownership ----
 
 TEST(Socket, FailsEveryCallWithoutDescriptor) {

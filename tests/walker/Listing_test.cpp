@@ -11,7 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <utility>
 
 #include "tests/walker/Recorders.h"
 #include "tests/walker/Tree.h"

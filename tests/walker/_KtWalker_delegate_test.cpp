@@ -3,7 +3,6 @@
 // Which methods of a delegate a walker calls, when, and what their results do.
 #include <gtest/gtest.h>
 
-#include <array>
 #include <filesystem>
 #include <memory>
 #include <optional>

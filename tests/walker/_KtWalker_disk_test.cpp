@@ -11,8 +11,9 @@
 #include <array>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <memory>
-#include <optional>
+#include <stdexcept>
 #include <thread>
 
 #include "kt/walker/_KtWalker.h"

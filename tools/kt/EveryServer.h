@@ -35,13 +35,13 @@ struct FoundServer {
 //
 //     "hut" at 10.0.0.9:4798, signature "KtUDP", 0.215 ms; announces port 4711
 [[nodiscard]] std::string lineFor(const FoundServer &server, const std::string &signature,
-                                  const HostAddress &named);
+                                  const udp::HostAddress &named);
 
 // Describes it for programs: {"name":"hut","address":"10.0.0.9","port":4798,"signature":"KtUDP",
 // "roundTripMs":0.215,"announcedPort":4711,"nameAddress":null}. nameAddress is null if the name has
 // no IPv4 address.
 [[nodiscard]] std::string jsonFor(const FoundServer &server, const std::string &signature,
-                                  const HostAddress &named);
+                                  const udp::HostAddress &named);
 
 }  // namespace kt::tools
 

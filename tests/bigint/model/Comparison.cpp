@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 
 // The model's comparisons: order, signs and parity.
+#include <cstddef>
+
 #include "tests/bigint/model/Steps.h"
 
 namespace kt::test::model {

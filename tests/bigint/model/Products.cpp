@@ -2,6 +2,8 @@
 
 // The model's products, one word of the multiplier at a time, and quotients, one bit at a time.
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 
 #include "tests/bigint/model/Steps.h"
 

@@ -3,6 +3,7 @@
 // The model's shifts by words and by bits, and its functions on the highest bit.
 #include <array>
 #include <cstddef>
+#include <cstdint>
 
 #include "tests/bigint/model/Steps.h"
 

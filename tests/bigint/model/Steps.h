@@ -4,6 +4,8 @@
 #ifndef KT_TESTS_BIGINT_MODEL_STEPS_H
 #define KT_TESTS_BIGINT_MODEL_STEPS_H
 
+#include <cstdint>
+
 #include "tests/bigint/model/Model.h"
 
 namespace kt::test::model {

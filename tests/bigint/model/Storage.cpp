@@ -2,6 +2,8 @@
 
 // The model's record: allocation, size, copies, small values and normal form.
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <utility>
 
 #include "tests/bigint/model/Steps.h"

@@ -2,6 +2,8 @@
 
 // The model's sums, differences and signs.
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 
 #include "tests/bigint/model/Steps.h"
 

@@ -2,6 +2,8 @@
 
 // The model's reading and writing of text, one digit at a time.
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 
 #include "tests/bigint/model/Steps.h"
 
