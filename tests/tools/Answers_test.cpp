@@ -9,10 +9,12 @@
 #include "kt/udp/KtMessage.h"
 #include "tools/common/CommandLine.h"
 
-namespace kt::tools {
+namespace kt::test {
 namespace {
 
-class KtdAnswers : public testing::Test {
+using namespace tools;
+
+class Answers : public testing::Test {
  protected:
   [[nodiscard]] Dictionary answerTo(const Dictionary &request) const {
     return answers_.replyForRequest(request);
@@ -24,62 +26,62 @@ class KtdAnswers : public testing::Test {
   }
 
   KtUDPDaemon daemon_;
-  Answers answers_{daemon_};
+  tools::Answers answers_{daemon_};
 };
 
 const char *const unknownKind =
     "This server has no such kind of request. It knows: Echo, Evaluate, Files, Status.";
 
-TEST_F(KtdAnswers, EchoGivesTheOtherKeysBack) {
+TEST_F(Answers, EchoReturnsOtherKeys) {
   const PropertyList list = Array{"1", Data{std::byte{7}}};
   EXPECT_EQ(answerTo({{"KtUDPKeyword", "Echo"}, {"a", "b"}, {"list", list}}),
             (Dictionary{{"a", "b"}, {"list", list}}));
 }
 
-TEST_F(KtdAnswers, EchoOfNothingIsEmpty) {
+TEST_F(Answers, EchoOfNothingIsEmpty) {
   EXPECT_EQ(answerTo({{"KtUDPKeyword", "Echo"}}), Dictionary());
 }
 
-TEST_F(KtdAnswers, EvaluateGivesTheValueOfAnExpression) {
+TEST_F(Answers, EvaluateReturnsValueOfExpression) {
   EXPECT_EQ(answerTo({{"KtUDPKeyword", "Evaluate"}, {"Expression", "2^64 - 1"}}),
             (Dictionary{{"Value", "18446744073709551615"}}));
 }
 
-TEST_F(KtdAnswers, EvaluateAnswersInTheBaseThatIsAskedFor) {
+TEST_F(Answers, EvaluateUsesRequestedBase) {
   for (const PropertyList &base : {PropertyList("16"), PropertyList(16)}) {
     EXPECT_EQ(answerTo({{"KtUDPKeyword", "Evaluate"}, {"Expression", "2^64 - 1"}, {"Base", base}}),
               (Dictionary{{"Value", "ffffffffffffffff"}}));
   }
 }
 
-TEST_F(KtdAnswers, EvaluateSaysWhatIsWrongAndWhere) {
+TEST_F(Answers, EvaluateReportsErrorAndColumn) {
   EXPECT_EQ(answerTo({{"KtUDPKeyword", "Evaluate"}, {"Expression", "12 + 1/0"}}),
             (Dictionary{{"Error", "division by zero"}, {"Column", 7}}));
 }
 
-TEST_F(KtdAnswers, EvaluateNeedsAnExpression) {
-  const char *const missing = "There is no Expression.";
+TEST_F(Answers, EvaluateRequiresExpression) {
+  const char *const missing = "The request has no Expression.";
   EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", "Evaluate"}})), missing);
   EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", "Evaluate"}, {"Expression", Array{"1"}}})), missing);
 }
 
-TEST_F(KtdAnswers, EvaluateRefusesABaseThatIsNone) {
+TEST_F(Answers, EvaluateRejectsInvalidBase) {
   for (const PropertyList &base :
        {PropertyList("1"), PropertyList("37"), PropertyList(""), PropertyList("-2"),
         PropertyList("ten"), PropertyList(Array{"10"}), PropertyList(Dictionary())}) {
     EXPECT_EQ(
         errorOf(answerTo({{"KtUDPKeyword", "Evaluate"}, {"Expression", "1"}, {"Base", base}})),
-        "The Base is no number from 2 to 36.");
+        "The Base is not a number from 2 to 36.");
   }
 }
 
-TEST_F(KtdAnswers, EvaluateRefusesWhatWouldHoldTheServer) {
+TEST_F(Answers, EvaluateRejectsTooCostlyExpression) {
   EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", "Evaluate"},
                               {"Expression", "powmod(3, 2^4079 - 1, 2^4079 - 1)"}})),
             "{ Column = 1; Error = \"the expression takes more work than is allowed\"; }");
 }
 
-TEST_F(KtdAnswers, StatusTellsOfTheServer) {
+TEST_F(Answers, StatusDescribesServer) {
   daemon_.setSignature("Hut");
   const Dictionary answer = answerTo({{"KtUDPKeyword", "Status"}});
   EXPECT_EQ(answer.size(), 6U) << answer.description();
@@ -91,22 +93,22 @@ TEST_F(KtdAnswers, StatusTellsOfTheServer) {
   EXPECT_TRUE(answer.contains("Refused"));
 }
 
-TEST_F(KtdAnswers, AnUnknownKindIsAnsweredWithTheKindsThatThereAre) {
+TEST_F(Answers, UnknownKindIsAnsweredWithListOfKinds) {
   EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", "Fetch"}})), unknownKind);
   EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", ""}})), unknownKind);
   EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", "echo"}})), unknownKind);
 }
 
-TEST_F(KtdAnswers, AKeywordThatIsNoStringNamesNoKind) {
+TEST_F(Answers, KeywordThatIsNotStringIsUnknownKind) {
   EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", Array{"Echo"}}})), unknownKind);
   EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", Dictionary()}})), unknownKind);
 }
 
-TEST_F(KtdAnswers, TheServersOwnIdentificationPacketIsAnUnknownKind) {
+TEST_F(Answers, ServerIdentificationPacketIsUnknownKind) {
   EXPECT_EQ(errorOf(answerTo(serverIdPacket("hut", 4798))), unknownKind);
 }
 
-TEST_F(KtdAnswers, NoAnswerHasAKeyword) {
+TEST_F(Answers, EveryAnswerLacksKeyword) {
   for (const Kind &kind : allKinds()) {
     const Dictionary answer = answerTo({{"KtUDPKeyword", kind.name}, {"other", "x"}});
     EXPECT_FALSE(answer.contains("KtUDPKeyword")) << kind.name;
@@ -114,7 +116,7 @@ TEST_F(KtdAnswers, NoAnswerHasAKeyword) {
   EXPECT_FALSE(answerTo({{"KtUDPKeyword", "Fetch"}}).contains("KtUDPKeyword"));
 }
 
-// An echo whose reply, with the longest handshake, is a datagram of `byteCount` bytes.
+// Returns a request whose echo, with the longest handshake, is a datagram of `byteCount` bytes.
 Dictionary echoOfSize(std::size_t byteCount) {
   Dictionary request{{"KtUDPKeyword", "Echo"}, {"a", "x"}};
   const Dictionary smallest{{"a", "x"}};
@@ -123,23 +125,23 @@ Dictionary echoOfSize(std::size_t byteCount) {
   return request;
 }
 
-TEST_F(KtdAnswers, AnAnswerThatJustFitsADatagramIsGiven) {
+TEST_F(Answers, AnswerOfDatagramSizeIsReturned) {
   EXPECT_TRUE(answerTo(echoOfSize(65507)).contains("a"));
 }
 
-TEST_F(KtdAnswers, AnAnswerTooLargeForADatagramIsAnError) {
+TEST_F(Answers, AnswerLargerThanDatagramBecomesError) {
   EXPECT_EQ(errorOf(answerTo(echoOfSize(65508))),
-            "The answer is too large for a datagram, which carries 65507 bytes.");
+            "The answer is too large for a datagram, which carries 65,507 bytes.");
 }
 
-TEST_F(KtdAnswers, TextThatGrowsWhenItIsWrittenCountsAsItIsWritten) {
+TEST_F(Answers, SizeCountsEscapedText) {
   std::string umlauts;
   for (int count = 0; count < 20'000; ++count) {
     umlauts += "\u00fc";
   }
   EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", "Echo"}, {"a", umlauts}})),
-            "The answer is too large for a datagram, which carries 65507 bytes.");
+            "The answer is too large for a datagram, which carries 65,507 bytes.");
 }
 
 }  // namespace
-}  // namespace kt::tools
+}  // namespace kt::test

@@ -1,28 +1,31 @@
 // SPDX-License-Identifier: MIT
 
-#include "tools/common/Numbers.h"
+#include "tools/common/Arguments.h"
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
 
-namespace kt::tools {
+#include "kt/foundation/PropertyList.h"
+
+namespace kt::test {
 namespace {
+
+using namespace tools;
 
 using Ports = std::vector<std::int32_t>;
 
-TEST(Numbers, PositiveNumbersBeginAtOneAndEndAtTheLargestOf32Bits) {
+TEST(Arguments, PositiveNumbersAreFrom1ToLargestOf32Bits) {
   EXPECT_EQ(readPositive("1"), 1);
   EXPECT_EQ(readPositive("2147483647"), 2147483647);
   EXPECT_EQ(readPositive("0"), std::nullopt);
   EXPECT_EQ(readPositive("2147483648"), std::nullopt);
 }
 
-TEST(Numbers, CountsBeginAtZero) {
+TEST(Arguments, CountsBeginAtZero) {
   EXPECT_EQ(readCount("0"), 0);
   EXPECT_EQ(readCount("-1"), std::nullopt);
 }
 
-TEST(Numbers, BasesAreFromTwoTo36) {
+TEST(Arguments, BasesAreFrom2To36) {
   EXPECT_EQ(readBase("2"), 2);
   EXPECT_EQ(readBase("36"), 36);
   for (const char *text : {"1", "37", "-2", ""}) {
@@ -30,13 +33,13 @@ TEST(Numbers, BasesAreFromTwoTo36) {
   }
 }
 
-TEST(Numbers, NothingMayStandAroundANumber) {
+TEST(Arguments, NumbersRejectSurroundingCharacters) {
   for (const char *text : {"", " 1", "1 ", "+1", "1x", "0x10", "1.0", "x"}) {
     EXPECT_EQ(readPositive(text), std::nullopt) << text;
   }
 }
 
-TEST(Numbers, SecondsAreDecimalAndAtMostADay) {
+TEST(Arguments, SecondsAreDecimalAndAtMostOneDay) {
   EXPECT_DOUBLE_EQ(readSeconds("0.25")->count(), 0.25);
   EXPECT_DOUBLE_EQ(readSeconds("0")->count(), 0);
   EXPECT_DOUBLE_EQ(readSeconds("86400")->count(), 86400);
@@ -45,38 +48,43 @@ TEST(Numbers, SecondsAreDecimalAndAtMostADay) {
   }
 }
 
-TEST(Numbers, PortsAreSeparatedByCommas) {
+TEST(Arguments, PortsAreSeparatedByCommas) {
   EXPECT_EQ(readPorts("4798"), Ports{4798});
   EXPECT_EQ(readPorts("1,65535,1"), (Ports{1, 65535, 1}));
 }
 
-TEST(Numbers, PortsOutsideTheirRangeAreRefused) {
+TEST(Arguments, PortsOutOfRangeAreRejected) {
   for (const char *text : {"", "0", "65536", "-1", "4798,", ",4798", "1,,2", "1, 2", "1;2"}) {
     EXPECT_EQ(readPorts(text), std::nullopt) << text;
   }
 }
 
-TEST(Numbers, AddressesAreFourDecimalNumbers) {
+TEST(Arguments, AddressesAreFourDecimalNumbers) {
   EXPECT_EQ(readAddress("192.168.1.255"), "192.168.1.255");
   for (const char *text : {"", "localhost", "1.2.3", "1.2.3.256", "::1", "1.2.3.4 ", " 1.2.3.4"}) {
     EXPECT_EQ(readAddress(text), std::nullopt) << text;
   }
 }
 
-TEST(Numbers, AnAddressWithANulIsRefused) {
+TEST(Arguments, AddressWithNulIsRejected) {
   EXPECT_EQ(readAddress(std::string_view("1.2.3.4\0x", 9)), std::nullopt);
 }
 
-TEST(Numbers, PortListsAreReadable) {
-  EXPECT_EQ(portList({4798, 4711}), "4798, 4711");
+TEST(Arguments, IntegersOfRequestsAreStringsOrNumbers) {
+  for (const PropertyList &value : {PropertyList("7"), PropertyList(7)}) {
+    EXPECT_EQ(readInteger(value, 7, 7), 7);
+    EXPECT_EQ(readInteger(value, 8, 9), std::nullopt);
+    EXPECT_EQ(readInteger(value, 5, 6), std::nullopt);
+  }
 }
 
-TEST(Numbers, EndpointsAreAddressAndPort) {
-  sockaddr_in address{};
-  address.sin_addr.s_addr = htonl(0x7f000001);
-  address.sin_port = htons(4798);
-  EXPECT_EQ(endpoint(address), "127.0.0.1:4798");
+TEST(Arguments, IntegersOfRequestsAreNothingElse) {
+  for (const PropertyList &value :
+       {PropertyList(""), PropertyList(" 1"), PropertyList("1x"), PropertyList("+1"),
+        PropertyList(Array{"1"}), PropertyList(Dictionary()), PropertyList(Data{std::byte{'1'}})}) {
+    EXPECT_EQ(readInteger(value, 0, 9), std::nullopt) << value.description();
+  }
 }
 
 }  // namespace
-}  // namespace kt::tools
+}  // namespace kt::test

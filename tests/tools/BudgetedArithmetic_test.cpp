@@ -1,27 +1,29 @@
 // SPDX-License-Identifier: MIT
 
-// What Evaluator_test.cpp does not show: how the work is counted.
-#include "tools/common/Calculation.h"
+// How work is counted; Evaluator_test.cpp covers the results.
+#include "tools/calculator/BudgetedArithmetic.h"
 
 #include <gtest/gtest.h>
 
-namespace kt::tools {
+namespace kt::test {
 namespace {
+
+using namespace tools;
 
 constexpr std::uint64_t unlimited = std::uint64_t{1} << 62;
 
-// The fewest steps with which compute(calculation) is done.
+// Returns the smallest budget with which compute(arithmetic) succeeds.
 template <typename Compute>
 std::uint64_t costOf(Compute compute) {
   std::uint64_t tooFew = 0;
   std::uint64_t enough = unlimited;
   while (enough - tooFew > 1) {
     const std::uint64_t middle = tooFew + (enough - tooFew) / 2;
-    Calculation calculation(middle);
+    BudgetedArithmetic arithmetic(middle);
     try {
-      (void)compute(calculation);
+      (void)compute(arithmetic);
       enough = middle;
-    } catch (const CalculationError &) {
+    } catch (const ArithmeticError &) {
       tooFew = middle;
     }
   }
@@ -31,7 +33,7 @@ std::uint64_t costOf(Compute compute) {
 const Integer small = 3;
 const Integer large = Integer(1) << 2000;
 
-TEST(Calculation, LargerOperandsCostMore) {
+TEST(BudgetedArithmetic, ChargesMoreForLargerOperands) {
   EXPECT_LT(costOf([](auto &work) { return work.sum(small, small); }),
             costOf([](auto &work) { return work.sum(large, small); }));
   EXPECT_LT(costOf([](auto &work) { return work.product(large, small); }),
@@ -48,7 +50,7 @@ TEST(Calculation, LargerOperandsCostMore) {
             costOf([](auto &work) { return work.number(std::string(600, '1'), 10); }));
 }
 
-TEST(Calculation, AModularPowerCostsInProportionToTheExponentsBits) {
+TEST(BudgetedArithmetic, ChargesModularPowerInProportionToExponentBits) {
   const auto costWith = [](int bits) {
     const Integer exponent = (Integer(1) << bits) - 1;
     return costOf([&](auto &work) { return work.modularPower(3, exponent, large); });
@@ -56,19 +58,19 @@ TEST(Calculation, AModularPowerCostsInProportionToTheExponentsBits) {
   EXPECT_NEAR(static_cast<double>(costWith(200)) / static_cast<double>(costWith(100)), 2, 0.1);
 }
 
-TEST(Calculation, WhatIsRefusedCostsNothing) {
-  Calculation calculation(1000);
-  EXPECT_THROW((void)calculation.modularPower(3, large, large), CalculationError);
-  EXPECT_EQ(calculation.sum(1, 1), 2);
+TEST(BudgetedArithmetic, ChargesNothingForRefusedOperation) {
+  BudgetedArithmetic arithmetic(1000);
+  EXPECT_THROW((void)arithmetic.modularPower(3, large, large), ArithmeticError);
+  EXPECT_EQ(arithmetic.sum(1, 1), 2);
 }
 
-TEST(Calculation, WhatIsSpentIsGone) {
+TEST(BudgetedArithmetic, AddsUpCostsOfOperations) {
   const std::uint64_t cost = costOf([](auto &work) { return work.sum(1, 1); });
-  Calculation calculation(2 * cost);
-  (void)calculation.sum(1, 1);
-  (void)calculation.sum(1, 1);
-  EXPECT_THROW((void)calculation.sum(1, 1), CalculationError);
+  BudgetedArithmetic arithmetic(2 * cost);
+  (void)arithmetic.sum(1, 1);
+  (void)arithmetic.sum(1, 1);
+  EXPECT_THROW((void)arithmetic.sum(1, 1), ArithmeticError);
 }
 
 }  // namespace
-}  // namespace kt::tools
+}  // namespace kt::test

@@ -1,47 +1,46 @@
 // SPDX-License-Identifier: MIT
 
-#include "tools/ktd/Complaints.h"
+#include "tools/ktd/ErrorLog.h"
 
 #include <gtest/gtest.h>
 
-#include <csignal>
-
-namespace kt::tools {
+namespace kt::test {
 namespace {
 
-TEST(Complaints, ALineNamesTheProgramAndIsEscaped) {
-  Complaints complaints;
+using namespace tools;
+
+using std::chrono::milliseconds;
+
+const ErrorLog::Time start{std::chrono::hours(1)};
+
+TEST(ErrorLog, WritesProgramNameAndEscapedReason) {
+  ErrorLog log;
   testing::internal::CaptureStderr();
-  complaints.say("a \x1b[2J\nb");
+  log.report("a \x1b[2J\nb");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "ktd: a \\033[2J\\nb\n");
 }
 
-TEST(Complaints, WithNothingLeftOutThereIsNothingToSettle) {
-  Complaints complaints;
+TEST(ErrorLog, ReportsNothingIfNothingWasLeftOut) {
+  ErrorLog log;
   testing::internal::CaptureStderr();
-  complaints.settle();
+  log.reportLeftOut();
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST(Complaints, ASignalAsksForTheLinesLeftOutToBeSettled) {
-  sigset_t alarm;
-  sigemptyset(&alarm);
-  sigaddset(&alarm, SIGALRM);
-  pthread_sigmask(SIG_BLOCK, &alarm, nullptr);
-  Complaints complaints;
+TEST(ErrorLog, ReportsLinesLeftOutAfterSilence) {
+  ErrorLog log;
   testing::internal::CaptureStderr();
+  std::string expected;
   for (int count = 0; count < 13; ++count) {
-    complaints.say("x");
+    log.report("x", start);
+    if (count < 10) expected += "ktd: x\n";
   }
-  int signal = 0;
-  sigwait(&alarm, &signal);
-  complaints.settle();
-  std::string lines;
-  for (int count = 0; count < 10; ++count) {
-    lines += "ktd: x\n";
-  }
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), lines + "ktd: errors left out: 3\n");
+  log.reportLeftOut(start + milliseconds(999));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), expected);
+  testing::internal::CaptureStderr();
+  log.reportLeftOut(start + milliseconds(1000));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "ktd: errors left out: 3\n");
 }
 
 }  // namespace
-}  // namespace kt::tools
+}  // namespace kt::test

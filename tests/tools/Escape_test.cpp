@@ -1,59 +1,61 @@
 // SPDX-License-Identifier: MIT
 
-#include "tools/common/Visible.h"
+#include "tools/text/Escape.h"
 
 #include <gtest/gtest.h>
 
-namespace kt::tools {
+namespace kt::test {
 namespace {
 
-TEST(Visible, PrintableAsciiStaysAsItStands) {
-  EXPECT_EQ(visible("a \"b\" \\c\\ ~!"), "a \"b\" \\c\\ ~!");
+using namespace tools;
+
+TEST(Escaped, KeepsPrintableAscii) {
+  EXPECT_EQ(escaped("a \"b\" \\c\\ ~!"), "a \"b\" \\c\\ ~!");
 }
 
-TEST(Visible, ControlCharactersAreEscaped) {
-  EXPECT_EQ(visible("\x1b[2J\r\n\t\x7f"), "\\033[2J\\r\\n\\t\\177");
+TEST(Escaped, EscapesControlCharacters) {
+  EXPECT_EQ(escaped("\x1b[2J\r\n\t\x7f"), "\\033[2J\\r\\n\\t\\177");
 }
 
-TEST(Visible, NulIsEscaped) {
-  EXPECT_EQ(visible(std::string_view("a\0b", 3)), "a\\000b");
+TEST(Escaped, EscapesNul) {
+  EXPECT_EQ(escaped(std::string_view("a\0b", 3)), "a\\000b");
 }
 
-TEST(Visible, CharactersBeyondAsciiAreEscaped) {
-  EXPECT_EQ(visible("\u00fc\u009b\u202e"), "\\U00fc\\U009b\\U202e");
+TEST(Escaped, EscapesCharactersBeyondAscii) {
+  EXPECT_EQ(escaped("\u00fc\u009b\u202e"), "\\U00fc\\U009b\\U202e");
 }
 
-TEST(Visible, IllFormedBytesAreReplaced) {
-  EXPECT_EQ(visible("a\xff"
+TEST(Escaped, ReplacesIllFormedBytes) {
+  EXPECT_EQ(escaped("a\xff"
                     "b"),
             "a\\Ufffdb");
 }
 
-TEST(Visible, EmptyTextStaysEmpty) {
-  EXPECT_EQ(visible(""), "");
+TEST(Escaped, KeepsEmptyText) {
+  EXPECT_EQ(escaped(""), "");
 }
 
-TEST(Visible, EveryByteComesOutAsPrintableAscii) {
+TEST(Escaped, ReturnsPrintableAsciiForEveryByte) {
   for (int byte = 0; byte < 256; ++byte) {
-    const std::string text = visible(std::string(3, static_cast<char>(byte)));
+    const std::string text = escaped(std::string(3, static_cast<char>(byte)));
     for (const char character : text) {
       EXPECT_TRUE(character >= ' ' && character <= '~') << byte << ": " << text;
     }
   }
 }
 
-TEST(InQuotes, SimpleTextGetsQuotesToo) {
+TEST(InQuotes, QuotesSimpleText) {
   EXPECT_EQ(inQuotes("KtUDP"), "\"KtUDP\"");
   EXPECT_EQ(inQuotes(""), "\"\"");
 }
 
-TEST(InQuotes, QuotesAndBackslashesAreEscaped) {
+TEST(InQuotes, EscapesQuotesAndBackslashes) {
   EXPECT_EQ(inQuotes("a\"b\\"), "\"a\\\"b\\\\\"");
 }
 
-TEST(InQuotes, ControlCharactersAreEscaped) {
+TEST(InQuotes, EscapesControlCharacters) {
   EXPECT_EQ(inQuotes("\x1b"), "\"\\033\"");
 }
 
 }  // namespace
-}  // namespace kt::tools
+}  // namespace kt::test

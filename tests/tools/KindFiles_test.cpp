@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// The answers to requests of the kind Files.
+// The kind Files of requests.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,16 +14,17 @@
 #include "tools/ktd/Answers.h"
 #include "tools/ktd/ReplySize.h"
 
-namespace kt::tools {
+namespace kt::test {
 namespace {
 
-using test::Tree;
+using namespace tools;
+
 using Names = std::vector<std::string>;
 
-class KtdFiles : public testing::Test {
+class KindFiles : public testing::Test {
  protected:
   void serve(Names roots, Names types = {"txt"}) {
-    answers_.emplace(daemon_, ServedFiles{std::move(roots), std::move(types)});
+    answers_.emplace(daemon_, ServedFiles{.roots = std::move(roots), .types = std::move(types)});
   }
 
   [[nodiscard]] Dictionary answerTo(Dictionary request) const {
@@ -45,7 +46,7 @@ class KtdFiles : public testing::Test {
     return names;
   }
 
-  // Root, one slash and name of every file on every page, and that each page fits a datagram.
+  // Returns the path, root/name, of every file on every page. Expects each page to fit a datagram.
   [[nodiscard]] Names everyPage(Dictionary request) const {
     Names paths;
     for (std::int32_t next = 0; next >= 0;) {
@@ -75,13 +76,13 @@ Names sorted(Names names) {
   return names;
 }
 
-// ---- What there is ----
+// ---- Names and roots ----
 
-TEST_F(KtdFiles, AreNoneUnlessTheServerWasGivenSome) {
+TEST_F(KindFiles, RefusesIfServerServesNoFiles) {
   EXPECT_EQ(errorOf({}), "This server serves no files.");
 }
 
-TEST_F(KtdFiles, AreNamedRelativeToTheirRoot) {
+TEST_F(KindFiles, ReturnsNamesRelativeToRoot) {
   const Tree tree{"a.txt", "d/b.txt", "d/c.dat"};
   serve({tree.root()});
   const Dictionary answer = answerTo({});
@@ -91,7 +92,7 @@ TEST_F(KtdFiles, AreNamedRelativeToTheirRoot) {
   EXPECT_EQ(answer.size(), 3U) << answer.description();
 }
 
-TEST_F(KtdFiles, OfARootWithSlashesAtItsEndAreNamedTheSame) {
+TEST_F(KindFiles, IgnoresSlashesAtEndOfRoot) {
   const Tree tree{"root.txt/a.txt"};
   serve({tree.at("root.txt//")});
   const Dictionary answer = answerTo({});
@@ -99,20 +100,20 @@ TEST_F(KtdFiles, OfARootWithSlashesAtItsEndAreNamedTheSame) {
   EXPECT_EQ(*answer.find("Root"), PropertyList(tree.at("root.txt//")));
 }
 
-TEST_F(KtdFiles, MayBeNone) {
+TEST_F(KindFiles, ReturnsEmptyPageIfNoFileMatches) {
   const Tree tree{"a.dat"};
   serve({tree.root()});
   EXPECT_EQ(answerTo({}), (Dictionary{{"Files", Array()}, {"Root", tree.root()}, {"Total", 0U}}));
 }
 
-TEST_F(KtdFiles, WhoseNamesAreNotUtf8TravelAsData) {
+TEST_F(KindFiles, ReturnsNameThatIsNotUtf8AsData) {
   const Tree tree{"\xff.txt"};
   serve({tree.root()});
   const Dictionary answer = answerTo({});
   EXPECT_EQ(answer.find("Files")->description(), "( <ff2e747874> )");
 }
 
-TEST_F(KtdFiles, WhoseRootIsNotUtf8TravelAsData) {
+TEST_F(KindFiles, ReturnsRootThatIsNotUtf8AsData) {
   const Tree tree{"\xff/a.txt"};
   serve({tree.at("\xff")});
   EXPECT_NE(answerTo({}).find("Root")->asData(), nullptr);
@@ -120,7 +121,7 @@ TEST_F(KtdFiles, WhoseRootIsNotUtf8TravelAsData) {
 
 // ---- Types ----
 
-TEST_F(KtdFiles, AreOfTheTypesThatRequestAndServerName) {
+TEST_F(KindFiles, ReturnsTypesNamedByRequestAndServer) {
   const Tree tree{"a.txt", "b.h", "c.dat", "d"};
   serve({tree.root()}, {"txt", "h"});
   EXPECT_EQ(sorted(namesIn(answerTo({}))), (Names{"a.txt", "b.h"}));
@@ -129,7 +130,7 @@ TEST_F(KtdFiles, AreOfTheTypesThatRequestAndServerName) {
   EXPECT_EQ(namesIn(answerTo({{"Types", Array()}})), Names());
 }
 
-TEST_F(KtdFiles, AreOfTheRequestsTypesWhereTheServerNamesNone) {
+TEST_F(KindFiles, ReturnsRequestedTypesIfServerNamesNone) {
   const Tree tree{"a.txt", "b.h", "d", "e.\xff"};
   serve({tree.root()}, {});
   EXPECT_EQ(namesIn(answerTo({})), Names());
@@ -137,7 +138,7 @@ TEST_F(KtdFiles, AreOfTheRequestsTypesWhereTheServerNamesNone) {
   EXPECT_EQ(namesIn(answerTo({{"Types", Array{Data{std::byte{0xff}}}}})), Names{"e.\xff"});
 }
 
-TEST_F(KtdFiles, AreBelowTheRootsWhateverARequestNames) {
+TEST_F(KindFiles, StaysBelowRootsWhateverRequestNames) {
   const Tree tree{"served/a.txt", "secret.txt", "served/x/"};
   serve({tree.at("served")}, {});
   for (const char *type : {"../secret.txt", "txt/../../secret.txt", "/etc", "..", "/", "*", "."}) {
@@ -150,7 +151,7 @@ TEST_F(KtdFiles, AreBelowTheRootsWhateverARequestNames) {
 
 // ---- Pages ----
 
-TEST_F(KtdFiles, ArePassedOverUpToTheOffset) {
+TEST_F(KindFiles, SkipsFilesUpToOffset) {
   const Tree tree{"a.txt", "b.txt", "c.txt"};
   serve({tree.root()});
   const Names all = namesIn(answerTo({}));
@@ -160,7 +161,7 @@ TEST_F(KtdFiles, ArePassedOverUpToTheOffset) {
   EXPECT_EQ(namesIn(answerTo({{"Offset", "2147483647"}})), Names());
 }
 
-TEST_F(KtdFiles, AreAtMostAsManyAsTheCount) {
+TEST_F(KindFiles, ReturnsAtMostCountFiles) {
   const Tree tree{"a.txt", "b.txt", "c.txt"};
   serve({tree.root()});
   const Names all = namesIn(answerTo({}));
@@ -172,7 +173,7 @@ TEST_F(KtdFiles, AreAtMostAsManyAsTheCount) {
   EXPECT_EQ(*answerTo({{"Count", 0}}).find("Next"), PropertyList(0));
 }
 
-TEST_F(KtdFiles, OfSeveralRootsComeRootAfterRootAndOfOneOnEachPage) {
+TEST_F(KindFiles, ReturnsRootsInOrderAndOneOnEachPage) {
   const Tree tree{"1/a.txt", "1/b.txt", "2/c.dat", "3/d.txt"};
   serve({tree.at("1"), tree.at("2"), tree.at("3")});
   const Dictionary first = answerTo({});
@@ -185,7 +186,7 @@ TEST_F(KtdFiles, OfSeveralRootsComeRootAfterRootAndOfOneOnEachPage) {
   EXPECT_FALSE(second.contains("Next"));
 }
 
-TEST_F(KtdFiles, OfLongNamesComeOnPagesThatFitADatagram) {
+TEST_F(KindFiles, SplitsLongNamesIntoPagesOfDatagramSize) {
   Tree tree;
   std::set<std::string> expected;
   const Names kinds{std::string(240, 'n'), std::string(240, '\x01'), std::string(240, '\xff')};
@@ -201,7 +202,7 @@ TEST_F(KtdFiles, OfLongNamesComeOnPagesThatFitADatagram) {
   EXPECT_TRUE(std::set(paths.begin(), paths.end()) == expected);
 }
 
-TEST_F(KtdFiles, FillAPageToTheLastByte) {
+TEST_F(KindFiles, FillsPageToLastByte) {
   Tree tree;
   for (int number = 1000; number < 6000; ++number) {
     tree.add(std::to_string(number) + "_name_of_20.txt");
@@ -209,11 +210,11 @@ TEST_F(KtdFiles, FillAPageToTheLastByte) {
   serve({tree.root()});
   const std::size_t size = replySize(daemon_, answerTo({}));
   EXPECT_LE(size, largestDatagram);
-  // Kept free: one name, and digits of Total and Next, which are reckoned as if they were larger.
+  // Free space: one name, and digits of Total and Next, whose largest values are reserved.
   EXPECT_GT(size, largestDatagram - 60);
 }
 
-TEST_F(KtdFiles, OfSeveralRootsAreAllOnTheirPages) {
+TEST_F(KindFiles, ReturnsAllFilesOfSeveralRoots) {
   Tree tree;
   for (int number = 0; number < 300; ++number) {
     tree.add(std::to_string(number % 3) + '/' + std::string(200, '\x02') + std::to_string(number) +
@@ -225,16 +226,16 @@ TEST_F(KtdFiles, OfSeveralRootsAreAllOnTheirPages) {
   EXPECT_EQ(std::set(paths.begin(), paths.end()).size(), 300U);
 }
 
-TEST_F(KtdFiles, WithASignatureThatLeavesNoRoomAreAnError) {
+TEST_F(KindFiles, ReportsErrorIfSignatureLeavesNoRoom) {
   const Tree tree{"a.txt"};
   daemon_.setSignature(std::string(65'500, 's'));
   serve({tree.root()});
-  EXPECT_EQ(errorOf({}), "The answer is too large for a datagram, which carries 65507 bytes.");
+  EXPECT_EQ(errorOf({}), "The answer is too large for a datagram, which carries 65,507 bytes.");
 }
 
 // ---- Hostile requests ----
 
-TEST_F(KtdFiles, WithAnOffsetOrACountThatIsNoNumberAreAnError) {
+TEST_F(KindFiles, RejectsOffsetOrCountThatIsNotNumber) {
   const Tree tree{"a.txt"};
   serve({tree.root()});
   const Array wrong{"-1",
@@ -253,35 +254,39 @@ TEST_F(KtdFiles, WithAnOffsetOrACountThatIsNoNumberAreAnError) {
                     -1};
   for (const std::string key : {"Offset", "Count"}) {
     for (const PropertyList &value : wrong) {
-      EXPECT_EQ(errorOf({{key, value}}), key + " is no number from 0 up.") << value.description();
+      EXPECT_EQ(errorOf({{key, value}}), key + " is not a number from 0 up.")
+          << value.description();
     }
   }
 }
 
-TEST_F(KtdFiles, WithTypesThatAreNoStringsAreAnError) {
+TEST_F(KindFiles, RejectsTypesThatAreNotStrings) {
   const Tree tree{"a.txt"};
   serve({tree.root()});
   for (const PropertyList &value : Array{Dictionary(), 7, Array{"txt", Array{"txt"}},
                                          Array{Dictionary()}, Array{Array(), Array()}}) {
-    EXPECT_EQ(errorOf({{"Types", value}}), "Types is no array of strings.") << value.description();
+    EXPECT_EQ(errorOf({{"Types", value}}), "Types is not an array of strings.")
+        << value.description();
   }
 }
 
-TEST_F(KtdFiles, WithMoreTypesThanAHundredAreAnError) {
+TEST_F(KindFiles, RejectsMoreThanHundredTypes) {
   const Tree tree{"a.txt"};
   serve({tree.root()});
   EXPECT_EQ(namesIn(answerTo({{"Types", Array(100, "txt")}})), Names{"a.txt"});
   EXPECT_EQ(errorOf({{"Types", Array(101, "txt")}}), "Types has more than 100.");
 }
 
-TEST_F(KtdFiles, InACycleOfLinksThatNeverEndsAreAnErrorInTime) {
+TEST_F(KindFiles, ReportsErrorInTimeForEndlessCycleOfLinks) {
   Tree tree{"a.txt"};
   for (const char *name : {"1", "2", "3"}) {
     tree.link(name, ".");
   }
-  serve({tree.root()});
+  answers_.emplace(daemon_, ServedFiles{.roots = {tree.root()},
+                                        .types = {"txt"},
+                                        .longestWalk = std::chrono::milliseconds(100)});
   EXPECT_EQ(errorOf({}), "The files are too many to be listed in time.");
 }
 
 }  // namespace
-}  // namespace kt::tools
+}  // namespace kt::test

@@ -1,83 +1,85 @@
 // SPDX-License-Identifier: MIT
 
-#include "tools/ktd/ErrorLines.h"
+#include "tools/ktd/LineLimiter.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
-namespace kt::tools {
+namespace kt::test {
 namespace {
+
+using namespace tools;
 
 using std::chrono::milliseconds;
 
-const ErrorLines::Time start{std::chrono::hours(1)};
+const LineLimiter::Time start{std::chrono::hours(1)};
 
-// How many of `count` lines said at `now` come out.
-std::size_t said(ErrorLines &lines, int count, ErrorLines::Time now) {
+// Returns how many of `count` lines added at `now` are to be written.
+std::size_t allowed(LineLimiter &limiter, int count, LineLimiter::Time now) {
   std::string text;
   for (int number = 0; number < count; ++number) {
-    text += lines.say("line", now);
+    text += limiter.add("line", now);
   }
   return static_cast<std::size_t>(std::ranges::count(text, '\n'));
 }
 
-TEST(ErrorLines, ALineIsSaidAsItIs) {
-  ErrorLines lines;
-  EXPECT_EQ(lines.say("oh", start), "oh\n");
+TEST(LineLimiter, ReturnsLineUnchanged) {
+  LineLimiter limiter;
+  EXPECT_EQ(limiter.add("oh", start), "oh\n");
 }
 
-TEST(ErrorLines, TenLinesOfOneSecondAreSaid) {
-  ErrorLines lines;
-  EXPECT_EQ(said(lines, 100, start), 10U);
+TEST(LineLimiter, AllowsTenLinesInOneSecond) {
+  LineLimiter limiter;
+  EXPECT_EQ(allowed(limiter, 100, start), 10U);
 }
 
-TEST(ErrorLines, TheNumberLeftOutIsSaidASecondAfterTheLastLine) {
-  ErrorLines lines;
-  (void)said(lines, 100, start);
-  EXPECT_EQ(lines.leftOut(start + milliseconds(999)), "");
-  EXPECT_EQ(lines.leftOut(start + milliseconds(1000)), "ktd: errors left out: 90\n");
+TEST(LineLimiter, ReportsNumberLeftOutOneSecondAfterLastLine) {
+  LineLimiter limiter;
+  (void)allowed(limiter, 100, start);
+  EXPECT_EQ(limiter.leftOut(start + milliseconds(999)), "");
+  EXPECT_EQ(limiter.leftOut(start + milliseconds(1000)), "ktd: errors left out: 90\n");
 }
 
-TEST(ErrorLines, TheNumberLeftOutIsSaidOnce) {
-  ErrorLines lines;
-  (void)said(lines, 11, start);
-  EXPECT_NE(lines.leftOut(start + milliseconds(1000)), "");
-  EXPECT_FALSE(lines.anyLeftOut());
-  EXPECT_EQ(lines.leftOut(start + milliseconds(2000)), "");
+TEST(LineLimiter, ReportsNumberLeftOutOnce) {
+  LineLimiter limiter;
+  (void)allowed(limiter, 11, start);
+  EXPECT_NE(limiter.leftOut(start + milliseconds(1000)), "");
+  EXPECT_FALSE(limiter.anyLeftOut());
+  EXPECT_EQ(limiter.leftOut(start + milliseconds(2000)), "");
 }
 
-TEST(ErrorLines, WithNothingLeftOutThereIsNothingToSay) {
-  ErrorLines lines;
-  (void)said(lines, 10, start);
-  EXPECT_FALSE(lines.anyLeftOut());
-  EXPECT_EQ(lines.leftOut(start + milliseconds(5000)), "");
+TEST(LineLimiter, ReportsNothingIfNothingWasLeftOut) {
+  LineLimiter limiter;
+  (void)allowed(limiter, 10, start);
+  EXPECT_FALSE(limiter.anyLeftOut());
+  EXPECT_EQ(limiter.leftOut(start + milliseconds(5000)), "");
 }
 
-TEST(ErrorLines, TheNextLineBringsTheNumberLeftOutWithIt) {
-  ErrorLines lines;
-  (void)said(lines, 12, start);
-  EXPECT_EQ(lines.say("next", start + milliseconds(1000)), "ktd: errors left out: 2\nnext\n");
+TEST(LineLimiter, ReportsNumberLeftOutBeforeNextLine) {
+  LineLimiter limiter;
+  (void)allowed(limiter, 12, start);
+  EXPECT_EQ(limiter.add("next", start + milliseconds(1000)), "ktd: errors left out: 2\nnext\n");
 }
 
-TEST(ErrorLines, AfterTheSilenceThereAreTenLinesAgain) {
-  ErrorLines lines;
-  (void)said(lines, 11, start);
-  EXPECT_EQ(said(lines, 100, start + milliseconds(1000)), 1U + 10U);
+TEST(LineLimiter, AllowsTenLinesAgainAfterSilence) {
+  LineLimiter limiter;
+  (void)allowed(limiter, 11, start);
+  EXPECT_EQ(allowed(limiter, 100, start + milliseconds(1000)), 1U + 10U);
 }
 
-TEST(ErrorLines, OneLineEachTenthOfASecondIsNeverTooMany) {
-  ErrorLines lines;
+TEST(LineLimiter, AllowsOneLinePer100Milliseconds) {
+  LineLimiter limiter;
   for (int number = 0; number < 100; ++number) {
-    EXPECT_EQ(said(lines, 1, start + milliseconds(100) * number), 1U) << number;
+    EXPECT_EQ(allowed(limiter, 1, start + milliseconds(100) * number), 1U) << number;
   }
 }
 
-TEST(ErrorLines, ASteadyFloodHasAtMostTenLinesInAnySecond) {
-  ErrorLines lines;
-  std::vector<int> times;  // of the lines said, in milliseconds
+TEST(LineLimiter, AllowsAtMostTenLinesInAnySecondOfFlood) {
+  LineLimiter limiter;
+  std::vector<int> times;  // of the lines allowed, in ms
   for (int ms = 0; ms < 10'000; ms += 7) {
-    const std::string text = lines.say("line", start + milliseconds(ms));
+    const std::string text = limiter.add("line", start + milliseconds(ms));
     if (text.ends_with("line\n")) times.push_back(ms);
   }
   for (std::size_t last = 10; last < times.size(); ++last) {
@@ -87,4 +89,4 @@ TEST(ErrorLines, ASteadyFloodHasAtMostTenLinesInAnySecond) {
 }
 
 }  // namespace
-}  // namespace kt::tools
+}  // namespace kt::test

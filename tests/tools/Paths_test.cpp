@@ -6,10 +6,12 @@
 
 #include "tests/walker/Tree.h"
 
-namespace kt::tools {
+namespace kt::test {
 namespace {
 
-TEST(Paths, OfUtf8AreStringsAndOthersAreData) {
+using namespace tools;
+
+TEST(Paths, BecomeStringsIfUtf8AndDataOtherwise) {
   EXPECT_EQ(pathValue("a.txt"), PropertyList("a.txt"));
   EXPECT_EQ(pathValue(""), PropertyList(""));
   EXPECT_EQ(pathValue("\u00e4\n\U0001f600.txt"), PropertyList("\u00e4\n\U0001f600.txt"));
@@ -19,7 +21,7 @@ TEST(Paths, OfUtf8AreStringsAndOthersAreData) {
   EXPECT_NE(pathValue("a\xe2\x82").asData(), nullptr);
 }
 
-TEST(Paths, ArriveAsTheyWere) {
+TEST(Paths, ArriveUnchanged) {
   for (const std::string path :
        {"a/b.txt", "\xff\xfe", "\x01\x7f\n\"\\", "\u00e4", "\xed\xa0\x80"}) {
     const PropertyList sent = pathValue(path);
@@ -27,7 +29,7 @@ TEST(Paths, ArriveAsTheyWere) {
   }
 }
 
-TEST(Paths, AreNoArraysDictionariesOrNumbers) {
+TEST(Paths, AreNotReadFromArraysDictionariesOrNumbers) {
   EXPECT_EQ(pathBytes(Array{"a"}), std::nullopt);
   EXPECT_EQ(pathBytes(Dictionary()), std::nullopt);
   EXPECT_EQ(pathBytes(7), std::nullopt);
@@ -40,12 +42,12 @@ TEST(Paths, AreJoinedWithOneSlash) {
   EXPECT_EQ(joined(".", "a/b"), "./a/b");
 }
 
-TEST(Paths, ThatCantBeListedSayWhy) {
-  const test::Tree tree{"a.txt"};
+TEST(Paths, ReportWhyTheyCannotBeListed) {
+  const Tree tree{"a.txt"};
   EXPECT_EQ(whyNotListed(tree.root()), std::nullopt);
   EXPECT_EQ(whyNotListed(tree.at("a.txt")), "Not a directory");
   EXPECT_EQ(whyNotListed(tree.at("missing")), "No such file or directory");
 }
 
 }  // namespace
-}  // namespace kt::tools
+}  // namespace kt::test

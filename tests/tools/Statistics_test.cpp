@@ -6,8 +6,10 @@
 
 #include <numeric>
 
-namespace kt::tools {
+namespace kt::test {
 namespace {
+
+using namespace tools;
 
 // 1, 2, ..., count, the largest first.
 std::vector<double> downFrom(int count) {
@@ -16,7 +18,7 @@ std::vector<double> downFrom(int count) {
   return numbers;
 }
 
-TEST(Statistics, OneRoundTripIsAllOfThem) {
+TEST(Statistics, OneRoundTripIsEveryFigure) {
   const Statistics figures = statisticsOf({0.5});
   EXPECT_EQ(figures.min, 0.5);
   EXPECT_EQ(figures.median, 0.5);
@@ -24,11 +26,11 @@ TEST(Statistics, OneRoundTripIsAllOfThem) {
   EXPECT_EQ(figures.max, 0.5);
 }
 
-TEST(Statistics, TheMedianOfAnEvenNumberIsTheMeanOfTheTwoInTheMiddle) {
+TEST(Statistics, MedianOfEvenCountIsMeanOfMiddleTwo) {
   EXPECT_EQ(statisticsOf({4, 1, 3, 2}).median, 2.5);
 }
 
-TEST(Statistics, TheMedianOfAnOddNumberIsTheOneInTheMiddle) {
+TEST(Statistics, MedianOfOddCountIsMiddleOne) {
   EXPECT_EQ(statisticsOf({9, 1, 3}).median, 3);
 }
 
@@ -38,7 +40,7 @@ TEST(Statistics, MinAndMaxAreFoundInAnyOrder) {
   EXPECT_EQ(figures.max, 5);
 }
 
-TEST(Statistics, P99IsTheSmallestThatNinetyNineInAHundredDoNotExceed) {
+TEST(Statistics, P99IsSmallestValueNotExceededBy99Percent) {
   EXPECT_EQ(statisticsOf(downFrom(99)).p99, 99);
   EXPECT_EQ(statisticsOf(downFrom(100)).p99, 99);
   EXPECT_EQ(statisticsOf(downFrom(101)).p99, 100);
@@ -47,4 +49,4 @@ TEST(Statistics, P99IsTheSmallestThatNinetyNineInAHundredDoNotExceed) {
 }
 
 }  // namespace
-}  // namespace kt::tools
+}  // namespace kt::test

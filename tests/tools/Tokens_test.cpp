@@ -1,16 +1,18 @@
 // SPDX-License-Identifier: MIT
 
-#include "tools/common/Tokens.h"
+#include "tools/calculator/Tokens.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-namespace kt::tools {
+namespace kt::test {
 namespace {
 
-// Each token as its kind's letter, its offset and its text: "n0:12"
+using namespace tools;
+
+// Returns each token as its kind's letter, its offset and its text: "n0:12"
 std::vector<std::string> tokensOf(std::string_view expression) {
   std::vector<std::string> all;
   for (Tokens tokens(expression); tokens.next().kind != Token::Kind::end;) {
@@ -25,27 +27,27 @@ std::vector<std::string> tokensOf(std::string_view expression) {
 
 using Texts = std::vector<std::string>;
 
-TEST(Tokens, NumbersNamesAndSymbolsAreToldApart) {
+TEST(Tokens, DistinguishNumbersNamesAndSymbols) {
   EXPECT_EQ(tokensOf("12+gcd(0xFf, b2)"),
             (Texts{"n0:12", "s2:+", "a3:gcd", "s6:(", "n7:0xFf", "s11:,", "a13:b2", "s15:)"}));
 }
 
-TEST(Tokens, ShiftsAreOneSymbol) {
+TEST(Tokens, KeepShiftAsOneSymbol) {
   EXPECT_EQ(tokensOf("1<<2>>3"), (Texts{"n0:1", "s1:<<", "n3:2", "s4:>>", "n6:3"}));
   EXPECT_EQ(tokensOf("<>"), (Texts{"s0:<", "s1:>"}));
   EXPECT_EQ(tokensOf("<<<"), (Texts{"s0:<<", "s2:<"}));
 }
 
-TEST(Tokens, BlanksSeparateAndAreNoTokens) {
+TEST(Tokens, AreSeparatedByBlanks) {
   EXPECT_EQ(tokensOf(" 1\t\r\n2 "), (Texts{"n1:1", "n5:2"}));
   EXPECT_EQ(tokensOf("  "), Texts());
 }
 
-TEST(Tokens, ACharacterBeyondAsciiIsOneSymbol) {
+TEST(Tokens, KeepCharacterBeyondAsciiAsOneSymbol) {
   EXPECT_EQ(tokensOf("\u00fc\xff"), (Texts{"s0:\u00fc", "s2:\xff"}));
 }
 
-TEST(Tokens, TheEndStaysTheEnd) {
+TEST(Tokens, RepeatEnd) {
   Tokens tokens("1 ");
   (void)tokens.take();
   for (int round = 0; round < 2; ++round) {
@@ -57,4 +59,4 @@ TEST(Tokens, TheEndStaysTheEnd) {
 }
 
 }  // namespace
-}  // namespace kt::tools
+}  // namespace kt::test

@@ -152,7 +152,7 @@ class KtEval(ProgramTest):
     def test_refuses_expression_too_large_for_datagram(self):
         result = kt("eval", "1" * 65500)
         self.assertEqual((result.returncode, result.stdout), (1, ""))
-        self.assertRegex(result.stderr, r"^kt eval: the request takes 65\d\d\d bytes; ")
+        self.assertRegex(result.stderr, r"^kt eval: the request takes 65,\d\d\d bytes; ")
 
     def test_fails_without_server(self):
         result = kt("eval", "1", "--timeout", BRIEF[0])

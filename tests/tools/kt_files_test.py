@@ -74,11 +74,11 @@ class KtFiles(WalkTest):
         self.make("a.txt")
         Daemon(self, "--files", self.root, "--types", "txt")
         self.assert_result(kt("send", "Files", "Offset=-1"), 0,
-                           '{ Error = "Offset is no number from 0 up."; }\n')
+                           '{ Error = "Offset is not a number from 0 up."; }\n')
         self.assert_result(kt("send", "Files", "Count=(1)"), 0,
-                           '{ Error = "Count is no number from 0 up."; }\n')
+                           '{ Error = "Count is not a number from 0 up."; }\n')
         self.assert_result(kt("send", "Files", "Types={a = b;}"), 0,
-                           '{ Error = "Types is no array of strings."; }\n')
+                           '{ Error = "Types is not an array of strings."; }\n')
         self.assert_result(kt("send", "Files"), 0,
                            f'{{ Files = ( a.txt ); Root = "{self.root}"; Total = 1; }}\n')
 
@@ -96,9 +96,9 @@ class KtdFilesArguments(WalkTest):
 
     def test_refuses_type_that_is_not_an_extension(self):
         self.assert_misuse(ktd("--files", self.root, "--types", "txt,.h"), "ktd",
-                           '--types: ".h" is no extension: it has a dot')
+                           '--types: ".h" is not an extension: it has a dot')
         self.assert_misuse(kt("files", "--type", ".h"), "kt files",
-                           '--type: ".h" is no extension: it has a dot')
+                           '--type: ".h" is not an extension: it has a dot')
 
 
 class KtFilesErrors(WalkTest):
@@ -106,7 +106,7 @@ class KtFilesErrors(WalkTest):
         Daemon(self)
         result = kt("files", "--type", "x" * 70_000)
         self.assertEqual((result.returncode, result.stdout), (1, ""))
-        self.assertIn("a datagram carries at most 65507", result.stderr)
+        self.assertIn("a datagram carries at most 65,507", result.stderr)
 
     def test_reports_server_without_files(self):
         Daemon(self)
@@ -163,7 +163,7 @@ class KtFilesPages(ProgramTest):
         Peer(self, server(answer))
         self.assert_result(kt("files"), 0, "/srv/a.txt\n/srv/b.txt\n",
                            "kt files: the server's files changed meanwhile: some may be missing "
-                           "or come twice\n")
+                           "or appear twice\n")
 
 
 class KtFilesHostileServer(ProgramTest):
@@ -174,14 +174,14 @@ class KtFilesHostileServer(ProgramTest):
         for following in ["0", '"-1"', "x", "()"]:
             with self.subTest(following):
                 self.check_refused(page(["a"], 5, following),
-                                   "the next page is not behind this one")
+                                   "the next page is not after this one")
 
     def test_refuses_answer_of_another_kind(self):
         for packet, problem in [
                 ("{}", "it has no Root"),
                 ("{ Root = a; }", "it has no Total"),
                 ("{ Root = a; Total = 1; }", "it has no Files"),
-                ("{ Root = a; Total = 1; Files = a; }", "its Files are no array"),
+                ("{ Root = a; Total = 1; Files = a; }", "its Files are not an array"),
                 ("{ Root = (); Total = 1; Files = (); }", "a path is neither a string nor data"),
                 (page(["()"], 1), "a path is neither a string nor data")]:
             with self.subTest(packet):
@@ -190,7 +190,7 @@ class KtFilesHostileServer(ProgramTest):
     def check_refused(self, packet, problem):
         self.peer.part = always(packet)
         result = kt("files")
-        self.assert_result(result, 1, "", "kt files: the server's answer is none to this request: "
+        self.assert_result(result, 1, "", "kt files: the server's answer does not fit the request: "
                                           f"{problem}\n")
 
     def test_escapes_paths_on_terminal(self):

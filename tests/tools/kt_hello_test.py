@@ -84,7 +84,7 @@ class KtHelloAnnouncement(ProgramTest):
         Peer(self, server(name="127.0.0.9", port=4711))
         result = kt("hello")
         self.assertRegex(result.stdout, rf"{NUMBER} ms; announces port 4711; "
-                                        r"its name stands for 127\.0\.0\.9\n$")
+                                        r"its name resolves to 127\.0\.0\.9\n$")
 
     def test_prints_announced_port_and_address_as_json(self):
         Peer(self, server(name="127.0.0.9", port=4711))
@@ -189,7 +189,7 @@ class KtHelloAll(ProgramTest):
     def test_notes_other_port_and_address(self):
         Peer(self, server(name="127.0.0.9", port=4711))
         self.assertRegex(all_servers().stdout,
-                         r"; announces port 4711; its name stands for 127\.0\.0\.9\n$")
+                         r"; announces port 4711; its name resolves to 127\.0\.0\.9\n$")
 
 
 class KtHelloWithoutServer(ProgramTest):

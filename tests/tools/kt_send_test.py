@@ -67,8 +67,8 @@ class KtSendSize(ProgramTest):
     def test_refuses_larger_request_before_sending_anything(self):
         listener = udp_socket(self, 4798)
         result = kt("send", "Echo", "a=" + "x" * (65508 - self.frame))
-        self.assert_result(result, 1, "", "kt send: the request takes 65508 bytes; "
-                                          "a datagram carries at most 65507\n")
+        self.assert_result(result, 1, "", "kt send: the request takes 65,508 bytes; "
+                                          "a datagram carries at most 65,507\n")
         listener.setblocking(False)
         self.assertRaises(BlockingIOError, listener.recv, 1)
 

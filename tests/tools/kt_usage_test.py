@@ -7,8 +7,10 @@ import unittest
 from programs import DEFAULT_PORTS, ProgramTest, kt, run
 
 COMMANDS = ["hello", "send", "ping", "parse", "calc", "eval", "walk", "files"]
-SHARED_OPTIONS = ["--signature TEXT", "--ports N,N,...", "--timeout MS", "--retries N",
-                  "--broadcast ADDRESS", "--json", "--quiet", "--debug", "--version", "--help"]
+LOCAL_COMMANDS = ["parse", "calc", "walk"]  # they use no server
+SHARED_OPTIONS = ["--json", "--quiet", "--debug", "--version", "--help"]
+SERVER_OPTIONS = ["--signature TEXT", "--ports N,N,...", "--broadcast ADDRESS", "--timeout MS",
+                  "--retries N"]
 
 
 class KtHelp(ProgramTest):
@@ -30,12 +32,23 @@ class KtHelp(ProgramTest):
             self.assertEqual((result.returncode, result.stderr), (0, ""))
             for option in SHARED_OPTIONS + own[command]:
                 self.assertIn(option, result.stdout)
-            self.assertIn(", ".join(map(str, DEFAULT_PORTS)), result.stdout)
+            local = command in LOCAL_COMMANDS
+            for text in [*SERVER_OPTIONS, ", ".join(map(str, DEFAULT_PORTS))]:
+                self.assertEqual(text in result.stdout, not local, (command, text))
 
     def test_fits_wide_terminal(self):
         for arguments in [[], *[[command] for command in COMMANDS]]:
             for line in kt(*arguments, "--help").stdout.splitlines():
                 self.assertLessEqual(len(line), 100, line)
+
+
+class KtServerOptions(ProgramTest):
+    def test_are_unknown_to_commands_without_server(self):
+        for command in LOCAL_COMMANDS:
+            for option in SERVER_OPTIONS:
+                name = option.split()[0]
+                self.assert_misuse(run("KT", command, ".", name), f"kt {command}",
+                                   f"The following argument was not expected: {name}")
 
 
 class KtVersion(ProgramTest):

@@ -187,9 +187,9 @@ class KtWalkArguments(WalkTest):
         self.assert_misuse(kt("walk", "--null", "--json", self.root), "kt walk",
                            "--null excludes --json")
         self.assert_misuse(kt("walk", "--type", ".h", self.root), "kt walk",
-                           '--type: ".h" is no extension: it has a dot')
+                           '--type: ".h" is not an extension: it has a dot')
         self.assert_misuse(kt("walk", "--type", "a/h", self.root), "kt walk",
-                           '--type: "a/h" is no extension: it has a slash')
+                           '--type: "a/h" is not an extension: it has a slash')
 
 
 if __name__ == "__main__":

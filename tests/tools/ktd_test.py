@@ -183,7 +183,7 @@ class KtdAnswers(ProgramTest):
         packet = f'{{ KtUDPKeyword = Echo; a = "{text}"; }}'
         sender.sendto(envelope(packet, 1), ("127.0.0.1", 4798))
         self.assertIn(b'_DataPacket = { Error = "The answer is too large for a datagram, '
-                      b'which carries 65507 bytes."; }', sender.recv(65536))
+                      b'which carries 65,507 bytes."; }', sender.recv(65536))
 
 
 class KtdArguments(ProgramTest):

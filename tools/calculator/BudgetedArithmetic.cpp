@@ -144,7 +144,7 @@ Integer BudgetedArithmetic::squareRoot(const Integer &a) {
 }
 
 Integer BudgetedArithmetic::modularPower(const Integer &base, const Integer &exponent,
-                                  const Integer &modulus) {
+                                         const Integer &modulus) {
   require(exponent.sign() >= 0, "the exponent is negative");
   // Two products and two divisions of the modulus's size per bit of the exponent.
   const std::uint64_t size = limbs(modulus);

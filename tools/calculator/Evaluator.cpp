@@ -49,7 +49,7 @@ constexpr std::array functions{
     Function{"gcd", 2,
              [](BudgetedArithmetic &arithmetic, std::vector<Integer> &numbers) {
                return arithmetic.greatestCommonDivisor(std::move(numbers[0]),
-                                                        std::move(numbers[1]));
+                                                       std::move(numbers[1]));
              }},
     Function{"sqrt", 1,
              [](BudgetedArithmetic &arithmetic, std::vector<Integer> &numbers) {

@@ -63,10 +63,9 @@ std::optional<std::vector<std::int32_t>> readPorts(std::string_view text) {
 std::optional<std::int32_t> readInteger(const PropertyList &value, std::int32_t lowest,
                                         std::int32_t highest) {
   if (const std::string *text = value.asString()) return readNumber(*text, lowest, highest);
-  const bool isNumber = value.asArray() == nullptr && value.asData() == nullptr &&
-                        value.asDictionary() == nullptr;
+  if (value.kind() != PropertyList::Kind::number) return std::nullopt;
   const std::int32_t number = value.intValue();  // saturated
-  if (!isNumber || number < lowest || number > highest) return std::nullopt;
+  if (number < lowest || number > highest) return std::nullopt;
   return number;
 }
 

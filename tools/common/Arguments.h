@@ -33,8 +33,8 @@ namespace kt::tools {
 // Reads one or more ports, 1 <= port <= 65535, separated by commas: "4798,4711"
 [[nodiscard]] std::optional<std::vector<std::int32_t>> readPorts(std::string_view text);
 
-// Reads a number, lowest <= number <= highest, from a value of a request: a string, as the functions
-// above read texts, or a number.
+// Reads a number, lowest <= number <= highest, from a value of a request: a string, as the
+// functions above read texts, or a number.
 [[nodiscard]] std::optional<std::int32_t> readInteger(const PropertyList &value,
                                                       std::int32_t lowest, std::int32_t highest);
 

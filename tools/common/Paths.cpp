@@ -31,7 +31,7 @@ PropertyList pathValue(std::string_view path) {
   if (isUtf8(path)) return path;
   Data bytes(path.size());
   std::transform(path.begin(), path.end(), bytes.begin(),
-                         [](char byte) { return static_cast<std::byte>(byte); });
+                 [](char byte) { return static_cast<std::byte>(byte); });
   return bytes;
 }
 
@@ -41,7 +41,7 @@ std::optional<std::string> pathBytes(const PropertyList &value) {
   if (data == nullptr) return std::nullopt;
   std::string bytes(data->size(), '\0');
   std::transform(data->begin(), data->end(), bytes.begin(),
-                         [](std::byte byte) { return static_cast<char>(byte); });
+                 [](std::byte byte) { return static_cast<char>(byte); });
   return bytes;
 }
 
@@ -51,7 +51,8 @@ std::string joined(std::string_view directory, std::string_view name) {
 }
 
 std::string extensionProblem(const std::string &text) {
-  if (text.find('.') != std::string::npos) return inQuotes(text) + " is not an extension: it has a dot";
+  if (text.find('.') != std::string::npos)
+    return inQuotes(text) + " is not an extension: it has a dot";
   if (text.find('/') != std::string::npos) {
     return inQuotes(text) + " is not an extension: it has a slash";
   }

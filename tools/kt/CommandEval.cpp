@@ -13,7 +13,8 @@ namespace kt::tools {
 
 namespace {
 
-constexpr const char *examples = R"(A server refuses expressions that would take it more than a few milliseconds.
+constexpr const char *examples =
+    R"(A server refuses expressions that would take it more than a few milliseconds.
 
 Examples:
   kt eval '2^521 - 1'

@@ -136,17 +136,17 @@ class Files : public Command {
       if (offset) progress.show(*offset, total);
     }
     if (changed) {
-      std::fputs("kt files: the server's files changed meanwhile: some may be missing or appear "
-                 "twice\n",
-                 stderr);
+      std::fputs(
+          "kt files: the server's files changed meanwhile: some may be missing or appear "
+          "twice\n",
+          stderr);
     }
     if (total == 0 && types_.empty()) {
       std::fputs("kt files: no file is of a type that the server names; give --type\n", stderr);
     }
   }
 
-  [[nodiscard]] Page fetch(KtUDPClient &client, const Options &options,
-                           std::int32_t offset) const {
+  [[nodiscard]] Page fetch(KtUDPClient &client, const Options &options, std::int32_t offset) const {
     const Dictionary request = requestFor(offset);
     requireDatagram(options.signature, request);
     return pageOf(answerOf(client, request), offset);

@@ -64,7 +64,8 @@ std::string contentsOf(const std::string &file, const std::string &name) {
 class Parse : public Command {
  public:
   void declare(CommandLine &line) override {
-    line.addOptionalArgument("FILE", file_, "The file to read (default: standard input, also as -)");
+    line.addOptionalArgument("FILE", file_,
+                             "The file to read (default: standard input, also as -)");
     line.setFooter(help);
   }
 

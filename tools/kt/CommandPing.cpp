@@ -111,9 +111,9 @@ class Ping : public Command {
     line.addOption<readPositive>(
         {"-c,--count", "COUNT", "How many round trips to make (default: until Ctrl-C)"},
         arguments_.count, "a number of round trips from 1 up");
-    line.addOption<readSeconds>({"-i,--interval", "SECONDS",
-                                 "The time between the starts of two round trips (default: 1)"},
-                                arguments_.interval, "a number of seconds from 0 to 86400");
+    line.addOption<readSeconds>(
+        {"-i,--interval", "SECONDS", "The time between the starts of two round trips (default: 1)"},
+        arguments_.interval, "a number of seconds from 0 to 86400");
     line.setFooter(help);
   }
 

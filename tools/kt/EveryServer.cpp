@@ -102,7 +102,7 @@ std::vector<FoundServer> everyServer(const Options &options, std::uint32_t addre
 }
 
 std::string lineFor(const FoundServer &server, const std::string &signature,
-                    const udp::HostAddress &named) {
+                    const HostAddress &named) {
   std::string line =
       kt::format("%s at %s, signature %s, %.3f ms", inQuotes(server.id.name),
                  endpoint(server.source), inQuotes(signature), server.roundTrip.count());
@@ -111,13 +111,13 @@ std::string lineFor(const FoundServer &server, const std::string &signature,
   }
   if (named.kind == udp::HostAddress::Kind::ipv4 &&
       named.address != server.source.sin_addr.s_addr) {
-    line += "; its name stands for " + dotted(named.address);
+    line += "; its name resolves to " + dotted(named.address);
   }
   return line;
 }
 
 std::string jsonFor(const FoundServer &server, const std::string &signature,
-                    const udp::HostAddress &named) {
+                    const HostAddress &named) {
   JsonObject object;
   object.addText("name", server.id.name)
       .addText("address", dotted(server.source.sin_addr.s_addr))
@@ -125,7 +125,7 @@ std::string jsonFor(const FoundServer &server, const std::string &signature,
       .addText("signature", signature)
       .addNumber("roundTripMs", server.roundTrip.count())
       .addNumber("announcedPort", std::int64_t{server.id.port});
-  if (named.kind == udp::HostAddress::Kind::ipv4) {
+  if (named.kind == HostAddress::Kind::ipv4) {
     object.addText("nameAddress", dotted(named.address));
   } else {
     object.addNull("nameAddress");

@@ -17,6 +17,8 @@
 
 namespace kt::tools {
 
+using udp::HostAddress;
+
 // A server that answered.
 struct FoundServer {
   sockaddr_in source;      // where the answer came from

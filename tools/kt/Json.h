@@ -2,9 +2,6 @@
 
 // Writes JSON, for programs that read kt's output: always one line of ASCII without the line feed.
 // Functions without state, and a builder of objects.
-//
-// The library that does it, nlohmann-json, is included by Json.cpp only, because it takes long to
-// compile.
 #ifndef KT_TOOLS_KT_JSON_H
 #define KT_TOOLS_KT_JSON_H
 
@@ -16,7 +13,7 @@
 
 namespace kt::tools {
 
-// Returns a property list as JSON. Strings become strings, arrays arrays, dictionaries objects in
+// Return a property list as JSON. Strings become strings, arrays arrays, dictionaries objects in
 // key order, data {"data":"0fbd77"}. Numbers become strings of digits, as they arrive from the
 // network. Recursive: for values from a parser, which limits their depth.
 [[nodiscard]] std::string jsonOf(const PropertyList &value);
@@ -28,14 +25,14 @@ class JsonObject {
   JsonObject &addText(std::string_view key, std::string_view text);
   JsonObject &addValue(std::string_view key, const PropertyList &value);
   JsonObject &addNumber(std::string_view key, std::int64_t number);
-  JsonObject &addNumber(std::string_view key, double number);
+  JsonObject &addNumber(std::string_view key, double number);  // Requires: number is finite.
   JsonObject &addNull(std::string_view key);
 
   // Returns the object as JSON.
   [[nodiscard]] std::string text() const { return members_ + '}'; }
 
  private:
-  JsonObject &addMember(std::string_view key, const std::string &json);
+  void beginMember(std::string_view key);
 
   std::string members_ = "{";  // the object without its closing brace
 };

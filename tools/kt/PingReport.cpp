@@ -28,10 +28,10 @@ void PingReport::add(std::int32_t sequence, bool answered, Milliseconds elapsed)
   ++sent_;
   if (answered) roundTripsMs_.push_back(elapsed.count());
   const auto text = [&] {
-    return answered ? kt::format("%d: answer from %s in %.3f ms", sequence, server_,
-                                 elapsed.count())
-                    : kt::format("%d: no answer from %s within %s", sequence, server_,
-                                 wholeMilliseconds(elapsed));
+    return answered
+               ? kt::format("%d: answer from %s in %.3f ms", sequence, server_, elapsed.count())
+               : kt::format("%d: no answer from %s within %s", sequence, server_,
+                            wholeMilliseconds(elapsed));
   };
   const auto json = [&] {
     JsonObject object;

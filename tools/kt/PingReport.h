@@ -33,10 +33,10 @@ class PingReport {
   [[nodiscard]] std::string textSummary() const;
   [[nodiscard]] std::string jsonSummary() const;
 
-  const std::string server_;  // where the answers come from
-  std::mutex mutex_;          // for everything below
-  Results lines_;             // the round trips
-  Results summary_;           // printed with --quiet too
+  const std::string server_;          // where the answers come from
+  std::mutex mutex_;                  // for everything below
+  Results lines_;                     // the round trips
+  Results summary_;                   // printed with --quiet too
   std::uint64_t sent_ = 0;            // round trips added
   std::vector<double> roundTripsMs_;  // those that were answered
   bool finished_ = false;             // whether the summary is printed; nothing follows it

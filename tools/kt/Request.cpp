@@ -4,11 +4,11 @@
 
 #include <string_view>
 
-#include "kt/foundation/Format.h"
 #include "kt/udp/KtMessage.h"
 #include "tools/common/Failure.h"
 #include "tools/text/Escape.h"
 #include "tools/text/Excerpt.h"
+#include "tools/text/Numerals.h"
 
 namespace kt::tools {
 
@@ -59,8 +59,8 @@ std::size_t datagramSize(const std::string &signature, const Dictionary &packet)
 void requireDatagram(const std::string &signature, const Dictionary &packet) {
   const std::size_t byteCount = datagramSize(signature, packet);
   if (byteCount <= largestDatagram) return;
-  throw Failure(kt::format("the request takes %d bytes; a datagram carries at most %d", byteCount,
-                           largestDatagram));
+  throw Failure("the request takes " + withCommas(byteCount) +
+                " bytes; a datagram carries at most " + withCommas(largestDatagram));
 }
 
 }  // namespace kt::tools

@@ -6,10 +6,10 @@
 #include <string>
 #include <utility>
 
-#include "kt/foundation/Format.h"
 #include "kt/udp/KtMessage.h"
 #include "tools/common/Requests.h"
 #include "tools/ktd/ReplySize.h"
+#include "tools/text/Numerals.h"
 
 namespace kt::tools {
 
@@ -36,14 +36,13 @@ Dictionary Answers::replyForRequest(const Dictionary &request) const {
   const Kind *kind = kindOf(request);
   if (kind == nullptr) {
     // The keyword itself is not repeated: it may have any length and any content.
-    return {{errorKey,
-             "This server has no such kind of request. It knows: " + kindNames() + '.'}};
+    return {{errorKey, "This server has no such kind of request. It knows: " + kindNames() + '.'}};
   }
   Dictionary answer = kind->answer(request, server_);
   answer.erase(keywordKey);
   if (replySize(server_.daemon, answer) <= largestDatagram) return answer;
-  return {{errorKey, kt::format("The answer is too large for a datagram, which carries %d bytes.",
-                                largestDatagram)}};
+  return {{errorKey, "The answer is too large for a datagram, which carries " +
+                         withCommas(largestDatagram) + " bytes."}};
 }
 
 }  // namespace kt::tools

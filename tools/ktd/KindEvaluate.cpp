@@ -13,7 +13,7 @@ namespace kt::tools {
 Dictionary answerEvaluate(const Dictionary &request, const ServerState &) {
   const PropertyList *expression = request.find(expressionKey);
   if (expression == nullptr || expression->asString() == nullptr) {
-    return {{errorKey, "There is no Expression."}};
+    return {{errorKey, "The request has no Expression."}};
   }
   const PropertyList *wantedBase = request.find(baseKey);
   const std::optional<std::int32_t> base =

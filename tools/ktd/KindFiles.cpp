@@ -131,16 +131,16 @@ class Page {
   }
 
   const ServerState &server_;
-  const std::size_t offset_;         // files to skip
-  const std::size_t count_;          // the most files to add
-  const std::string *root_;          // of the tree that is walked
-  std::size_t prefixSize_ = 0;       // bytes of a path before the part that is relative to root_
-  const std::string *rootOfFiles_;   // the root of all files in files_
+  const std::size_t offset_;          // files to skip
+  const std::size_t count_;           // the most files to add
+  const std::string *root_;           // of the tree that is walked
+  std::size_t prefixSize_ = 0;        // bytes of a path before the part that is relative to root_
+  const std::string *rootOfFiles_;    // the root of all files in files_
   const Clock::time_point deadline_;  // when the walk is given up
-  Array files_;                      // relative to rootOfFiles_
-  std::size_t room_ = 0;             // bytes left for files, once files_ has one
-  std::size_t total_ = 0;            // files found so far
-  bool full_ = false;                // whether no more may be added
+  Array files_;                       // relative to rootOfFiles_
+  std::size_t room_ = 0;              // bytes left for files, once files_ has one
+  std::size_t total_ = 0;             // files found so far
+  bool full_ = false;                 // whether no more may be added
 };
 
 Dictionary pageFor(const Dictionary &request, const ServerState &server) {
