@@ -32,7 +32,7 @@ class JsonObject {
   [[nodiscard]] std::string text() const { return members_ + '}'; }
 
  private:
-  void beginMember(std::string_view key);
+  JsonObject &add(std::string_view key, std::string_view json);
 
   std::string members_ = "{";  // the object without its closing brace
 };
