@@ -32,8 +32,7 @@ function(kt_library name)
     # functions are exported.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
     set(map ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/exports.map)
-    target_link_options(${target} PRIVATE
-      LINKER:--version-script=${map} LINKER:-Bsymbolic-functions)
+    target_link_options(${target} PRIVATE LINKER:--version-script=${map})
     set_target_properties(${target} PROPERTIES LINK_DEPENDS ${map})
   endif()
   if(KT_INSTALL)

@@ -11,10 +11,10 @@
 #include <cstdint>
 #include <string>
 
-#include "fuzz/Require.h"
 #include "kt/bigint.h"
 #include "tests/bigint/Records.h"
 #include "tests/bigint/model/Model.h"
+#include "tests/support/Require.h"
 
 namespace kt::test {
 namespace {

@@ -5,16 +5,11 @@
 #include "tools/calculator/Evaluator.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <string_view>
 
-namespace {
+#include "tests/support/Require.h"
 
-void require(bool condition) {
-  if (!condition) std::abort();
-}
-
-}  // namespace
+using kt::test::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size) {
   using namespace kt::tools;

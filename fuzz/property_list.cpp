@@ -4,17 +4,15 @@
 // the same value, and that the value is written as the same text again.
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 #include "kt/foundation/PropertyList.h"
+#include "tests/support/Require.h"
+
+using kt::test::require;
 
 namespace {
-
-void require(bool condition) {
-  if (!condition) std::abort();
-}
 
 bool isPrintable(char character) {
   return character >= ' ' && character <= '~';
