@@ -2,8 +2,8 @@
 
 // Carry chains: the three loops over limbs in which nearly all time is spent. addChain,
 // subtractChain and addProduct are the fastest versions that the host has. Each has a portable
-// version and one in assembler for x86-64, because compilers do not keep a carry in the processor's
-// flag from one iteration to the next.
+// version and one in assembler for x86-64. Compilers do not keep a carry in the processor's flag
+// from one iteration to the next.
 #ifndef KT_BIGINT_CARRYCHAINS_H
 #define KT_BIGINT_CARRYCHAINS_H
 

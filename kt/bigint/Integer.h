@@ -5,11 +5,15 @@
 // allocates nothing and leaves zero. Any number of threads may read one value; a thread that
 // changes it needs it alone.
 //
-// Errors are exceptions and leave the operands unchanged: std::overflow_error for a result of more
-// than 4,080 bits, std::domain_error for an operand without a result (division by zero, for
-// example), std::invalid_argument for text that is not a number, std::bad_alloc. A message names
-// the operation: "kt::Integer: division by zero in operator/". Results that are plainly too large
-// are refused before the work begins: kt::pow(2, 1'000'000'000) throws at once.
+// Errors are exceptions and leave the operands unchanged:
+//
+//   std::overflow_error     a result of more than 4,080 bits
+//   std::domain_error       an operand without a result, such as a divisor of 0
+//   std::invalid_argument   text that is not a number
+//   std::bad_alloc          no memory
+//
+// A message names the operation: "kt::Integer: division by zero in operator/". Results that are
+// plainly too large are refused before the work begins: kt::pow(2, 1'000'000'000) throws at once.
 #ifndef KT_BIGINT_INTEGER_H
 #define KT_BIGINT_INTEGER_H
 
@@ -94,8 +98,8 @@ class Integer {
   // constructor requires.
   [[nodiscard]] std::string toString(std::string_view alphabet) const;
 
-  // Arithmetic as on C++'s integers: a quotient is truncated towards zero, and a remainder has the
-  // dividend's sign or is 0, so that a == a / b * b + a % b. Both sides may be the same object.
+  // Arithmetic as on C++'s integers. A quotient is truncated towards zero; a remainder has the
+  // dividend's sign or is 0; a == a / b * b + a % b. Both sides may be the same object.
   Integer &operator+=(const Integer &other);
   Integer &operator-=(const Integer &other);
   Integer &operator*=(const Integer &other);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Words and limbs. A word has 16 bits and is the unit in which magnitudes are stored; a limb is the
-// widest integer that the host multiplies in one step, and the unit in which they are computed.
+// Words and limbs. A word has 16 bits and is the unit in which magnitudes are stored. A limb is the
+// widest integer that the host multiplies in one step, and the unit of computation.
 // Both are stored least significant first. All hosts are little-endian, so words become limbs when
 // their bytes are copied.
 #ifndef KT_BIGINT_LIMB_H

@@ -29,8 +29,8 @@ inline Magnitude magnitudeOf(const _KtInt &i) {
   return Magnitude(wordsOf(i));
 }
 
-// Ensures capacity for min(wordCount, maxWords) words. Callers count one spare word for a carry; a
-// value of 255 words does without it, because a capacity of 256 would not fit 8 bits.
+// Ensures capacity for min(wordCount, maxWords) words. Callers count one spare word for a carry.
+// A value of 255 words has no spare word: a capacity of 256 would not fit 8 bits.
 inline void reserve(_KtInt &i, std::size_t wordCount) {
   const std::size_t capacity = std::min(wordCount, maxWords);
   if (i.capacity < capacity) _KtIntSetMinLength(&i, static_cast<int>(capacity));

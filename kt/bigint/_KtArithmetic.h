@@ -5,8 +5,8 @@
 // work in place. Null records, divisors of zero, and one record for both results of a division fail
 // an assertion before anything changes. One record serves one thread at a time, operands included.
 //
-// Results grow as needed up to 255 words (beyond that: _KtInt.h) and are in normal form, with two
-// exceptions: the sum of two zeros with the sign set, and the zero that _KtIntDiv describes.
+// Results grow as needed up to 255 words; _KtInt.h describes what happens beyond. They are in
+// normal form except the sum of two zeros with the sign set, and a zero that _KtIntDiv describes.
 #ifndef KT_BIGINT__KTARITHMETIC_H
 #define KT_BIGINT__KTARITHMETIC_H
 
@@ -49,9 +49,9 @@ void _KtIntShiftRight(_KtInt *a, int32_t n);
 // Computes a = a * s.
 void _KtIntMulS(_KtInt *a, uint16_t s);
 
-// Computes c = a * b. c may be a or b, but the signs are read after the magnitude is stored, when c
-// is not negative: with c = a the result has the sign of b, with c = b that of a. Pass a separate c
-// for the true sign.
+// Computes c = a * b. Pass a separate c for the true sign. c may be a or b, but the signs are read
+// after the magnitude is stored, and c is not negative then. With c = a the result has the sign of
+// b, with c = b that of a.
 void _KtIntMul(const _KtInt *a, const _KtInt *b, _KtInt *c);
 
 // Computes c = |a| modulo |b|, which is never negative. c may be a or b. Normalises b. Requires:

@@ -23,8 +23,7 @@ extern const char *const _KTINT_HEX_VECTOR;
 //
 // Requires: `v` is not null (assertion). For a value other than 0 the alphabet has at least two
 // characters (otherwise the assertion of a division by zero fails). `output` has room for a sign,
-// the digits and the NUL; the caller counts <= 16 digits a word in binary, <= 5 in decimal and <= 4
-// in hexadecimal.
+// the digits and the NUL: per word, <= 16 digits in binary, <= 5 in decimal, <= 4 in hexadecimal.
 void _KtIntEncode(const _KtInt *v, char *output, const char *alphabet);
 
 // Reads a value, which is negative if the text begins with '-'. Skips all other characters outside

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Signed integers of up to 255 words of 16 bits: the record that all functions of this folder work
-// on, and the functions that make, free, copy, size and load it. C and C++ may call them.
+// Signed integers of up to 255 words of 16 bits: the record that all functions of this folder use,
+// and the functions that make, free, copy, size and load it. C and C++ may call them.
 //
 // A record belongs to the caller of _KtIntAlloc until _KtIntFree. The functions keep no state and
 // no pointers, so any thread may call them. One record serves one thread at a time, even in
@@ -10,9 +10,9 @@
 // Normal form: no leading zero words (zero has one word), and zero is not negative. Every function
 // also takes values that are not in normal form.
 //
-// A null record fails an assertion unless a function says otherwise: it prints one line on standard
-// error, such as ``_KtInt:34: failed assertion `i != NULL'``, and aborts. A failed allocation of
-// words prints a line of its own and aborts.
+// A null record fails an assertion unless a function says otherwise. A failed assertion prints one
+// line on standard error, such as ``_KtInt:34: failed assertion `i != NULL'``, and aborts. A failed
+// allocation of words prints a line of its own and aborts.
 //
 // A result of n > 255 words keeps its low n mod 256 words; if n mod 256 is 0, it is a normalised
 // zero. No call on records made here reads or writes outside their blocks, whatever the lengths.

@@ -16,8 +16,7 @@ extern "C" {
 int32_t _KtIntLog2(_KtInt *a);
 
 // Computes |a| = 2^n. The sign stays: a negative record becomes -(2^n). For n >= 4,080 the result
-// does not fit (_KtInt.h): all words that are kept are 0, and the value is normalised only if no
-// word is kept.
+// is truncated (_KtInt.h) and all words kept are 0. It is then normalised only if no word is kept.
 void _KtIntExp2(_KtInt *a, uint32_t n);
 
 // Clears the most significant bit of |a|; zero stays zero. The result is in normal form.

@@ -4,9 +4,15 @@
 // against its argument, and nothing else is ever read. A mistake appears in the text as a mark such
 // as `%!d(missing)`. Any thread may call these functions; they have no state.
 //
-// A format takes printf's conversions d i u o x X c s p f F e E g G a A %, the flags - + # 0 ' and
-// space, width, precision, `*` for either, the lengths hh h l ll j z t L q, and positions as in
-// `%2$d` and `%1$*2$d`. In addition, `%@` takes a string or anything with a description().
+// A format may have what printf's may:
+//
+//     conversions   d i u o x X c s p f F e E g G a A %
+//     flags         - + # 0 ' and space
+//     lengths       hh h l ll j z t L q
+//     sizes         width and precision, or `*` for either
+//     positions     as in `%2$d` and `%1$*2$d`
+//
+// In addition, `%@` takes a string or anything with a description().
 //
 //     kt::format("%s has %d of %5.2f", "ktd", 3, 0.5)      "ktd has 3 of  0.50"
 //     kt::format("%d%%, %@", std::int64_t{1} << 40, list)  "1099511627776%, ( a, b )"
@@ -15,12 +21,12 @@
 // (formatSizeLimit).
 //
 // Numbers look as snprintf writes them, with the locale's decimal point. The type of the argument
-// determines its size, so a missing or wrong length is harmless: %d shows all of an int64_t, and %x
+// determines its size, so a missing or wrong length is harmless. %d shows all of an int64_t, %x
 // shows a negative int as 32 bits. Only hh and h have an effect: they narrow, as in printf. Types
 // smaller than int are promoted to int; bools and enumerations are integers.
 //
 // %s takes C strings, char arrays (read up to a NUL or their end), std::string and
-// std::string_view, and copies their bytes unchanged; width and precision count bytes. A null
+// std::string_view. It copies their bytes unchanged; width and precision count bytes. A null
 // pointer is "(null)" under %s and %@. %p takes any pointer. %c writes one byte.
 //
 // A mark names the conversion and the mistake:
@@ -50,8 +56,8 @@ class Formatter;
 
 namespace kt {
 
-// The largest width in bytes and the largest precision of a number in digits; larger ones count as
-// this, so that no format produces absurd amounts of text. The precision of a string has no limit,
+// The largest width in bytes, and the largest precision of a number in digits. Larger ones count as
+// this, so no format produces absurd amounts of text. The precision of a string has no limit,
 // because it can only shorten the text.
 inline constexpr int formatSizeLimit = 65536;
 

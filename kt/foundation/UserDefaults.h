@@ -14,10 +14,10 @@ namespace kt {
 // property list is a dictionary. The file is in $XDG_CONFIG_HOME or, if that is not set or empty,
 // in ~/.config. There ~ is $HOME or, if that is not set or empty, the user database's home folder.
 //
-// YES, TRUE, Y and T in any case mean yes, and so does a text that begins with an integer other
-// than 0, such as `1` or ` 2 of them`. Everything else means no: an absent key, the empty text, a
-// value that is not a string, and a file that is absent, unreadable or malformed, larger than 1
-// MiB, or not a regular file. The call never waits for such a file.
+// YES, TRUE, Y and T in any case mean yes. So does a text that begins with an integer other than 0,
+// such as `1` or ` 2 of them`. Everything else means no: an absent key, the empty text, a value
+// that is not a string. So does a settings file that is absent, unreadable, malformed, larger than
+// 1 MiB, or not a regular file. The call never waits for such a file.
 [[nodiscard]] bool boolUserDefault(const std::string &key);
 
 }  // namespace kt

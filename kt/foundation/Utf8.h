@@ -19,8 +19,8 @@ struct Utf8Character {
   bool wellFormed;
 };
 
-// Returns the first character of `text`. An ill-formed sequence counts up to the longest part that
-// could begin a character, at least one byte, as Unicode recommends: E2 82 and C0 before other
+// Returns the first character of `text`. An ill-formed part is as long as the longest prefix that
+// could begin a character, and at least one byte, as Unicode recommends. E2 82 and C0 before other
 // bytes are one ill-formed part each, ED A0 80 are three. Requires: !text.empty().
 [[nodiscard]] Utf8Character firstUtf8Character(std::string_view text) noexcept;
 

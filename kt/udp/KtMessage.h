@@ -98,7 +98,7 @@ inline constexpr std::string_view helloKeyword = "HelloKtUDP";
 // its "_Signature" is the string `signature`.
 [[nodiscard]] bool isRequestFor(const Dictionary &request, const std::string &signature);
 
-// Returns the data packet that a server answers, or null if it is missing or has no keyword: such a
+// Returns the data packet that a server answers, or null if it is missing or has no keyword. Such a
 // request gets the bare reply, an empty dictionary. Throws std::invalid_argument if the data packet
 // is not a dictionary.
 [[nodiscard]] const Dictionary *packetOfRequest(const Dictionary &request);
