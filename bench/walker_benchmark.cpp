@@ -3,9 +3,7 @@
 // A walk of 200,000 files in 20,000 directories that reports one file in ten, compared with:
 // - a lower bound: open, list and close each directory and look only at the types of its entries,
 // - fts(3) and std::filesystem,
-// - the programs find and fd with one thread, including their start. A program that is not
-// installed
-//   is skipped.
+// - the programs find and fd with one thread, including their start; a missing program is skipped.
 // The tree is made in a scratch folder and is in the page cache.
 #include <benchmark/benchmark.h>
 #include <dirent.h>

@@ -64,8 +64,8 @@ inline Limb addProductPortably(Limb *limbs, Limbs a, Limb factor) {
 
 // ---- x86-64 ----
 
-// addPortably with four limbs per iteration; lea and dec do not change the carry flag. A third of
-// the portable time for 30 limbs.
+// Does the same as addPortably, four limbs per iteration; lea and dec do not change the carry flag.
+// For 30 limbs it takes a third of the portable time.
 // NOLINTNEXTLINE(readability-non-const-parameter): the assembler writes to it
 inline Limb addChain(Word *sum, const Word *a, const Word *b, std::size_t count) {
   std::size_t quads = count / 4, singles = count % 4, i = 0;
@@ -107,7 +107,7 @@ inline Limb addChain(Word *sum, const Word *a, const Word *b, std::size_t count)
   return -limb;
 }
 
-// subtractPortably in the same way.
+// Does the same as subtractPortably, in the way in which addChain adds.
 // NOLINTNEXTLINE(readability-non-const-parameter): the assembler writes to it
 inline Limb subtractChain(Word *difference, const Word *a, const Word *b, std::size_t count) {
   std::size_t quads = count / 4, singles = count % 4, i = 0;
@@ -160,9 +160,9 @@ inline bool processorHasTwoCarryChains() {
 // False during static initialisation; such callers take the portable loop, which is also correct.
 inline const bool hasTwoCarryChains = processorHasTwoCarryChains();
 
-// addProductPortably with two carry chains side by side: adcx adds the upper halves of the products
-// to the next limbs, adox adds the products to `limbs`. 0.42 of the portable time for a product of
-// 30 x 30 limbs.
+// Does the same as addProductPortably with two carry chains side by side: adcx adds the upper
+// halves of the products to the next limbs, adox adds the products to `limbs`. A product of 30 x 30
+// limbs takes 0.42 of the portable time.
 // NOLINTNEXTLINE(readability-non-const-parameter): the assembler writes to it
 inline Limb addProductInTwoChains(Limb *limbs, Limbs a, Limb factor) {
   const Limb *source = a.data();

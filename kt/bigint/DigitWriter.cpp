@@ -95,8 +95,8 @@ class Splitter {
  private:
   static constexpr std::size_t shortLimbs = 16;
 
-  // Returns whether to divide a value of that size by that power: only if the value is at least
-  // half as long again, so that quotient and remainder have similar lengths.
+  // Returns whether to divide a value of that size by that power: only if the value is at least 1.5
+  // times as long as the power, so that quotient and remainder have similar lengths.
   static bool divides(std::size_t powerSize, std::size_t valueSize) {
     return 3 * powerSize <= 2 * valueSize;
   }

@@ -25,7 +25,7 @@ inline constexpr std::string_view hexadecimalAlphabet = "0123456789abcdef";
 // value. Requires: value != 0 and alphabet.size() >= 2.
 char *writeDigits(Magnitude &value, char *output, std::string_view alphabet);
 
-// Whether a small letter of the alphabet stands for the capital too.
+// Whether a lower-case letter of the alphabet also matches its capital.
 enum class LetterCase { exact, either };
 
 // What readDigits found.
@@ -36,7 +36,8 @@ struct Reading {
 
 // Reads digits into `value`, most significant first. Skips characters outside the alphabet; if the
 // alphabet has a character twice, the first one counts. A digit that makes the value too long
-// truncates it (Magnitude::truncate). Base and digits count modulo 65,536. Requires: value == 0.
+// truncates it (Magnitude::truncate). The base and the values of digits are taken modulo 65,536.
+// Requires: value == 0.
 Reading readDigits(std::string_view text, std::string_view alphabet, LetterCase letterCase,
                    Magnitude &value);
 
@@ -48,7 +49,8 @@ struct Chunk {
   unsigned digits = 0;
 };
 
-// Returns the largest chunk of a base. Any will do for the bases 0 and 1, which only reading meets.
+// Returns the largest chunk of a base. For the bases 0 and 1, which occur only in reading, the
+// result has no effect.
 constexpr Chunk largestChunk(Limb base) {
   const Limb limit = base < 2 ? 1 : std::numeric_limits<Limb>::max() / base;
   Chunk chunk;

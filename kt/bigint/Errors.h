@@ -24,13 +24,13 @@ inline std::domain_error divisionByZero(const char *operation) {
   return std::domain_error(std::string("kt::Integer: division by zero in ") + operation);
 }
 
-// Throws unless an operand that must not be negative is not.
+// Throws if an operand that must not be negative is negative.
 inline void requireNotNegative(bool negative, const char *operand, const char *operation) {
   if (!negative) return;
   throw std::domain_error(std::string("kt::Integer: negative ") + operand + " in " + operation);
 }
 
-// An argument that does not say which number is meant.
+// Returns the exception for an invalid text, base or alphabet.
 inline std::invalid_argument invalid(const char *what, const char *operation) {
   return std::invalid_argument(std::string("kt::Integer: ") + what + " in " + operation);
 }

@@ -277,7 +277,7 @@ Integer gcd(Integer a, Integer b) {
 Integer sqrt(const Integer &a) {
   requireNotNegative(a.sign() < 0, "number", "sqrt");
   if (!a) return 0;
-  // Newton's method from above: each step is closer, until one does not go down.
+  // Newton's method from above: the root is reached when a step no longer decreases the value.
   Integer root = Integer(1) << ((a.bitLength() + 1) / 2);
   for (;;) {
     Integer next = (root + a / root) >> 1;

@@ -41,7 +41,7 @@ class Integer {
   // The largest bitLength() of a value.
   static constexpr int maximumBits = 4080;
 
-  // Zero. Zeros allocate nothing.
+  // Makes zero. A zero allocates nothing.
   Integer() noexcept = default;
 
   // The value of any built-in integer of up to 64 bits, including bool and the character types.
@@ -130,9 +130,9 @@ class Integer {
   friend bool operator==(const Integer &a, const Integer &b) noexcept;
   friend std::strong_ordering operator<=>(const Integer &a, const Integer &b) noexcept;
 
-  // Prints as the stream prints numbers: hex, oct and dec, showbase, showpos, uppercase, width,
-  // fill, and left, right or internal. C++ prints the bits of a negative number in hex and oct;
-  // this prints sign and magnitude: -0xff. showpos counts in every base.
+  // Prints the number in the stream's format: hex, oct or dec, showbase, showpos, uppercase, width,
+  // fill, and left, right or internal. Two things differ from built-in integers: in hex and oct a
+  // negative number is printed as sign and magnitude (-0xff), and showpos applies to every base.
   friend std::ostream &operator<<(std::ostream &stream, const Integer &value);
 
  private:
@@ -166,7 +166,7 @@ class Integer {
   void settle() noexcept;
 
   // The magnitude in base 65,536, least significant word first, without leading zeros: empty for 0.
-  // The first member, so that a copy that throws has changed nothing.
+  // It is the first member, so a copy that throws has changed nothing.
   std::vector<std::uint16_t> words_;
   bool negative_ = false;  // false for 0
 };
@@ -190,8 +190,8 @@ class Integer {
 
 inline namespace literals {
 
-// Reads a number as C++ source has it, of any length: 1'000'000'000'000'000'000'000_kt, 0xff_kt,
-// 0b101_kt, 0377_kt. Throws std::invalid_argument for a fraction or an exponent.
+// Reads an integer literal of any length: 1'000'000'000'000'000'000'000_kt, 0xff_kt, 0b101_kt,
+// 0377_kt. Throws std::invalid_argument for a fraction or an exponent.
 Integer operator""_kt(const char *text);
 
 }  // namespace literals

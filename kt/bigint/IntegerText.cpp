@@ -20,7 +20,7 @@ using bigint::Magnitude;
 namespace {
 
 constexpr const char *fromText = "Integer(text)";
-constexpr const char *notANumber = "no number of that base";
+constexpr const char *notANumber = "not a number of that base";
 constexpr std::string_view letterDigits = "0123456789abcdefghijklmnopqrstuvwxyz";
 
 std::string_view alphabetOf(int base, const char *operation) {

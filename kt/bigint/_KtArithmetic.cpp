@@ -284,8 +284,8 @@ void _KtIntMul(const _KtInt *a, const _KtInt *b, _KtInt *c) {
   product.setProduct(magnitudeOf(*a), magnitudeOf(*b));
   product.truncate();
   store(product, *c);
-  // Reads the signs after storing: an operand that is also the result has lost its own. Kept, the
-  // contract has it.
+  // Reads the signs after storing, when an operand that is also the result has lost its own. Kept
+  // as part of the contract.
   c->negative = (a->negative != 0) != (b->negative != 0);
   normalise(*c);
 }
@@ -311,8 +311,8 @@ void _KtIntDiv(const _KtInt *dividend, _KtInt *divisor, _KtInt *quotient, _KtInt
   divide(rest, magnitudeOf(*divisor), magnitude);
   store(rest, *remainder);
   store(magnitude, *quotient);
-  // As in _KtIntMul, an operand that is also a result has lost its sign. Kept.
+  // As in _KtIntMul, an operand that is also a result has lost its sign: kept as well.
   if ((dividend->negative != 0) == (divisor->negative != 0)) return;
-  quotient->negative = 1;  // of a zero too: kept, the contract has it
+  quotient->negative = 1;  // also for a zero: kept as part of the contract
   if (!_KtIntZero(remainder)) _KtIntSubS(quotient, 1);
 }

@@ -5,8 +5,9 @@
 // work in place. Null records, divisors of zero, and one record for both results of a division fail
 // an assertion before anything changes. One record serves one thread at a time, operands included.
 //
-// Results grow as needed up to 255 words; _KtInt.h describes what happens beyond. They are in
-// normal form except the sum of two zeros with the sign set, and a zero that _KtIntDiv describes.
+// Results grow as needed up to 255 words; _KtInt.h describes longer results. All results are in
+// normal form, except for the sum of two zeros with the sign set and a zero that _KtIntDiv
+// describes.
 #ifndef KT_BIGINT__KTARITHMETIC_H
 #define KT_BIGINT__KTARITHMETIC_H
 
@@ -49,19 +50,19 @@ void _KtIntShiftRight(_KtInt *a, int32_t n);
 // Computes a = a * s.
 void _KtIntMulS(_KtInt *a, uint16_t s);
 
-// Computes c = a * b. Pass a separate c for the true sign. c may be a or b, but the signs are read
-// after the magnitude is stored, and c is not negative then. With c = a the result has the sign of
-// b, with c = b that of a.
+// Computes c = a * b. If c is also an operand, the result has the sign of the other operand: the
+// signs are read after the magnitude is stored, which clears the sign of c. Pass a separate c for
+// the true sign.
 void _KtIntMul(const _KtInt *a, const _KtInt *b, _KtInt *c);
 
 // Computes c = |a| modulo |b|, which is never negative. c may be a or b. Normalises b. Requires:
 // b != 0.
 void _KtIntMod(const _KtInt *a, _KtInt *b, _KtInt *c);
 
-// Computes the quotient, rounded towards minus infinity (7 / -2 is -4), and the remainder
-// |dividend| modulo |divisor|, which is never negative and not adjusted to any sign. Therefore
-// dividend = quotient * divisor + remainder holds if the signs agree or the remainder is 0, and not
-// otherwise.
+// Computes the quotient, rounded towards minus infinity (7 / -2 is -4), and the remainder. The
+// remainder is |dividend| modulo |divisor|, whatever the signs, and never negative. Therefore
+// dividend = quotient * divisor + remainder holds if and only if the signs agree or the remainder
+// is 0.
 //
 // Either result may be the dividend or the divisor; as in _KtIntMul, the signs are read after the
 // magnitudes are stored. Zero divided by a negative number is a zero with the sign set:

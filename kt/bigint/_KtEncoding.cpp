@@ -27,7 +27,7 @@ void _KtIntEncode(const _KtInt *v, char *output, const char *alphabet) {
   Magnitude magnitude = kt::bigint::magnitudeOf(*v);
   if (v->negative) *output++ = negativeSign;
   if (magnitude.isZero()) {
-    // A negative zero is its sign alone: kept, the contract has it.
+    // A negative zero is written as its sign alone: kept as part of the contract.
     if (!v->negative) *output++ = alphabet[0];
   } else {
     const std::string_view digits(alphabet);

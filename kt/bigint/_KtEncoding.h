@@ -30,7 +30,8 @@ void _KtIntEncode(const _KtInt *v, char *output, const char *alphabet);
 // the alphabet: '+', spaces, a second '-', capitals if the alphabet has small letters. It cannot
 // fail; a text without digits is 0. If the alphabet has a character twice, the first one counts.
 //
-// Requires: no argument is null; only `result` is checked. Digits and base count modulo 65,536.
+// The base and the values of digits are taken modulo 65,536. Requires: no argument is null; only
+// `result` is checked.
 void _KtIntDecode(const char *text, _KtInt *result, const char *alphabet);
 
 #ifdef __cplusplus

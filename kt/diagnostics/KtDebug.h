@@ -33,10 +33,9 @@ template <typename... Arguments>
 }  // namespace kt
 
 // Writes one line to the log (kt/foundation/LogLine.h) if the switch is on. Placeholders and
-// arguments are those of kt/foundation/Format.h; a width or a number's precision counts as <=
-// 65,536. Percent signs inside arguments are printed unchanged. While the switch is off, a call
-// costs one test of one byte: it formats and allocates nothing and does not look at its arguments,
-// not even at wrong ones.
+// arguments are those of kt/foundation/Format.h. Percent signs inside arguments are printed
+// unchanged. While the switch is off, a call costs one test of one byte: it formats and allocates
+// nothing and does not read its arguments, whether or not they match the format.
 //
 //     KtDebug("Bound to port %d", port);
 template <typename... Arguments>
@@ -49,10 +48,9 @@ inline void KtDebug(std::string_view format, const Arguments &...arguments) {
 // Sets the switch to `enabled`.
 extern "C" void KtSetDebugEnabled(unsigned char enabled);
 
-// Sets the switch to 1 if the user default `KtDebugEnabled` means yes, else to 0. The default is
-// the environment variable of that name or, if that is not set, the key in `kt/defaults.plist` of
-// the user's configuration folder. A file larger than 1 MiB counts as absent. Details are in
-// kt/foundation/UserDefaults.h. A later change of the default has no effect until the next call.
+// Sets the switch to 1 if the user default `KtDebugEnabled` means yes
+// (kt/foundation/UserDefaults.h), else to 0. A later change of the default has no effect until the
+// next call.
 extern "C" void KtAutoSetDebug(void);
 
 #endif

@@ -4,7 +4,7 @@
 // against its argument, and nothing else is ever read. A mistake appears in the text as a mark such
 // as `%!d(missing)`. Any thread may call these functions; they have no state.
 //
-// A format may have what printf's may:
+// A format takes these parts of printf's:
 //
 //     conversions   d i u o x X c s p f F e E g G a A %
 //     flags         - + # 0 ' and space
@@ -17,7 +17,7 @@
 //     kt::format("%s has %d of %5.2f", "ktd", 3, 0.5)      "ktd has 3 of  0.50"
 //     kt::format("%d%%, %@", std::int64_t{1} << 40, list)  "1099511627776%, ( a, b )"
 //
-// A width, and the precision of a number, counts as at most 65,536 bytes or digits
+// A width is limited to 65,536 bytes, and the precision of a number to 65,536 digits
 // (formatSizeLimit).
 //
 // Numbers look as snprintf writes them, with the locale's decimal point. The type of the argument
@@ -32,7 +32,7 @@
 // A mark names the conversion and the mistake:
 //     %!d(missing)     the argument was not passed
 //     %!d(string)      the argument is of the kind named here, which %d does not take
-//     %!*(missing)     either mistake, for a `*`; its placeholder shows nothing else
+//     %!*(missing)     one of these two mistakes in a `*`; the mark replaces the placeholder
 //     %!y(unknown)     there is no such conversion; %n, which would write to memory, counts as one
 //     %!(incomplete)   the format ends inside a placeholder
 // The kinds are integer, floating-point, string, pointer and object. A placeholder with a mistake
@@ -56,9 +56,9 @@ class Formatter;
 
 namespace kt {
 
-// The largest width in bytes, and the largest precision of a number in digits. Larger ones count as
-// this, so no format produces absurd amounts of text. The precision of a string has no limit,
-// because it can only shorten the text.
+// The largest width in bytes, and the largest precision of a number in digits. Larger ones are
+// reduced to it, because a mistake could otherwise produce gigabytes of text. The precision of a
+// string has no limit, because it can only shorten the text.
 inline constexpr int formatSizeLimit = 65536;
 
 // The types that `%@` takes besides strings.

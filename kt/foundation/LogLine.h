@@ -8,8 +8,8 @@
 
 namespace kt {
 
-// Writes one line to standard error: local time, process name, process id, `text` and a line feed.
-// `text` is unchanged, line feeds and NULs inside it included.
+// Writes one line to the log, by default to standard error: local time, process name, process id,
+// `text` and a line feed. `text` is unchanged, line feeds and NULs inside it included.
 //
 //     2026-11-21 06:54:12.345 ktd[1234] Bound to port 4798
 //

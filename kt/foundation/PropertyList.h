@@ -2,8 +2,8 @@
 
 // Property lists: values made of strings, numbers, data, arrays and dictionaries, with a text form
 // that people can read and write. They are ordinary values: copied, moved, compared, and owned by
-// their holder. Threads may use distinct values freely, and one value together while none of them
-// changes it.
+// their holder. Different threads may use different values, and may share one value while none of
+// them changes it.
 //
 // Text may nest at most 512 containers. Values built by a program may nest deeper: writing,
 // comparing, copying and destroying them takes a constant amount of stack.
@@ -40,7 +40,7 @@ using Data = std::vector<std::byte>;
 // Says why a text is not a property list: what() reads "line 2, column 7: expected ...".
 class PropertyListError : public std::runtime_error {
  public:
-  // `text` is the whole text, `offset` the byte in it where reading stopped (<= text.size()), and
+  // `text` is the whole text. `offset` is the byte in it at which reading stopped (<= text.size()).
   // `problem` says what was expected there and what was found.
   PropertyListError(std::string_view text, std::size_t offset, std::string_view problem);
 
@@ -96,10 +96,10 @@ class Dictionary {
   // Returns the value for `key`, or null if there is none. Valid until the dictionary changes.
   [[nodiscard]] const PropertyList *find(std::string_view key) const;
 
-  // Returns the value for `key`; inserts an empty string first if there is none. Valid until
-  // another entry is inserted or erased, which may happen within one expression: if "a" is new,
-  // `d["a"] = d["b"]` may move the entry of "b" before it is read. Copy it first: `d["a"] =
-  // PropertyList(d["b"])`.
+  // Returns the value for `key`; inserts an empty string first if there is none. The reference is
+  // valid until another entry is inserted or erased, even within one expression: if "a" is new,
+  // `d["a"] = d["b"]` may move the entry of "b" before it is read. Write
+  // `d["a"] = PropertyList(d["b"])` instead.
   PropertyList &operator[](std::string_view key);
 
   [[nodiscard]] bool contains(std::string_view key) const;
@@ -150,8 +150,8 @@ class Dictionary {
 
   void clear() noexcept;
 
-  // A vector until an entry is inserted into or erased from the middle of many; then a tree. The
-  // one that is not in use is empty; tree_ is null rather than empty.
+  // entries_ holds the entries until one is inserted into or erased from the middle of many. From
+  // then on tree_ holds them and entries_ is empty. tree_ is null while it is not used.
   std::vector<value_type> entries_;  // sorted by key, each key once
   std::unique_ptr<EntryTree, TreeDeleter> tree_;
 };
@@ -336,13 +336,15 @@ inline bool Dictionary::empty() const noexcept {
   return entries_.empty() && tree_ == nullptr;
 }
 inline Dictionary::const_iterator Dictionary::begin() const noexcept {
-  if (tree_ != nullptr) [[unlikely]]
+  if (tree_ != nullptr) [[unlikely]] {
     return {tree_.get(), tree_->begin()};
+  }
   return const_iterator(entries_.data());
 }
 inline Dictionary::const_iterator Dictionary::end() const noexcept {
-  if (tree_ != nullptr) [[unlikely]]
+  if (tree_ != nullptr) [[unlikely]] {
     return {tree_.get(), tree_->end()};
+  }
   return const_iterator(entries_.data() + entries_.size());
 }
 

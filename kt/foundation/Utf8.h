@@ -10,7 +10,7 @@
 
 namespace kt {
 
-// Replaces text that is not well-formed: U+FFFD.
+// The character that replaces ill-formed text: U+FFFD.
 inline constexpr char32_t replacementCharacter = 0xFFFD;
 
 struct Utf8Character {
@@ -19,9 +19,9 @@ struct Utf8Character {
   bool wellFormed;
 };
 
-// Returns the first character of `text`. An ill-formed part is as long as the longest prefix that
-// could begin a character, and at least one byte, as Unicode recommends. E2 82 and C0 before other
-// bytes are one ill-formed part each, ED A0 80 are three. Requires: !text.empty().
+// Returns the first character of `text`. As Unicode recommends, an ill-formed part is the longest
+// prefix that could begin a character, or else a single byte: E2 82 without a third byte is one
+// part, C0 is one part, and ED A0 80 is three parts. Requires: !text.empty().
 [[nodiscard]] Utf8Character firstUtf8Character(std::string_view text) noexcept;
 
 // Appends the character, one to four bytes. Requires: codePoint <= 0x10FFFF, not a surrogate.

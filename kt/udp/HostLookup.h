@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Looking up host names. Not installed. Inline, because the programs of this project use it too and
-// a shared library exports public names only. Any thread may call it.
+// Looks up host names. This header is not installed. It is inline because the programs of this
+// project use it too and a shared library exports public names only. Any thread may call it.
 #ifndef KT_UDP_HOSTLOOKUP_H
 #define KT_UDP_HOSTLOOKUP_H
 

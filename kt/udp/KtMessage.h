@@ -5,7 +5,8 @@
 //
 // A message is one dictionary, the envelope, written as property-list text followed by one NUL, and
 // sent as one datagram. The envelope carries the signature, the handshake value and the data
-// packet; the keyword in the data packet names its kind. docs/protocol.md describes the format.
+// packet. The keyword in the data packet names the kind of request. docs/protocol.md describes the
+// format.
 #ifndef KT_UDP_KTMESSAGE_H
 #define KT_UDP_KTMESSAGE_H
 
@@ -51,7 +52,7 @@ inline constexpr std::string_view helloKeyword = "HelloKtUDP";
 
 // ---- Datagrams ----
 
-// Returns the datagram of `text`: its bytes and the NUL after them. A view into `text`.
+// Returns the datagram of `text`: a view of its bytes and of the NUL after them.
 [[nodiscard]] std::span<const char> datagramBytes(const std::string &text);
 
 // Parses a received datagram up to its first NUL, or to its end if it has none. Returns nothing

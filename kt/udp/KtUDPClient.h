@@ -50,8 +50,8 @@ class KtUDPClient {
   [[nodiscard]] std::string hello() const;
 
   // Sets inet() to the address of the host "broadcasthost", or to 255.255.255.255 if there is no
-  // IPv4 host of that name. To discover elsewhere, override it with a call of serverIPFromHostname,
-  // which takes any address.
+  // IPv4 host of that name. To send discovery elsewhere, override this method and call
+  // serverIPFromHostname with any name or dotted address.
   virtual void broadcastIP();
 
   // Sets inet() to the first IPv4 address of the host `name` and returns true. An unknown host sets
@@ -71,8 +71,8 @@ class KtUDPClient {
   [[nodiscard]] virtual bool isValidReplyForMessage(const kt::Dictionary &reply,
                                                     const kt::Dictionary &message) const;
 
-  // Listens for a reply to `message` and returns its envelope. Returns nothing once the base
-  // timeout has passed and a wait ends or a datagram is dropped.
+  // Listens for a reply to `message` and returns its envelope. Checks the time after each wait and
+  // each dropped datagram, and returns nothing if the base timeout has passed.
   [[nodiscard]] std::optional<kt::Dictionary> validateReplyForMessage(
       const kt::Dictionary &message);
 
@@ -94,7 +94,8 @@ class KtUDPClient {
   // - at once, without sending, if port() < 0, as it is before a successful connectToServer;
   // - after the sum of the doubled waits (1.5 s by default) if no send is answered;
   // - if the answer's data packet is not a dictionary.
-  // Without a `packet` the envelope has none either; the server's reply to that is dropped.
+  // If there is no `packet`, the envelope has no data packet, and the server's bare reply to such a
+  // request is dropped.
   [[nodiscard]] std::optional<kt::Dictionary> replyForRequest(
       const std::optional<kt::Dictionary> &packet);
 
@@ -103,8 +104,8 @@ class KtUDPClient {
   [[nodiscard]] std::int32_t timeout() const { return timeout_; }
   [[nodiscard]] std::int32_t retries() const { return retries_; }
   [[nodiscard]] int sockIn() const { return sockIn_.descriptor(); }
-  // The address that discovery sends to, then that of the server's name. In network byte order, but
-  // a new client has the number 0x7f000001.
+  // Returns the address that discovery sends to and, once a server was found, the address of the
+  // server's name. It is in network byte order, except for the initial value, 0x7f000001.
   [[nodiscard]] std::uint32_t inet() const { return inet_; }
   [[nodiscard]] std::int32_t port() const { return port_; }
   [[nodiscard]] const sockaddr_in &sin() const { return sin_; }

@@ -83,8 +83,8 @@ std::optional<kt::Dictionary> KtUDPDaemon::replyFor(const std::optional<kt::Dict
 
 // ---- Serving ----
 
-// Returns the size of the next datagram, or -1 if a wait ended but the kernel had dropped it. Under
-// load the next datagram is already queued; trying to receive first saves a select.
+// Returns the size of the next datagram, or -1 if the kernel dropped it after select reported it.
+// Under load the next datagram is already queued; trying to receive first saves a select.
 std::ptrdiff_t KtUDPDaemon::nextDatagram(kt::udp::ReadSet &readSet, sockaddr_in &sender) {
   const std::span<char> buffer = std::span(buffer_).first(kt::receiveLimit);
   const std::ptrdiff_t count = socketIn_.receive(buffer, sender);

@@ -52,7 +52,7 @@ class KtUDPDaemon {
   // Sets the signature that requests must carry and that replies carry.
   void setSignature(std::string signature);
 
-  // Sets the object that answers requests. Any class with this method will do:
+  // Sets the object that answers requests. It may be of any class with this method:
   //   kt::Dictionary replyForRequest(const kt::Dictionary &packet);
   // It may also return std::optional<kt::Dictionary>. It is called on the serving thread with the
   // request's data packet and returns the reply's. The delegate is not owned and must live as long
@@ -99,9 +99,9 @@ class KtUDPDaemon {
   [[nodiscard]] std::int32_t port() const { return port_; }
   [[nodiscard]] bool unique() const { return unique_; }
 
-  // How many datagrams processQueries has received, and to how many of them it has replied. Only
-  // the serving thread may call these. The delegate's current request counts as received but not
-  // as answered.
+  // Return how many datagrams processQueries has received and how many of them it has answered.
+  // Only the serving thread may call these. The delegate's current request counts as received but
+  // not as answered.
   [[nodiscard]] std::uint64_t received() const { return received_; }
   [[nodiscard]] std::uint64_t answered() const { return answered_; }
 

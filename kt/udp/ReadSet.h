@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
-// Waiting with select until a socket can be read. Not installed. Inline, because the programs of
-// this project use it too and a shared library exports public names only.
+// Waits with select until a socket can be read. This header is not installed. It is inline because
+// the programs of this project use it too and a shared library exports public names only.
 #ifndef KT_UDP_READSET_H
 #define KT_UDP_READSET_H
 
@@ -17,7 +17,7 @@
 
 namespace kt::udp {
 
-// The descriptors that one run of waits watches: one socket. The set is as large as the descriptor
+// The set of descriptors, one socket, for a series of waits. It is as large as the descriptor
 // requires; a plain fd_set ends at descriptor 1,023. As with select, a wait that ends without data
 // empties the set, and every later wait with it only lets its time pass.
 class ReadSet {

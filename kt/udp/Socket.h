@@ -23,8 +23,8 @@ namespace kt {
   return result;
 }
 
-// Owns one IPv4 UDP socket, or none. Moved, not copied; closed by the destructor. Without a
-// descriptor every call fails.
+// Owns one IPv4 UDP socket, or none. It can be moved but not copied, and its destructor closes the
+// socket. Without a descriptor every call fails.
 class Socket {
  public:
   Socket() = default;

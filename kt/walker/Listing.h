@@ -42,9 +42,9 @@ struct Entry {
   bool mayBeDirectory;    // true for a directory, a link and an entry of unknown type
 };
 
-// A stack of listings: those of the directories from the root of a walk to where it is. They are
-// kept in the system's format in one block, so that listing a directory allocates no memory once
-// the block is large enough.
+// A stack of listings: those of the directories from the root of a walk to the current one. They
+// are kept in the system's format in one block. Once the block is large enough, listing a directory
+// allocates no memory.
 class Listings {
  public:
   // The part of the block that holds one listing or the rest of it: [begin, end), in bytes.

@@ -57,7 +57,7 @@ TEST(IntegerText, RejectsMalformedNumber) {
   for (const char *text :
        {"", "-", "+", "+-1", "--1", " 1", "1 ", "1_000", "0x10", "1.0", "a", "-f"}) {
     EXPECT_EQ(thrownBy<std::invalid_argument>([&] { (void)Integer(text); }),
-              "kt::Integer: no number of that base in Integer(text)")
+              "kt::Integer: not a number of that base in Integer(text)")
         << text;
   }
   EXPECT_THROW((void)Integer(std::string_view("1\0", 2)), std::invalid_argument);

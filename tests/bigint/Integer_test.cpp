@@ -218,7 +218,7 @@ TEST(Integer, CompoundAssignmentTakesItselfAsOperand) {
   EXPECT_EQ(a -= a, 0);
 }
 
-TEST(Integer, IncrementAndDecrementPassZero) {
+TEST(Integer, IncrementAndDecrementCrossZero) {
   Integer a = -1;
   EXPECT_EQ(a++, -1);
   EXPECT_EQ(++a, 1);

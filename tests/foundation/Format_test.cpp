@@ -301,7 +301,7 @@ TEST(Format, KeepsUnknownNonAsciiConversionWhole) {
   EXPECT_EQ(format("%\xE2"), "%!\xE2(unknown)");
 }
 
-TEST(Format, WritesNothingThroughN) {
+TEST(Format, DoesNotWriteToMemoryForPercentN) {
   int count = 42;
   EXPECT_EQ(format("abc%n%hhn%d", &count, &count, 1), "abc%!n(unknown)%!n(unknown)1");
   EXPECT_EQ(count, 42);

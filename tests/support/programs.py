@@ -15,8 +15,8 @@ import signal
 import subprocess
 import unittest
 
-# Timeouts of kt in milliseconds. PATIENT is enough for every answer that comes, on a busy machine
-# too. The brief ones are for what is to time out; see kt_briefly.
+# Timeouts of kt in milliseconds. PATIENT is long enough for any answer, even on a busy machine.
+# BRIEF has those for requests that get no answer; see kt_briefly.
 PATIENT = "20000"
 BRIEF = ("100", "1000", "10000")
 
@@ -145,7 +145,7 @@ class Daemon(Program):
         test.addCleanup(self._end_with, test)
 
     def _end_with(self, test):
-        """Ends the daemon after its test, if it still serves; the sanitizers decide the status."""
+        """Ends the daemon if it still serves. Fails the test if a sanitizer reported an error."""
         if self.process.poll() is None:
             status, _, errors = self.end()
             test.assertEqual(status, 0, errors)

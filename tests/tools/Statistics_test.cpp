@@ -18,7 +18,7 @@ std::vector<double> downFrom(int count) {
   return numbers;
 }
 
-TEST(Statistics, OneRoundTripIsEveryFigure) {
+TEST(Statistics, SingleRoundTripEqualsEveryFigure) {
   const Statistics figures = statisticsOf({0.5});
   EXPECT_EQ(figures.min, 0.5);
   EXPECT_EQ(figures.median, 0.5);

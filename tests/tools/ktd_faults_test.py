@@ -31,7 +31,7 @@ class FaultTest(ProgramTest):
 
 
 class KtdFaults(FaultTest):
-    def test_are_reported_and_survived(self):
+    def test_are_reported_while_serving_continues(self):
         for packet in ["( a )", "text", "<00>"]:
             self.send(request(packet))
             self.assertEqual(self.daemon.error_line(), FAULT)

@@ -158,7 +158,7 @@ TEST(KtUDPClientDiscovery, IgnoresNumberOfRetries) {
   }
 }
 
-TEST(KtUDPClientDiscovery, SendsToLow16BitsOfPortAndLogsWhole) {
+TEST(KtUDPClientDiscovery, SendsToLow16BitsOfPortButLogsWholeNumber) {
   ScriptedPeer high(65535, {});
   ScriptedPeer low(4464, {});
   KtUDPClient client;

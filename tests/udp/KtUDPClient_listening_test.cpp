@@ -55,7 +55,7 @@ TEST(KtUDPClient, ReturnsEnvelopeOfRightReply) {
                                 {"_DataPacket", Dictionary{{"Answer", "right"}}}}));
 }
 
-TEST(KtUDPClient, TossesWrongRepliesAndListensOn) {
+TEST(KtUDPClient, DropsWrongRepliesAndContinuesListening) {
   ScriptedPeer peer(0, afterDiscovery({inTurn({wrongHandshake(), wrongSignature(), bytes("{}"),
                                                bytes("( a, b )"), bytes("word"), bytes("{ broken"),
                                                bytes(std::string(1, '\0')), right()})}));

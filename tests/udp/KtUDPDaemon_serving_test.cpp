@@ -86,7 +86,7 @@ TEST_F(KtUDPDaemonServing, AnswersRequestWithoutKeywordWithEmptyDictionary) {
   EXPECT_EQ(answerTo(socket, daemon_.port(), request(33, {{"Other", "key"}})), bare);
 }
 
-TEST_F(KtUDPDaemonServing, IgnoresRequestThatFailsItsTests) {
+TEST_F(KtUDPDaemonServing, IgnoresUnacceptableRequest) {
   const ServedDaemon served(daemon_);
   for (const std::string &bytes :
        {std::string(), std::string("\0", 1), std::string("junk"), std::string("{ broken"),

@@ -357,7 +357,7 @@ TEST(KtUDPDaemon, AnswersPacketWithoutKeywordWithEmptyDictionary) {
 
 // Tests the handshake, then the signature, then the packet: a request that fails an early test gets
 // no answer from a later one.
-TEST(KtUDPDaemon, StaysSilentIfSeveralTestsFail) {
+TEST(KtUDPDaemon, StaysSilentIfRequestHasSeveralFaults) {
   Dictionary request = statusRequest;
   request["_DataPacket"] = "not a dictionary";
   request["_Signature"] = "Another";

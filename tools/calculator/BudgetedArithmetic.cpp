@@ -14,7 +14,7 @@ namespace {
 // release build on an x86-64 machine of about 2020, a step takes <= 1 ns.
 
 // The steps that an operation costs besides its arithmetic: parsing it, allocating and freeing its
-// numbers. A dear operation allocates several.
+// numbers. An expensive operation allocates several.
 constexpr std::uint64_t plainOperation = 60;
 constexpr std::uint64_t dearOperation = 200;
 

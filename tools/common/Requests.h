@@ -39,8 +39,8 @@ inline constexpr const char *rootKey = "Root";
 inline constexpr const char *totalKey = "Total";
 inline constexpr const char *nextKey = "Next";
 
-// Status, answer: the toolkit's version, the seconds since the server started, the datagrams
-// answered and those not answered before this one, and the signature and port that are served.
+// Status, answer: the toolkit's version, the seconds since the server started, the numbers of
+// earlier datagrams answered and not answered, and the server's signature and port.
 inline constexpr const char *versionKey = "Version";
 inline constexpr const char *uptimeKey = "Uptime";
 inline constexpr const char *servedKey = "Served";

@@ -19,7 +19,7 @@ void addServerOptions(CommandLine &line, ServerOptions &options, const char *bro
 }
 
 void addDebugFlag(CommandLine &line, bool &debug) {
-  line.addFlag("--debug", debug, "Log what is sent and received on standard error");
+  line.addFlag("--debug", debug, "Log to standard error what is sent and received");
 }
 
 }  // namespace kt::tools

@@ -38,7 +38,7 @@ class Command {
   virtual void declare(CommandLine &line) = 0;
 
   // Runs the subcommand once the command line is parsed, and returns the exit status. Throws
-  // Failure or Misuse if that says more.
+  // Failure or Misuse if main is to print an error.
   virtual int run(const Options &options) = 0;
 };
 

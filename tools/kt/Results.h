@@ -25,7 +25,7 @@ class Results {
     flush();
   }
 
-  // The same for one of many results: it is written in blocks, but before long.
+  // The same for one of many results. They are written in blocks; call flush() after the last one.
   template <typename Text, typename Json>
   void add(Text text, Json json) {
     if (form_ == Form::none) return;

@@ -17,9 +17,9 @@ struct HostOptions : ServerOptions {
   ServedFiles files;
 };
 
-// Serves forever. Prints one line to standard output when it is ready. A request that the server
-// class does not survive is reported to `errors`, and serving continues. Throws Failure if no port
-// could be registered, a directory to serve can't be listed, or the line can't be written.
+// Serves forever. Prints one line to standard output when it is ready. If a request makes the
+// server class throw, reports it to `errors` and continues to serve. Throws Failure if no port can
+// be registered, a directory to serve can't be listed, or the line can't be written.
 [[noreturn]] void serve(const HostOptions &options, ErrorLog &errors);
 
 }  // namespace kt::tools

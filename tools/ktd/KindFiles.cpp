@@ -52,8 +52,8 @@ std::vector<std::string> typesIn(const PropertyList &value) {
   return types;
 }
 
-// Returns the types to look for: those that both the request and the server name, or all types of
-// the one if the other names none.
+// Returns the types to look for. If the request and the server both name types, these are the ones
+// that both name; otherwise they are all types that either names.
 std::vector<std::string> typesFor(const Dictionary &request,
                                   const std::vector<std::string> &named) {
   const PropertyList *value = request.find(typesKey);
