@@ -117,7 +117,7 @@ struct Boost {
     boost::multiprecision::divide_qr(a.value, b.value, q.value, r.value);
   }
   static void power(Number &a, Number &c) {
-    c.value = boost::multiprecision::pow(a.value, exponent);  // NOLINT(clang-analyzer-*): in Boost
+    c.value = boost::multiprecision::pow(a.value, exponent);
   }
   static void decimal(Number &a, char *text) { a.value.str().copy(text, textRoom); }
   static void hexadecimal(Number &a, char *text) {

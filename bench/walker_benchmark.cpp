@@ -39,8 +39,9 @@ constexpr std::size_t wantedCount = directoryCount;
 class Tree {
  public:
   Tree() : root_((fs::temp_directory_path() / "kt-walker-benchmark-XXXXXX").string()) {
-    if (::mkdtemp(root_.data()) == nullptr)
+    if (::mkdtemp(root_.data()) == nullptr) {
       throw std::runtime_error("cannot make a scratch folder");
+    }
     std::vector<std::string> directories{root_};
     for (std::size_t number = 1; number < directoryCount; ++number) {
       const std::string &parent = directories[(number - 1) / childrenPerDirectory];
@@ -141,7 +142,8 @@ void ftsWalk(benchmark::State &state) {
     FTS *walk = fts_open(roots.data(), FTS_PHYSICAL | FTS_NOCHDIR | FTS_NOSTAT, nullptr);
     std::size_t count = 0;
     while (const FTSENT *entry = fts_read(walk)) {
-      count += entry->fts_info != FTS_D && entry->fts_info != FTS_DP && isWanted(entry->fts_path);
+      const bool isFile = entry->fts_info != FTS_D && entry->fts_info != FTS_DP;
+      if (isFile && isWanted(entry->fts_path)) ++count;
     }
     fts_close(walk);
     expectWanted(state, count);
@@ -152,7 +154,7 @@ void stdFilesystem(benchmark::State &state) {
   for (auto _ : state) {
     std::size_t count = 0;
     for (const fs::directory_entry &entry : fs::recursive_directory_iterator(tree().root())) {
-      count += !entry.is_directory() && isWanted(entry.path().native());
+      if (!entry.is_directory() && isWanted(entry.path().native())) ++count;
     }
     expectWanted(state, count);
   }

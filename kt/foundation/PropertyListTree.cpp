@@ -238,8 +238,9 @@ void Tree::takeApart(PropertyList &container) noexcept {
       removeLastChild(container);
       continue;
     }
+    const bool isOnlyChild = &firstChild(container) == &last;
     PropertyList child = std::move(last);
-    if (&firstChild(container) != &last) {
+    if (!isOnlyChild) {
       last = std::move(firstChild(child));
       firstChild(child) = std::move(container);
     }

@@ -12,6 +12,7 @@
 // a dictionary is { "dictionary": { ... } }.
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <string>
 #include <string_view>
@@ -68,11 +69,19 @@ std::string json(const Dictionary &dictionary) {
 }
 
 std::string json(const PropertyList &value) {
-  if (const auto *string = value.asString(); string != nullptr) return jsonString(*string);
-  if (const auto *array = value.asArray(); array != nullptr) return json(*array);
-  if (const auto *dictionary = value.asDictionary(); dictionary != nullptr)
-    return json(*dictionary);
-  return "{\"data\":\"" + hexadecimal(*value.asData()) + "\"}";
+  switch (value.kind()) {
+    case PropertyList::Kind::string:
+      return jsonString(*value.asString());
+    case PropertyList::Kind::number:
+      break;  // text has no numbers, only strings of digits
+    case PropertyList::Kind::data:
+      return "{\"data\":\"" + hexadecimal(*value.asData()) + "\"}";
+    case PropertyList::Kind::array:
+      return json(*value.asArray());
+    case PropertyList::Kind::dictionary:
+      return json(*value.asDictionary());
+  }
+  std::abort();
 }
 
 void writeValues(std::uint32_t seed, int count) {

@@ -62,7 +62,7 @@ class Requester : public KtUDPClient {
 
   void connect(int attempts) {
     while (attempts-- > 0 && results_.connected == 0) {
-      results_.connected = connectToServer();
+      results_.connected = connectToServer() ? 1 : 0;
     }
     results_.endpoint = text(sin());
     results_.port = port();

@@ -44,7 +44,7 @@ struct Kind {
 // All kinds, in the order in which --help and error answers list them.
 [[nodiscard]] std::span<const Kind> allKinds();
 
-// "Echo, Evaluate, Files, Status"
+// "Echo, Evaluate, ..."
 [[nodiscard]] std::string kindNames();
 
 // ---- The kinds' functions ----

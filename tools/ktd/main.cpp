@@ -4,6 +4,7 @@
 // end the process.
 #include <pthread.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -35,7 +36,7 @@ std::string footer() {
   std::string text = "Answers these kinds of requests:\n";
   for (const Kind &kind : allKinds()) {
     std::string line = "  " + std::string(kind.name);
-    line.resize(12, ' ');
+    line.resize(std::max<std::size_t>(12, line.size() + 2), ' ');
     text += line.append(kind.summary) += '\n';
   }
   return text + footerEnd;

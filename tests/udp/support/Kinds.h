@@ -17,8 +17,12 @@ enum class Kind { missing, string, number, data, array, dictionary };
 inline constexpr std::array allKinds{Kind::missing, Kind::string, Kind::number,
                                      Kind::data,    Kind::array,  Kind::dictionary};
 
+static_assert(allKinds.size() == 2 + static_cast<std::size_t>(PropertyList::Kind::dictionary),
+              "add the new kind of value here");
+
 [[nodiscard]] inline const char *name(Kind kind) {
   constexpr std::array names{"missing", "string", "number", "data", "array", "dictionary"};
+  static_assert(names.size() == allKinds.size());
   return names[static_cast<std::size_t>(kind)];
 }
 
