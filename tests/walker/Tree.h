@@ -26,8 +26,9 @@ class Tree {
   // Makes the folder and adds `paths` to it.
   Tree(std::initializer_list<const char *> paths = {})
       : root_(testing::TempDir() + "kt-walker-XXXXXX") {
-    if (::mkdtemp(root_.data()) == nullptr)
+    if (::mkdtemp(root_.data()) == nullptr) {
       throw std::runtime_error("cannot make scratch folder " + root_);
+    }
     for (const std::string path : paths) {
       add(path);
     }
