@@ -51,8 +51,9 @@ std::string joined(std::string_view directory, std::string_view name) {
 }
 
 std::string extensionProblem(const std::string &text) {
-  if (text.find('.') != std::string::npos)
+  if (text.find('.') != std::string::npos) {
     return inQuotes(text) + " is not an extension: it has a dot";
+  }
   if (text.find('/') != std::string::npos) {
     return inQuotes(text) + " is not an extension: it has a slash";
   }
