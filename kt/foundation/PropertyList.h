@@ -104,7 +104,8 @@ class Dictionary {
 
   [[nodiscard]] bool contains(std::string_view key) const;
 
-  // Removes the entry with this key; returns false if there is none.
+  // Removes the entry with this key; returns false if there is none. May allocate; if memory fails,
+  // it throws std::bad_alloc and changes nothing.
   bool erase(std::string_view key);
 
   [[nodiscard]] std::size_t size() const noexcept;
