@@ -63,8 +63,9 @@ class CommandLine {
   void addOption(const OptionHelp &help, Value &value, const char *wanted) {
     const ReadText convert = [](std::string_view text, void *target) {
       auto result = read(text);
-      if (result) *static_cast<Value *>(target) = *std::move(result);
-      return result.has_value();
+      if (!result) return false;
+      *static_cast<Value *>(target) = *std::move(result);
+      return true;
     };
     addOption(help, &value, convert, wanted);
   }
