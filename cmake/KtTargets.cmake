@@ -40,12 +40,43 @@ function(kt_library name)
   endif()
 endfunction()
 
+# kt_precompile(TARGET HEADERS ...): compiles these headers once for all targets that name the same
+# ones; the first brings its options. Does nothing for a compiler cache, which cannot handle
+# precompiled headers, and with CMAKE_DISABLE_PRECOMPILE_HEADERS, with which each source shows that
+# it includes what it uses.
+function(kt_precompile target)
+  if(CMAKE_CXX_COMPILER_LAUNCHER OR CMAKE_DISABLE_PRECOMPILE_HEADERS)
+    return()
+  endif()
+  # With a precompiled header g++ 12 reports these falsely inside its own library.
+  set(options $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds -Wno-stringop-overflow
+    -Wno-stringop-overread -Wno-maybe-uninitialized -Wno-free-nonheap-object>)
+  target_compile_options(${target} PRIVATE "${options}")
+  string(SHA1 headers "${ARGN}")
+  get_property(first GLOBAL PROPERTY kt-precompiled-${headers})
+  if(first)
+    target_precompile_headers(${target} REUSE_FROM ${first})
+  else()
+    set_property(GLOBAL PROPERTY kt-precompiled-${headers} ${target})
+    target_precompile_headers(${target} PRIVATE ${ARGN})
+  endif()
+endfunction()
+
+# kt_tool_settings(TARGET): a program, or a part of one. They wait for people and for the network,
+# so -O1 is enough; it and the precompiled header halve the time to build them.
+function(kt_tool_settings target)
+  kt_common_settings(${target})
+  target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1>)
+  kt_precompile(${target} <algorithm> <chrono> <functional> <map> <memory> <optional> <string>
+    <string_view> <variant> <vector>)
+endfunction()
+
 # kt_tool(NAME SOURCES ... [LIBRARIES ...]): the program NAME. An installed program finds shared
 # libraries relative to itself, so that the installed tree can be moved.
 function(kt_tool name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
   add_executable(${name} ${arg_SOURCES})
-  kt_common_settings(${name})
+  kt_tool_settings(${name})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES})
   file(RELATIVE_PATH fromBinToLib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
   set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN/${fromBinToLib}")
@@ -80,24 +111,8 @@ function(kt_test name)
 endfunction()
 
 # Halves the time to compile a test: -O1 is enough for code that runs once, and GoogleTest's header
-# is precompiled, once for all tests. A compiler cache cannot handle precompiled headers.
+# is precompiled.
 function(kt_compile_tests_fast target)
   target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1>)
-  if(CMAKE_CXX_COMPILER_LAUNCHER OR CMAKE_DISABLE_PRECOMPILE_HEADERS)
-    return()
-  endif()
-  # With a precompiled header g++ 12 reports these falsely inside its own library.
-  set(options $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds -Wno-stringop-overflow
-    -Wno-stringop-overread -Wno-maybe-uninitialized -Wno-free-nonheap-object>)
-  target_compile_options(${target} PRIVATE "${options}")
-  if(NOT TARGET kt-googletest-header)
-    set(empty ${CMAKE_BINARY_DIR}/googletest_header.cpp)
-    file(WRITE ${empty} "")
-    add_library(kt-googletest-header OBJECT ${empty})
-    kt_common_settings(kt-googletest-header)
-    target_compile_options(kt-googletest-header PRIVATE $<$<CONFIG:Release>:-O1> "${options}")
-    target_link_libraries(kt-googletest-header PRIVATE GTest::gmock_main)
-    target_precompile_headers(kt-googletest-header PRIVATE <gtest/gtest.h>)
-  endif()
-  target_precompile_headers(${target} REUSE_FROM kt-googletest-header)
+  kt_precompile(${target} <gtest/gtest.h>)
 endfunction()
