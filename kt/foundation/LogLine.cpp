@@ -55,14 +55,14 @@ void writeLogLine(std::string_view text) {
   line += text;
   line += '\n';
   {
-    const std::lock_guard lock(writeMutex);
+    const std::scoped_lock lock(writeMutex);
     lineWriter(line);
   }
   errno = savedErrno;
 }
 
 void setLogLineWriter(LogLineWriter writer) noexcept {
-  const std::lock_guard lock(writeMutex);
+  const std::scoped_lock lock(writeMutex);
   lineWriter = writer != nullptr ? writer : writeToStandardError;
 }
 

@@ -322,9 +322,9 @@ class Dictionary::const_iterator {
 
   void findEntry() noexcept { entry_ = place_ == tree_->end() ? nullptr : &*place_; }
 
-  pointer entry_ = nullptr;            // null at the end of a tree
-  const EntryTree *tree_ = nullptr;    // null for entries in a vector
-  EntryTree::const_iterator place_{};  // of entry_ in the tree
+  pointer entry_ = nullptr;          // null at the end of a tree
+  const EntryTree *tree_ = nullptr;  // null for entries in a vector
+  EntryTree::const_iterator place_;  // of entry_ in the tree
 };
 
 inline Dictionary::Dictionary() noexcept = default;

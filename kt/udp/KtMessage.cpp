@@ -31,7 +31,7 @@ std::optional<Dictionary> parseMessage(std::string_view received) {
     PropertyList message = PropertyList::parse(received.substr(0, received.find('\0')));
     if (Dictionary *dictionary = message.asDictionary()) return std::move(*dictionary);
   } catch (const PropertyListError &) {
-    // Both ends drop a malformed datagram without an answer.
+    return std::nullopt;  // both ends drop a malformed datagram without an answer
   }
   return std::nullopt;
 }

@@ -23,7 +23,8 @@ namespace kt::test {
 namespace {
 
 constexpr int maxBits = 4080;
-constexpr std::size_t slowness = 1000000 / KT_BIGINT_STEPS;  // 1 in an optimised build
+// NOLINTNEXTLINE(misc-redundant-expression): 1 in an optimised build, more in others
+constexpr std::size_t slowness = 1000000 / KT_BIGINT_STEPS;
 
 // Returns all values as records; index 3 k + 0, 1, 2 is 2^k - 1, 2^k, 2^k + 1.
 const std::vector<Record> &values() {

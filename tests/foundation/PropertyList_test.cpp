@@ -289,7 +289,7 @@ TEST(Dictionary, AssignsFromInsideItself) {
   Dictionary dictionary{{"a", Dictionary{{"b", Dictionary{{"c", 1}}}}}};
   dictionary = *dictionary.find("a")->asDictionary();
   EXPECT_EQ(dictionary, (Dictionary{{"b", Dictionary{{"c", 1}}}}));
-  dictionary = std::move(const_cast<Dictionary &>(*dictionary["b"].asDictionary()));
+  dictionary = std::move(*dictionary["b"].asDictionary());
   EXPECT_EQ(dictionary, (Dictionary{{"c", 1}}));
   const Dictionary &itself = dictionary;
   dictionary = itself;

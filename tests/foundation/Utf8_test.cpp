@@ -127,7 +127,6 @@ class ReferenceDecoder {
 TEST(Utf8, ReadsFourBytesOfEveryClassByDefinition) {
   const std::string interesting =
       "\x41\x80\x8F\x90\x9F\xA0\xBF\xC1\xC2\xE0\xE1\xED\xEF\xF0\xF1\xF4\xF5";
-  std::string content(4, ' ');
   for (const char first : interesting) {
     for (const char second : interesting) {
       std::string all;

@@ -23,7 +23,7 @@ PingReport::PingReport(const Options &options, std::string server)
     : server_(std::move(server)), lines_(options), summary_(withoutQuiet(options)) {}
 
 void PingReport::add(std::int32_t sequence, bool answered, Milliseconds elapsed) {
-  const std::lock_guard lock(mutex_);
+  const std::scoped_lock lock(mutex_);
   if (finished_) return;
   ++sent_;
   if (answered) roundTripsMs_.push_back(elapsed.count());
@@ -43,7 +43,7 @@ void PingReport::add(std::int32_t sequence, bool answered, Milliseconds elapsed)
 }
 
 int PingReport::finish() {
-  const std::lock_guard lock(mutex_);
+  const std::scoped_lock lock(mutex_);
   if (!std::exchange(finished_, true)) {
     summary_.print([&] { return textSummary(); }, [&] { return jsonSummary(); });
   }

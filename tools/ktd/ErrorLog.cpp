@@ -18,12 +18,12 @@ void write(const std::string &text) {
 }  // namespace
 
 void ErrorLog::report(std::string_view reason, Time now) {
-  const std::lock_guard lock(mutex_);
+  const std::scoped_lock lock(mutex_);
   write(limiter_.add("ktd: " + escaped(reason), now));
 }
 
 void ErrorLog::reportLeftOut(Time now) {
-  const std::lock_guard lock(mutex_);
+  const std::scoped_lock lock(mutex_);
   write(limiter_.leftOut(now));
 }
 
