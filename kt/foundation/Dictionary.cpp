@@ -136,6 +136,32 @@ bool Dictionary::contains(std::string_view key) const {
   return find(key) != nullptr;
 }
 
+std::optional<std::string_view> Dictionary::string(std::string_view key) const {
+  const PropertyList *value = find(key);
+  const std::string *text = value != nullptr ? value->asString() : nullptr;
+  return text != nullptr ? std::optional<std::string_view>(*text) : std::nullopt;
+}
+
+std::optional<std::int64_t> Dictionary::integer(std::string_view key) const {
+  const PropertyList *value = find(key);
+  return value != nullptr ? value->asInteger() : std::nullopt;
+}
+
+const Array *Dictionary::array(std::string_view key) const {
+  const PropertyList *value = find(key);
+  return value != nullptr ? value->asArray() : nullptr;
+}
+
+const Dictionary *Dictionary::dictionary(std::string_view key) const {
+  const PropertyList *value = find(key);
+  return value != nullptr ? value->asDictionary() : nullptr;
+}
+
+const Data *Dictionary::data(std::string_view key) const {
+  const PropertyList *value = find(key);
+  return value != nullptr ? value->asData() : nullptr;
+}
+
 PropertyList &Dictionary::operator[](std::string_view key) {
   if (tree_ != nullptr) return valueInTree(key);
   // Most dictionaries are filled in key order: the new entry is the last.

@@ -3,7 +3,9 @@
 #include "kt/foundation/PropertyList.h"
 
 #include <algorithm>
+#include <charconv>
 #include <limits>
+#include <system_error>
 #include <utility>
 
 #include "kt/foundation/PropertyListText.h"
@@ -43,6 +45,16 @@ std::int32_t leadingInteger(std::string_view text) {
   return saturated(negative, magnitude);
 }
 
+std::optional<std::int64_t> wholeInteger(std::string_view text) {
+  // from_chars knows no plus sign; after one, it must not find a minus sign either.
+  if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
+  std::int64_t integer = 0;
+  const char *const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, integer);
+  if (error != std::errc{} || stop != end) return std::nullopt;
+  return integer;
+}
+
 }  // namespace
 
 std::int32_t PropertyList::intValue() const noexcept {
@@ -59,6 +71,24 @@ std::int32_t PropertyList::intValue() const noexcept {
       break;
   }
   return 0;
+}
+
+std::optional<std::int64_t> PropertyList::asInteger() const noexcept {
+  switch (kind()) {
+    case Kind::string:
+      return wholeInteger(*std::get_if<std::string>(&value_));
+    case Kind::number: {
+      const auto &number = *std::get_if<Number>(&value_);
+      const std::uint64_t largest = std::numeric_limits<std::int64_t>::max();
+      if (number.magnitude > largest + (number.negative ? 1 : 0)) return std::nullopt;
+      return static_cast<std::int64_t>(number.negative ? 0 - number.magnitude : number.magnitude);
+    }
+    case Kind::data:
+    case Kind::array:
+    case Kind::dictionary:
+      break;
+  }
+  return std::nullopt;
 }
 
 PropertyList &PropertyList::operator=(const PropertyList &other) {

@@ -16,6 +16,7 @@
 #include <initializer_list>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -51,6 +52,9 @@ class PropertyListError : public std::runtime_error {
   // line feed, a carriage return, or both.
   [[nodiscard]] std::size_t line() const noexcept { return line_; }
   [[nodiscard]] std::size_t column() const noexcept { return column_; }
+
+  // Returns the same error in the file `path`: what() reads "path: line 2, column 7: expected ...".
+  [[nodiscard]] PropertyListError inFile(const std::string &path) const;
 
  private:
   struct Place {
@@ -103,6 +107,15 @@ class Dictionary {
   PropertyList &operator[](std::string_view key);
 
   [[nodiscard]] bool contains(std::string_view key) const;
+
+  // Return the value for `key` as the kind asked for; nothing or null if there is none, or if it is
+  // of another kind. An integer is a number or a string that is one: see PropertyList::asInteger.
+  // Views and pointers are valid until the dictionary changes.
+  [[nodiscard]] std::optional<std::string_view> string(std::string_view key) const;
+  [[nodiscard]] std::optional<std::int64_t> integer(std::string_view key) const;
+  [[nodiscard]] const Array *array(std::string_view key) const;
+  [[nodiscard]] const Dictionary *dictionary(std::string_view key) const;
+  [[nodiscard]] const Data *data(std::string_view key) const;
 
   // Removes the entry with this key; returns false if there is none. May allocate; if memory fails,
   // it throws std::bad_alloc and changes nothing.
@@ -193,6 +206,10 @@ class PropertyList {
   // dictionary that are not in order.
   [[nodiscard]] static PropertyList parse(std::string_view text);
 
+  // Reads the value in the file `path`. Throws PropertyListError, which names the file, if its
+  // contents are not a property list, and std::system_error if it can't be read.
+  [[nodiscard]] static PropertyList fromFile(const std::string &path);
+
   [[nodiscard]] Kind kind() const noexcept { return static_cast<Kind>(value_.index()); }
 
   // Return the value as the kind asked for, or null if it is of another kind. A number is not a
@@ -203,14 +220,28 @@ class PropertyList {
   [[nodiscard]] const Dictionary *asDictionary() const { return std::get_if<Dictionary>(&value_); }
 
   // The same, for changing the value in place or moving it out.
+  [[nodiscard]] std::string *asString() { return std::get_if<std::string>(&value_); }
+  [[nodiscard]] Array *asArray() { return std::get_if<Array>(&value_); }
+  [[nodiscard]] Data *asData() { return std::get_if<Data>(&value_); }
   [[nodiscard]] Dictionary *asDictionary() { return std::get_if<Dictionary>(&value_); }
 
   // Returns the number, or the integer at the start of a string: white space, an optional sign,
   // digits. Returns 0 for no digits and for other kinds. Saturates at 32 bits.
   [[nodiscard]] std::int32_t intValue() const noexcept;
 
+  // Returns the integer that the value is: a number, or a string of an optional sign and digits and
+  // nothing else, so that it does not matter whether a program set the value or a text did. Returns
+  // nothing for other values, and for integers that do not fit into 64 bits with a sign.
+  [[nodiscard]] std::optional<std::int64_t> asInteger() const noexcept;
+
   // Returns the text form, pure ASCII without NUL. parse() reads it back; numbers become strings.
   [[nodiscard]] std::string description() const;
+
+  // Writes the text form and a line feed to the file `path`. Another process, or this one after a
+  // crash, finds the old contents or the new ones, never a part: a new file is written beside it,
+  // made durable (fsync) and renamed. Keeps the permissions of an existing file, and writes through
+  // a symbolic link. Throws std::system_error, which names the file, and leaves the old contents.
+  void toFile(const std::string &path) const;
 
   // Values of different kinds are not equal: the number 1 is not the string "1".
   friend bool operator==(const PropertyList &left, const PropertyList &right);

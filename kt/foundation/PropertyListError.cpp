@@ -34,4 +34,10 @@ PropertyListError::PropertyListError(std::size_t offset, Place place, std::strin
       line_(place.line),
       column_(place.column) {}
 
+PropertyListError PropertyListError::inFile(const std::string &path) const {
+  PropertyListError error = *this;
+  static_cast<std::runtime_error &>(error) = std::runtime_error(path + ": " + what());
+  return error;
+}
+
 }  // namespace kt

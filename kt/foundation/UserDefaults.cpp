@@ -8,13 +8,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <optional>
 #include <string_view>
 #include <vector>
 
+#include "kt/foundation/File.h"
 #include "kt/foundation/PropertyList.h"
 
 namespace kt {
@@ -24,39 +24,15 @@ namespace {
 // In bytes. Nobody writes this much by hand: a larger file is not a settings file.
 constexpr std::size_t fileSizeLimit = 1 << 20;
 
-// Owns one descriptor opened for reading, or none (-1).
-class InputFile {
- public:
-  explicit InputFile(const std::string &path)
-      // Non-blocking, because opening a FIFO would wait for a writer.
-      : descriptor_(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)) {}
-  InputFile(const InputFile &) = delete;
-  InputFile &operator=(const InputFile &) = delete;
-  ~InputFile() {
-    if (descriptor_ >= 0) ::close(descriptor_);
-  }
-
-  [[nodiscard]] bool isRegular() const {
-    struct stat status {};
-    return ::fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
-  }
-
-  // Returns the whole file; nothing if reading fails or the file is larger than the limit.
-  [[nodiscard]] std::optional<std::string> contents() const {
-    std::string text;
-    std::array<char, 4096> chunk;
-    while (text.size() <= fileSizeLimit) {
-      const ssize_t count = ::read(descriptor_, chunk.data(), chunk.size());
-      if (count == 0) return text;
-      if (count > 0) text.append(chunk.data(), static_cast<std::size_t>(count));
-      if (count < 0 && errno != EINTR) return std::nullopt;
-    }
-    return std::nullopt;
-  }
-
- private:
-  int descriptor_;
-};
+// Returns the contents of the settings file; nothing if there is none, or if it is too large.
+std::optional<std::string> contentsOfSettings(const std::string &path) {
+  // Non-blocking, because opening a FIFO would wait for a writer.
+  const file::Descriptor settings(
+      ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+  struct stat status {};
+  if (::fstat(settings.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  return file::contents(settings, fileSizeLimit);
+}
 
 // Returns the variable's value; null if it is not set or empty.
 const char *nonEmptyVariable(const char *name) {
@@ -113,9 +89,7 @@ bool isYesInText(const std::string &text, const std::string &key) {
 
 bool boolUserDefault(const std::string &key) {
   if (const char *value = std::getenv(key.c_str())) return isYes(value);
-  const InputFile file(defaultsPath());
-  if (!file.isRegular()) return false;
-  const std::optional<std::string> text = file.contents();
+  const std::optional<std::string> text = contentsOfSettings(defaultsPath());
   return text && isYesInText(*text, key);
 }
 

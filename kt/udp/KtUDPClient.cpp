@@ -181,29 +181,68 @@ void KtUDPClient::sendToPorts(const std::vector<std::int32_t> &ports,
   }
 }
 
-bool KtUDPClient::connectToServer() {
-  const std::vector<std::int32_t> ports = ports_;  // an override of broadcastIP may change them
-  broadcastIP();
-  const kt::Dictionary discovery = kt::discoveryPacket();
-  const kt::Dictionary envelope = kt::requestEnvelope(signature_, kt::freshHandshake(), discovery);
-  sin_ = kt::ipv4(inet_, 0);  // sendToPorts sets the port
+bool KtUDPClient::failToConnect() {
+  KtDebug("No server could be found");
+  port_ = -1;
+  return false;
+}
+
+// Sends discovery with `sendPass`, which is called with the envelope, in at most two passes. When a
+// server answers, aims at it and returns true.
+template <typename SendPass>
+bool KtUDPClient::discover(const SendPass &sendPass) {
+  const kt::Dictionary envelope =
+      kt::requestEnvelope(signature_, kt::freshHandshake(), kt::discoveryPacket());
   for (int pass = 0; pass < discoveryPasses; ++pass) {
-    sendToPorts(ports, envelope);
+    sendPass(envelope);
     KtDebug("Done sending requests; now listening for reply");
     setRcvTimeout(discoveryWaitMs);
     const std::optional<kt::Dictionary> reply = validateReplyForMessage(envelope);
     if (!isServerIdReply(reply ? kt::dataPacketOf(*reply) : nullptr)) continue;
     sin_ = sinrep_;
     KtDebug("Server listening on port %d", port_);
-    if (!replyForRequest(discovery)) {
-      KtDebug("Invalid reply resolution, broadcast fallback");
-      broadcastIP();  // changes the recorded address only; requests are still sent to sin_
-    }
     return true;
   }
-  KtDebug("No server could be found");
-  port_ = -1;
-  return false;
+  return failToConnect();
+}
+
+bool KtUDPClient::connectToServer() {
+  const std::vector<std::int32_t> ports = ports_;  // an override of broadcastIP may change them
+  broadcastIP();
+  sin_ = kt::ipv4(inet_, 0);  // sendToPorts sets the port
+  const auto sendPass = [&](const kt::Dictionary &envelope) { sendToPorts(ports, envelope); };
+  if (!discover(sendPass)) return false;
+  if (!replyForRequest(kt::discoveryPacket())) {
+    KtDebug("Invalid reply resolution, broadcast fallback");
+    broadcastIP();  // changes the recorded address only; requests are still sent to sin_
+  }
+  return true;
+}
+
+bool KtUDPClient::connectToServer(const std::string &host) {
+  const HostAddress found = kt::udp::lookUpHost(host);
+  if (found.kind != HostAddress::Kind::ipv4) {
+    KtDebug("Could not resolve host %@", host);
+    return failToConnect();
+  }
+  return connectToServerAt({found.address});
+}
+
+bool KtUDPClient::connectToServerAt(const std::vector<std::uint32_t> &addresses) {
+  if (addresses.empty()) return failToConnect();
+  const auto sendPass = [&](const kt::Dictionary &envelope) {
+    for (const std::uint32_t address : addresses) {
+      inet_ = address;
+      sin_ = kt::ipv4(address, 0);  // sendToPorts sets the port
+      sendToPorts(ports_, envelope);
+    }
+  };
+  if (!discover(sendPass)) return false;
+  if (!replyForRequest(kt::discoveryPacket())) {
+    KtDebug("Invalid reply resolution");
+    inet_ = sin_.sin_addr.s_addr;
+  }
+  return true;
 }
 
 std::optional<kt::Dictionary> KtUDPClient::replyForRequest(

@@ -89,6 +89,17 @@ class KtUDPClient {
   // ignores the confirming request; returns false, with port() == -1, if none answered.
   [[nodiscard]] bool connectToServer();
 
+  // Discovers a server at a known host: the same, but sent to the first IPv4 address of `host`, a
+  // name or a dotted address, and never by broadcast. Returns false at once, with port() == -1, if
+  // there is no such host or if it has no IPv4 address.
+  [[nodiscard]] bool connectToServer(const std::string &host);
+
+  // Discovers a server at several addresses (network byte order): the same, but each pass sends to
+  // every port of each address. They may be broadcast addresses, such as those that
+  // kt::interfaceBroadcastAddresses() returns. Returns false at once, with port() == -1, if there
+  // are none.
+  [[nodiscard]] bool connectToServerAt(const std::vector<std::uint32_t> &addresses);
+
   // Sends the data packet `packet` to the server found and returns the data packet of its answer.
   // Returns nothing
   // - at once, without sending, if port() < 0, as it is before a successful connectToServer;
@@ -113,6 +124,9 @@ class KtUDPClient {
   [[nodiscard]] const timeval &timeValue() const { return timeValue_; }
 
  private:
+  template <typename SendPass>
+  bool discover(const SendPass &sendPass);
+  bool failToConnect();
   void sendToPorts(const std::vector<std::int32_t> &ports, const kt::Dictionary &envelope);
   std::optional<kt::Dictionary> receiveReply(const kt::Dictionary &message);
 

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -147,6 +148,57 @@ TEST(PropertyList, IntValueOfOtherKindsIsZero) {
 
 // ---- Copies and moves ----
 
+TEST(PropertyList, AsIntegerOfNumberIsExact) {
+  EXPECT_EQ(PropertyList(0).asInteger(), 0);
+  EXPECT_EQ(PropertyList(true).asInteger(), 1);
+  EXPECT_EQ(PropertyList(std::numeric_limits<std::int64_t>::min()).asInteger(),
+            std::numeric_limits<std::int64_t>::min());
+  EXPECT_EQ(PropertyList(std::numeric_limits<std::int64_t>::max()).asInteger(),
+            std::numeric_limits<std::int64_t>::max());
+}
+
+TEST(PropertyList, AsIntegerOfNumberThatDoesNotFitIsNothing) {
+  EXPECT_EQ(PropertyList(std::uint64_t{1} << 63).asInteger(), std::nullopt);
+  EXPECT_EQ(PropertyList(std::numeric_limits<std::uint64_t>::max()).asInteger(), std::nullopt);
+}
+
+TEST(PropertyList, AsIntegerOfStringTakesWholeString) {
+  EXPECT_EQ(PropertyList("12").asInteger(), 12);
+  EXPECT_EQ(PropertyList("-12").asInteger(), -12);
+  EXPECT_EQ(PropertyList("+12").asInteger(), 12);
+  EXPECT_EQ(PropertyList("007").asInteger(), 7);
+  EXPECT_EQ(PropertyList("-9223372036854775808").asInteger(),
+            std::numeric_limits<std::int64_t>::min());
+  EXPECT_EQ(PropertyList("9223372036854775807").asInteger(),
+            std::numeric_limits<std::int64_t>::max());
+}
+
+TEST(PropertyList, AsIntegerOfOtherStringsIsNothing) {
+  for (const char *text : {"", "-", "+", "+-1", "-+1", "--1", " 1", "1 ", "1x", "0x1", "1.0", "x",
+                           "9223372036854775808", "-9223372036854775809"}) {
+    EXPECT_EQ(PropertyList(text).asInteger(), std::nullopt) << '"' << text << '"';
+  }
+  EXPECT_EQ(PropertyList(std::string("1\0", 2)).asInteger(), std::nullopt);
+}
+
+TEST(PropertyList, AsIntegerOfOtherKindsIsNothing) {
+  EXPECT_EQ(PropertyList(Array{1}).asInteger(), std::nullopt);
+  EXPECT_EQ(PropertyList(Dictionary{{"a", 1}}).asInteger(), std::nullopt);
+  EXPECT_EQ(PropertyList(Data{std::byte{'1'}}).asInteger(), std::nullopt);
+}
+
+TEST(PropertyList, ChangesInPlace) {
+  PropertyList value = Dictionary{{"array", Array{"a"}}, {"data", Data()}, {"string", "s"}};
+  Dictionary &dictionary = *value.asDictionary();
+  dictionary["array"].asArray()->push_back("b");
+  dictionary["data"].asData()->push_back(std::byte{1});
+  dictionary["string"].asString()->append("t");
+  EXPECT_EQ(value.description(), "{ array = ( a, b ); data = <01>; string = st; }");
+  EXPECT_EQ(dictionary["array"].asString(), nullptr);
+  EXPECT_EQ(dictionary["string"].asArray(), nullptr);
+  EXPECT_EQ(dictionary["string"].asData(), nullptr);
+}
+
 TEST(PropertyList, CopyIsEqualAndIndependent) {
   Dictionary original{{"a", Array{1, "text longer than a small string", Data{std::byte{2}}}},
                       {"b", Dictionary{{"c", "d"}}}};
@@ -237,6 +289,43 @@ TEST(Dictionary, FindReturnsValueOrNull) {
     EXPECT_EQ(dictionary.find(key), nullptr) << key;
   }
   EXPECT_EQ(Dictionary().find("a"), nullptr);
+}
+
+TEST(Dictionary, TypedValuesAreThoseOfTheirKind) {
+  const Dictionary dictionary{{"array", Array{1}},
+                              {"data", Data{std::byte{2}}},
+                              {"dictionary", Dictionary{{"a", 1}}},
+                              {"number", 3},
+                              {"string", "s"}};
+  EXPECT_EQ(dictionary.string("string"), "s");
+  EXPECT_EQ(dictionary.integer("number"), 3);
+  EXPECT_EQ(dictionary.array("array"), dictionary.find("array")->asArray());
+  EXPECT_EQ(dictionary.dictionary("dictionary"), dictionary.find("dictionary")->asDictionary());
+  EXPECT_EQ(dictionary.data("data"), dictionary.find("data")->asData());
+}
+
+TEST(Dictionary, TypedValuesOfOtherKindsAreNothing) {
+  const Dictionary dictionary{{"number", 3}, {"string", "s"}};
+  EXPECT_EQ(dictionary.string("number"), std::nullopt);
+  EXPECT_EQ(dictionary.integer("string"), std::nullopt);
+  EXPECT_EQ(dictionary.array("string"), nullptr);
+  EXPECT_EQ(dictionary.dictionary("string"), nullptr);
+  EXPECT_EQ(dictionary.data("string"), nullptr);
+}
+
+TEST(Dictionary, TypedValuesOfAbsentKeysAreNothing) {
+  const Dictionary dictionary;
+  EXPECT_EQ(dictionary.string("a"), std::nullopt);
+  EXPECT_EQ(dictionary.integer("a"), std::nullopt);
+  EXPECT_EQ(dictionary.array("a"), nullptr);
+  EXPECT_EQ(dictionary.dictionary("a"), nullptr);
+  EXPECT_EQ(dictionary.data("a"), nullptr);
+}
+
+TEST(Dictionary, IntegerMayBeString) {
+  const PropertyList settings = PropertyList::parse("{ port = 4711; size = 4711k; }");
+  EXPECT_EQ(settings.asDictionary()->integer("port"), 4711);
+  EXPECT_EQ(settings.asDictionary()->integer("size"), std::nullopt);
 }
 
 TEST(Dictionary, AcceptsAnyBytesInKeys) {

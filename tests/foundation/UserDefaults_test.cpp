@@ -14,11 +14,10 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
-#include <stdexcept>
 #include <string>
-#include <system_error>
 
 #include "tests/foundation/Namespaces.h"
+#include "tests/support/ScratchFolder.h"
 
 namespace kt::test {
 namespace {
@@ -61,13 +60,9 @@ void writeDefaults(const fs::path &configuration, const std::string &text) {
 // Gives each test an empty home, an empty configuration folder, and no variable for the key.
 class UserDefaults : public testing::Test {
  protected:
-  UserDefaults() : folder_(newFolder()) {
+  UserDefaults() {
     home_.set((folder_ / "home").c_str());
     configuration_.set((folder_ / "configuration").c_str());
-  }
-  ~UserDefaults() override {
-    std::error_code ignored;  // a leftover in the temporary folder is harmless
-    fs::remove_all(folder_, ignored);
   }
 
   // Writes `text` to the file and returns the default read from it.
@@ -83,17 +78,11 @@ class UserDefaults : public testing::Test {
 
   fs::path file() const { return folder_ / "configuration/kt/defaults.plist"; }
 
-  const fs::path folder_;
+  const ScratchFolder scratch_;
+  const fs::path folder_{scratch_.path()};
   Variable variable_{key, nullptr};
   Variable home_{"HOME", nullptr};
   Variable configuration_{"XDG_CONFIG_HOME", nullptr};
-
- private:
-  static fs::path newFolder() {
-    std::string name = (fs::temp_directory_path() / "kt-defaults-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("mkdtemp " + name);
-    return name;
-  }
 };
 
 TEST_F(UserDefaults, ReturnsNoForAbsentDefault) {

@@ -4,14 +4,13 @@
 #ifndef KT_TESTS_WALKER_TREE_H
 #define KT_TESTS_WALKER_TREE_H
 
-#include <gtest/gtest.h>
-#include <stdlib.h>
-
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
 #include <stdexcept>
 #include <string>
+
+#include "tests/support/ScratchFolder.h"
 
 namespace kt::test {
 
@@ -20,24 +19,14 @@ inline void touch(const std::string &path) {
   if (!std::ofstream(path)) throw std::runtime_error("cannot make " + path);
 }
 
-// A scratch folder. Its destructor removes it and everything in it.
+// A folder with directories, files and links in it. Its destructor removes them.
 class Tree {
  public:
   // Makes the folder and adds `paths` to it.
-  Tree(std::initializer_list<const char *> paths = {})
-      : root_(testing::TempDir() + "kt-walker-XXXXXX") {
-    if (::mkdtemp(root_.data()) == nullptr) {
-      throw std::runtime_error("cannot make scratch folder " + root_);
-    }
+  Tree(std::initializer_list<const char *> paths = {}) {
     for (const std::string path : paths) {
       add(path);
     }
-  }
-  Tree(const Tree &) = delete;
-  Tree &operator=(const Tree &) = delete;
-  ~Tree() {
-    std::error_code ignored;
-    std::filesystem::remove_all(root_, ignored);
   }
 
   // Makes a directory if `path` ends in a slash, or else an empty file. Makes its parents too.
@@ -52,13 +41,13 @@ class Tree {
     std::filesystem::create_symlink(target, at(path));
   }
 
-  [[nodiscard]] const std::string &root() const { return root_; }
+  [[nodiscard]] const std::string &root() const { return folder_.path(); }
 
   // Returns the whole path of `path`, which is relative to the root.
-  [[nodiscard]] std::string at(const std::string &path) const { return root_ + '/' + path; }
+  [[nodiscard]] std::string at(const std::string &path) const { return folder_.at(path); }
 
  private:
-  std::string root_;
+  ScratchFolder folder_;
 };
 
 }  // namespace kt::test
