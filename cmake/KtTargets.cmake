@@ -110,6 +110,19 @@ function(kt_test name)
     PROPERTIES ${properties})
 endfunction()
 
+# kt_refusals(NAME SOURCE MESSAGE CASE ...): tests that the compiler refuses SOURCE with MESSAGE, a
+# regular expression, whichever of the cases is defined as a macro.
+function(kt_refusals name source message)
+  separate_arguments(flags NATIVE_COMMAND "${CMAKE_CXX_FLAGS}")
+  foreach(case IN LISTS ARGN)
+    add_test(NAME ${name}.${case} COMMAND ${CMAKE_CXX_COMPILER} ${flags} -std=c++20 -fsyntax-only
+      -I${PROJECT_SOURCE_DIR} -D${case} ${CMAKE_CURRENT_SOURCE_DIR}/${source})
+    string(REGEX REPLACE "\\..*" "" label ${name})
+    set_tests_properties(${name}.${case} PROPERTIES PASS_REGULAR_EXPRESSION "${message}"
+      LABELS ${label})
+  endforeach()
+endfunction()
+
 # Halves the time to compile a test: -O1 is enough for code that runs once, and GoogleTest's header
 # is precompiled.
 function(kt_compile_tests_fast target)

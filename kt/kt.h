@@ -18,6 +18,7 @@
 #include "kt/udp/KtMessage.h"
 #include "kt/udp/KtUDPClient.h"
 #include "kt/udp/KtUDPDaemon.h"
+#include "kt/udp/Reply.h"
 #include "kt/walker/_KtWalker.h"
 
 #endif

@@ -8,31 +8,44 @@
 //   daemon.setDelegate(&application);
 //   if (daemon.registerPort()) daemon.processQueries();
 //
-// Serving never ends by itself; the host ends it by ending the process.
+// Serving never ends by itself. The host ends the process, or serves with a std::stop_token, or
+// calls processPending from an event loop of its own.
 #ifndef KT_UDP_KTUDPDAEMON_H
 #define KT_UDP_KTUDPDAEMON_H
 
 #include <netinet/in.h>
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kt/foundation/PropertyList.h"
+#include "kt/udp/Reply.h"
 #include "kt/udp/Socket.h"
 
 namespace kt {
 
 namespace udp {
+class Outbox;
 class ReadSet;
-}
+}  // namespace udp
 
-// A class with the method that the server calls on its delegate.
+// A delegate that returns its answers.
 template <class Delegate>
-concept RequestResponder = requires(Delegate &delegate, const Dictionary &packet) {
-  std::optional<Dictionary>(delegate.replyForRequest(packet));
+concept RequestResponder = requires(Delegate &delegate, Dictionary packet) {
+  { delegate.replyForRequest(std::move(packet)) } -> std::convertible_to<std::optional<Dictionary>>;
+};
+
+// A delegate that sends its answers, when it likes, with the kt::Reply that it is given.
+template <class Delegate>
+concept DeferredResponder = requires(Delegate &delegate, Dictionary packet, Reply reply) {
+  { delegate.replyForRequest(std::move(packet), std::move(reply)) } -> std::same_as<void>;
 };
 
 }  // namespace kt
@@ -52,11 +65,17 @@ class KtUDPDaemon {
   // Sets the signature that requests must carry and that replies carry.
   void setSignature(std::string signature);
 
-  // Sets the object that answers requests. It may be of any class with this method:
+  // Sets the object that answers requests. It may be of any class with one of these methods:
+  //
   //   kt::Dictionary replyForRequest(const kt::Dictionary &packet);
-  // It may also return std::optional<kt::Dictionary>. It is called on the serving thread with the
-  // request's data packet and returns the reply's. The delegate is not owned and must live as long
-  // as the server serves. Null removes it.
+  //   void replyForRequest(kt::Dictionary packet, kt::Reply reply);
+  //
+  // The first may also return std::optional<kt::Dictionary>. Either may take the packet by value or
+  // by const reference. It is called on the serving thread with the request's data packet. The
+  // first returns the reply's; the server remembers nothing of it, so a resend is another request.
+  // The second sends it with `reply`, at once or later.
+  //
+  // The delegate is not owned and must live as long as the server serves. Null removes it.
   template <class Delegate>
   KtUDPDaemon &setDelegate(Delegate *delegate);
   KtUDPDaemon &setDelegate(std::nullptr_t);
@@ -83,14 +102,27 @@ class KtUDPDaemon {
   // - nothing if there is no request, no "_Handshake", or another signature;
   // - an empty dictionary, which clients drop, if there is no data packet or no keyword in it;
   // - otherwise the envelope of the answer.
+  // A delegate that sends its answers counts if it does so before it returns; its reply then knows
+  // no sender.
   // Throws std::invalid_argument if the data packet is not a dictionary, std::logic_error if the
-  // delegate is missing or returns no answer, and whatever the delegate throws.
+  // delegate is missing or gives no answer, and whatever the delegate throws.
   [[nodiscard]] std::optional<kt::Dictionary> replyFor(
       const std::optional<kt::Dictionary> &request);
+  [[nodiscard]] std::optional<kt::Dictionary> replyFor(std::optional<kt::Dictionary> &&request);
 
   // Serves. Returns at once if no port is registered, otherwise never. Exceptions from replyFor
   // propagate; when called again, it continues with the next datagram.
   void processQueries();
+
+  // The same, but returns once `stop` is requested, from any thread, even if no datagram arrives.
+  // Replies may then be open; they can be sent as long as the server lives. Throws
+  // std::system_error if the system has no descriptor for the wait.
+  void processQueries(std::stop_token stop);
+
+  // Serves datagrams that have arrived, at most `limit`, without waiting; returns how many. Call it
+  // when socketIn() can be read. If a request throws, its datagram is consumed and the others can
+  // still be read. Returns 0 if no port is registered.
+  std::size_t processPending(std::size_t limit = 64);
 
   [[nodiscard]] const std::vector<std::int32_t> &ports() const { return ports_; }
   [[nodiscard]] const std::string &signature() const { return signature_; }
@@ -103,42 +135,64 @@ class KtUDPDaemon {
   // Only the serving thread may call these. The delegate's current request counts as received but
   // not as answered.
   [[nodiscard]] std::uint64_t received() const { return received_; }
-  [[nodiscard]] std::uint64_t answered() const { return answered_; }
+  [[nodiscard]] std::uint64_t answered() const;
 
  private:
-  using Responder = std::optional<kt::Dictionary> (*)(void *delegate, const kt::Dictionary &packet);
+  using Responder = std::optional<kt::Dictionary> (*)(void *delegate, kt::Dictionary &&packet);
+  using Deferred = void (*)(void *delegate, kt::Dictionary &&packet, kt::Reply &&reply);
   using Probe = bool (*)(const std::string &signature, const std::vector<std::int32_t> &ports);
 
   template <class Client>
   static bool anotherServerAnswers(const std::string &signature,
                                    const std::vector<std::int32_t> &ports);
 
-  kt::Dictionary answerTo(const kt::Dictionary &packet);
+  struct Origin;
+
+  void setDelegate(void *delegate, Responder responder, Deferred deferred);
+  kt::Dictionary answerSentAtOnce(kt::Dictionary &&packet);
+  kt::Dictionary answerTo(kt::Dictionary &&packet);
+  std::optional<kt::Dictionary> replyTo(kt::Dictionary &&request, const Origin *origin);
   std::ptrdiff_t nextDatagram(kt::udp::ReadSet &readSet, sockaddr_in &sender);
+  std::ptrdiff_t receive(sockaddr_in &sender);
+  void process(std::ptrdiff_t count, const sockaddr_in &sender);
   void serve(std::size_t size, const sockaddr_in &sender);
 
-  void *delegate_ = nullptr;         // answers requests; not owned; null if there is none
-  Responder responder_ = nullptr;    // calls the delegate's method; null if it has none
-  std::vector<std::int32_t> ports_;  // to try, in order
-  std::string signature_;            // required in requests, sent in replies
-  kt::Socket socketIn_;              // without a descriptor until registered
-  std::int32_t port_ = 0;            // the bound port; 0 until registered
-  std::vector<char> buffer_;         // receives datagrams; kt::bufferSize bytes
-  Probe counterpart_;                // looks for another server with the counterpart class
-  bool unique_ = false;              // whether the server must be the only one that answers
-  std::uint64_t received_ = 0;       // datagrams received, including empty ones
-  std::uint64_t answered_ = 0;       // datagrams that got a reply
+  void *delegate_ = nullptr;                 // answers requests; not owned; null if there is none
+  Responder responder_ = nullptr;            // calls the delegate's method if it returns its answer
+  Deferred deferred_ = nullptr;              // calls the delegate's method if it takes a kt::Reply
+  std::vector<std::int32_t> ports_;          // to try, in order
+  std::string signature_;                    // required in requests, sent in replies
+  kt::Socket socketIn_;                      // without a descriptor until registered
+  std::int32_t port_ = 0;                    // the bound port; 0 until registered
+  std::vector<char> buffer_;                 // receives datagrams; kt::bufferSize bytes
+  Probe counterpart_;                        // looks for another server with the counterpart class
+  bool unique_ = false;                      // whether the server must be the only one that answers
+  std::uint64_t received_ = 0;               // datagrams received, including empty ones
+  std::uint64_t answered_ = 0;               // datagrams that got a reply, except by outbox_
+  std::shared_ptr<kt::udp::Outbox> outbox_;  // shared with replies; null before the first
 };
 
 template <class Delegate>
 KtUDPDaemon &KtUDPDaemon::setDelegate(Delegate *delegate) {
-  setDelegate(nullptr);
-  if (delegate == nullptr) return *this;
-  delegate_ = const_cast<void *>(static_cast<const void *>(delegate));
-  if constexpr (kt::RequestResponder<Delegate>) {
-    responder_ = [](void *object, const kt::Dictionary &packet) -> std::optional<kt::Dictionary> {
-      return static_cast<Delegate *>(object)->replyForRequest(packet);
-    };
+  constexpr bool responds = kt::RequestResponder<Delegate>;
+  constexpr bool defers = kt::DeferredResponder<Delegate>;
+  static_assert(responds || defers,
+                "a delegate needs kt::Dictionary replyForRequest(const kt::Dictionary &packet) or "
+                "void replyForRequest(kt::Dictionary packet, kt::Reply reply)");
+  static_assert(!(responds && defers),
+                "a delegate has either replyForRequest(packet) or replyForRequest(packet, reply)");
+  void *const object = const_cast<void *>(static_cast<const void *>(delegate));
+  if constexpr (responds) {
+    setDelegate(
+        object,
+        [](void *responder, kt::Dictionary &&packet) -> std::optional<kt::Dictionary> {
+          return static_cast<Delegate *>(responder)->replyForRequest(std::move(packet));
+        },
+        nullptr);
+  } else if constexpr (defers) {
+    setDelegate(object, nullptr, [](void *responder, kt::Dictionary &&packet, kt::Reply &&reply) {
+      static_cast<Delegate *>(responder)->replyForRequest(std::move(packet), std::move(reply));
+    });
   }
   return *this;
 }

@@ -55,7 +55,15 @@ std::uint16_t Socket::boundPort() const {
 }
 
 bool Socket::send(std::span<const char> datagram, const sockaddr_in &destination) {
-  return ::sendto(descriptor_, datagram.data(), datagram.size(), 0, generic(destination),
+  return send(datagram, destination, 0);
+}
+
+bool Socket::sendWithoutWaiting(std::span<const char> datagram, const sockaddr_in &destination) {
+  return send(datagram, destination, MSG_DONTWAIT);
+}
+
+bool Socket::send(std::span<const char> datagram, const sockaddr_in &destination, int flags) {
+  return ::sendto(descriptor_, datagram.data(), datagram.size(), flags, generic(destination),
                   sizeof destination) >= 0;
 }
 

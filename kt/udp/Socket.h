@@ -51,12 +51,16 @@ class Socket {
   // Sends one datagram. Returns false if the system refuses it, with the reason in errno.
   bool send(std::span<const char> datagram, const sockaddr_in &destination);
 
+  // The same, but never waits: if the system has no room for the datagram, refuses it (EAGAIN).
+  bool sendWithoutWaiting(std::span<const char> datagram, const sockaddr_in &destination);
+
   // Receives one datagram into `buffer` without waiting, and stores its sender in `source`. Returns
   // the number of bytes, which may be 0, or -1 with the reason in errno (EAGAIN: no datagram).
   // Truncates a datagram that is longer than `buffer`.
   [[nodiscard]] std::ptrdiff_t receive(std::span<char> buffer, sockaddr_in &source);
 
  private:
+  bool send(std::span<const char> datagram, const sockaddr_in &destination, int flags);
   explicit Socket(int descriptor) : descriptor_(descriptor) {}
 
   int descriptor_ = -1;  // -1: no socket is owned

@@ -58,7 +58,8 @@ class _KtWalker {
   // without one. If the list is empty, nothing is reported.
   void setFileTypes(std::vector<std::string> types);
 
-  // Sets the object that receives the paths. It may be of any class; both methods are optional.
+  // Sets the object that receives the paths. It may be of any class with one of these methods or
+  // both.
   //   bool fileFound(const std::string &path)   Receives an accepted path; false stops the walk.
   //                                             Any result that converts to bool is allowed, such
   //                                             as a pointer or an optional. A method that returns
@@ -137,6 +138,9 @@ class _KtWalker {
 
 template <class Delegate>
 void _KtWalker::setDelegate(Delegate *delegate) {
+  static_assert(
+      kt::FileFinder<Delegate> || kt::WalkAborter<Delegate>,
+      "a delegate needs bool fileFound(const std::string &path), bool wantsAbort() or both");
   setDelegate(nullptr);
   if (delegate == nullptr) return;
   delegate_ = const_cast<void *>(static_cast<const void *>(delegate));

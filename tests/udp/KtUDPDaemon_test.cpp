@@ -472,14 +472,7 @@ TEST(KtUDPDaemon, SendsEmptyAnswerOfDelegate) {
   EXPECT_EQ(answerOf(&delegate), Dictionary());
 }
 
-TEST(KtUDPDaemon, ThrowsLogicErrorWithoutDelegateOrItsMethod) {
-  struct Other {
-    int replyForRequest(int number) { return number; }
-  } other;
-  struct Nothing {
-  } nothing;
-  EXPECT_THROW((void)answerOf(&other), std::logic_error);
-  EXPECT_THROW((void)answerOf(&nothing), std::logic_error);
+TEST(KtUDPDaemon, ThrowsLogicErrorWithoutDelegate) {
   EXPECT_THROW((void)answerOf(static_cast<EchoDelegate *>(nullptr)), std::logic_error);
   KtUDPDaemon daemon;
   EXPECT_THROW((void)daemon.replyFor(statusRequest), std::logic_error);

@@ -29,11 +29,9 @@ class KtWalkerDelegate : public testing::Test {
 
 // ---- Methods ----
 
-struct NoMethods {};
-
 struct ReturnsVoid {
   void fileFound(const std::string &) { called = true; }
-  void wantsAbort() { called = true; }
+  bool wantsAbort() { return false; }
   bool called = false;
 };
 
@@ -60,14 +58,7 @@ struct Answering {
   int found = 0;
 };
 
-TEST_F(KtWalkerDelegate, NeedsNoMethods) {
-  const Tree tree{"a.txt", "d/b.txt"};
-  NoMethods delegate;
-  walkFor(delegate, tree.root());
-  EXPECT_FALSE(walker_.aborted());
-}
-
-TEST_F(KtWalkerDelegate, IsNotCalledIfMethodsReturnVoid) {
+TEST_F(KtWalkerDelegate, IsNotCalledIfFileFoundReturnsVoid) {
   const Tree tree{"a.txt"};
   ReturnsVoid delegate;
   walkFor(delegate, tree.root());
@@ -104,7 +95,7 @@ TEST_F(KtWalkerDelegate, MayBeNullOrRemoved) {
 TEST_F(KtWalkerDelegate, ReplacesMethodsOfPreviousDelegate) {
   const Tree tree{"a.txt"};
   Director director;
-  NoMethods other;
+  AborterOnly other;
   walker_.setDelegate(&director);
   walkFor(other, tree.root());
   EXPECT_EQ(director.found, Paths());
@@ -144,7 +135,7 @@ TEST_F(KtWalkerDelegate, LeavesAbortedUnchangedWithoutFileFound) {
   finder.answer = [](const std::string &) { return false; };
   walker_.setDelegate(&finder);
   walker_.fileFound("a");
-  NoMethods other;
+  AborterOnly other;
   walker_.setDelegate(&other);
   walker_.fileFound("b");
   EXPECT_TRUE(walker_.aborted());
