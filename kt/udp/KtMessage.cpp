@@ -92,8 +92,8 @@ const Dictionary *dataPacketOf(const Dictionary &envelope) {
 }
 
 std::optional<Dictionary> takeDataPacket(Dictionary &&envelope) {
-  if (dataPacketOf(envelope) == nullptr) return std::nullopt;
-  return std::move(*envelope[dataPacketKey].asDictionary());
+  Dictionary *packet = envelope[dataPacketKey].asDictionary();
+  return packet != nullptr ? std::optional(std::move(*packet)) : std::nullopt;
 }
 
 // ---- Acceptance by a server ----

@@ -54,7 +54,8 @@ class StopSignal {
     explicit Raise(const Event &raised) : event(raised) {}
     void operator()() const {
       const std::uint64_t one = 1;
-      (void)!::write(event.descriptor, &one, sizeof one);  // cannot fail: the counter is 0
+      // Cannot fail: the counter is 0.
+      [[maybe_unused]] const ssize_t written = ::write(event.descriptor, &one, sizeof one);
     }
     const Event &event;
   };

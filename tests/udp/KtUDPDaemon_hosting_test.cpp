@@ -114,7 +114,6 @@ TEST_F(KtUDPDaemonHosting, LogsSameLinesAsServingWithoutStop) {
   const RawSocket socket;
   (void)answerTo(socket, daemon_.port(), request(1));
   server = {};
-  const std::string text = request(1);
   EXPECT_EQ(log.lines().front(), "Registered and waiting.");
   EXPECT_EQ(log.count("Sending reply " + reply(1).substr(0, reply(1).size() - 1)), 1U);
 }

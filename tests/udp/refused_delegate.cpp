@@ -3,9 +3,7 @@
 // Delegates that a server refuses: compiles only if no case is defined.
 #include "kt/udp/KtUDPDaemon.h"
 
-namespace {
-
-#if defined(Misspelt)
+#ifdef Misspelt
 struct Delegate {
   kt::Dictionary replyForRequests(const kt::Dictionary &packet) { return packet; }
 };
@@ -39,8 +37,6 @@ struct Delegate {
   kt::Dictionary replyForRequest(const kt::Dictionary &packet) { return packet; }
 };
 #endif
-
-}  // namespace
 
 void use(KtUDPDaemon &daemon, Delegate &delegate) {
   daemon.setDelegate(&delegate);

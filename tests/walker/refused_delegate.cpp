@@ -3,9 +3,7 @@
 // Delegates that a walker refuses: compiles only if no case is defined.
 #include "kt/walker/_KtWalker.h"
 
-namespace {
-
-#if defined(Misspelt)
+#ifdef Misspelt
 struct Delegate {
   bool filefound(const std::string &) { return true; }
 };
@@ -21,8 +19,6 @@ struct Delegate {
   bool fileFound(const std::string &) { return true; }
 };
 #endif
-
-}  // namespace
 
 void use(_KtWalker &walker, Delegate &delegate) {
   walker.setDelegate(&delegate);
