@@ -16,7 +16,7 @@ int main() {
   KtUDPDaemon daemon;
   daemon.setDelegate(&clerk).setSignature("Office");
   if (!daemon.registerPort()) return 1;  // every port of the list is taken
-  std::jthread server([&](std::stop_token stop) {
+  std::jthread server([&](const std::stop_token &stop) {
     while (!stop.stop_requested()) {
       try {
         daemon.processQueries(stop);
