@@ -11,13 +11,12 @@
 #include "kt/udp/KtUDPClient.h"
 #include "tests/support/Addresses.h"
 #include "tests/udp/support/LogCapture.h"
+#include "tests/udp/support/Messages.h"
 #include "tests/udp/support/PrivateNetwork.h"
 #include "tests/udp/support/ScriptedPeer.h"
 
 namespace kt::test {
 namespace {
-
-const Dictionary statusPacket{{"KtUDPKeyword", "Status"}};
 
 constexpr const char *hosts =
     "127.0.0.1 localhost\n127.0.0.5 amber\n127.0.0.6 amber\nfd00::7 sapphire\n";

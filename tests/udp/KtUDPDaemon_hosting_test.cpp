@@ -14,21 +14,12 @@
 #include "kt/udp/KtUDPDaemon.h"
 #include "tests/support/EchoDelegate.h"
 #include "tests/udp/support/LogCapture.h"
+#include "tests/udp/support/Messages.h"
 #include "tests/udp/support/RawSocket.h"
 #include "tests/udp/support/ServedDaemon.h"
 
 namespace kt::test {
 namespace {
-
-const Dictionary statusPacket{{"KtUDPKeyword", "Status"}};
-
-std::string request(std::int32_t handshake) {
-  return bytesOf(requestEnvelope("KtUDP", handshake, statusPacket));
-}
-
-std::string reply(std::int32_t handshake) {
-  return bytesOf(replyEnvelope("KtUDP", handshake, statusPacket));
-}
 
 class KtUDPDaemonHosting : public testing::Test {
  protected:

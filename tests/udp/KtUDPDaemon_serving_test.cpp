@@ -17,22 +17,13 @@
 #include "tests/support/Addresses.h"
 #include "tests/support/EchoDelegate.h"
 #include "tests/udp/support/LogCapture.h"
+#include "tests/udp/support/Messages.h"
 #include "tests/udp/support/PrivateNetwork.h"
 #include "tests/udp/support/RawSocket.h"
 #include "tests/udp/support/ServedDaemon.h"
 
 namespace kt::test {
 namespace {
-
-const Dictionary statusPacket{{"KtUDPKeyword", "Status"}};
-
-std::string request(std::int32_t handshake, const Dictionary &packet = statusPacket) {
-  return bytesOf(requestEnvelope("KtUDP", handshake, packet));
-}
-
-std::string reply(std::int32_t handshake, const Dictionary &packet = statusPacket) {
-  return bytesOf(replyEnvelope("KtUDP", handshake, packet));
-}
 
 // An echo server at a port that the system chose.
 class KtUDPDaemonServing : public testing::Test {

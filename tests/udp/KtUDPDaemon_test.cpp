@@ -23,6 +23,7 @@
 #include "tests/support/EchoDelegate.h"
 #include "tests/udp/support/Kinds.h"
 #include "tests/udp/support/LogCapture.h"
+#include "tests/udp/support/Messages.h"
 #include "tests/udp/support/PrivateNetwork.h"
 #include "tests/udp/support/RawSocket.h"
 #include "tests/udp/support/ServedDaemon.h"
@@ -294,7 +295,6 @@ Outcome outcomeOf(const std::optional<Dictionary> &request) {
   }
 }
 
-const Dictionary statusPacket{{"KtUDPKeyword", "Status"}};
 const Dictionary statusRequest = requestEnvelope("KtUDP", 33, statusPacket);
 
 // Expects these outcomes for values of each kind for `key` of the envelope, both as built and as
