@@ -39,8 +39,7 @@ class Reply {
   ~Reply();
 
   // Sends the answer's data packet, without ever waiting. Returns false
-  // - if it does not fit into a datagram; the reply stays open, so that a shorter answer can be
-  // sent;
+  // - if it does not fit into a datagram; the reply then stays open for a shorter answer;
   // - if the system refuses it, which counts as a datagram lost on the way;
   // - if an answer was sent before, or is being sent by another thread;
   // - if the server is gone.

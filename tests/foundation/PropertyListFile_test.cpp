@@ -157,6 +157,13 @@ TEST_F(PropertyListFile, WritesThroughSymbolicLink) {
   EXPECT_EQ(contentsOf(folder_.at("elsewhere/real")), "new\n");
 }
 
+TEST_F(PropertyListFile, ReplacesLinkThatLeadsNowhere) {
+  fs::create_symlink("nowhere", path_);
+  PropertyList("new").toFile(path_);
+  EXPECT_FALSE(fs::is_symlink(path_));
+  EXPECT_EQ(contentsOf(path_), "new\n");
+}
+
 TEST_F(PropertyListFile, AcceptsLongestName) {
   const std::string path = folder_.at(std::string(255, 'n'));
   PropertyList("a").toFile(path);
