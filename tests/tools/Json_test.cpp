@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "tools/kt/Json.h"
+#include "tools/common/Json.h"
 
 #include <gtest/gtest.h>
 

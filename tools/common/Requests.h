@@ -11,10 +11,18 @@ namespace kt::tools {
 inline constexpr const char *echoKind = "Echo";
 inline constexpr const char *evaluateKind = "Evaluate";
 inline constexpr const char *filesKind = "Files";
+inline constexpr const char *kindsKind = "Kinds";
 inline constexpr const char *statusKind = "Status";
 
 // Any answer: why the request has no other, a sentence for people.
 inline constexpr const char *errorKey = "Error";
+
+// Any answer with an `Error`: the token that the request is to be repeated with. In the request:
+// that token.
+inline constexpr const char *tokenKey = "Token";
+
+// Kinds, answer: a dictionary with a sentence for each kind that the server answers.
+inline constexpr const char *kindsKey = "Kinds";
 
 // Echo, as kt ping sends it: the number of the round trip, from 1.
 inline constexpr const char *sequenceKey = "Sequence";

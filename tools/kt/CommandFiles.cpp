@@ -10,7 +10,7 @@
 #include "tools/common/Paths.h"
 #include "tools/common/Requests.h"
 #include "tools/kt/Connection.h"
-#include "tools/kt/Json.h"
+#include "tools/common/Json.h"
 #include "tools/kt/Request.h"
 #include "tools/kt/Results.h"
 #include "tools/text/Escape.h"

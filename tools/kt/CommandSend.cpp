@@ -3,7 +3,7 @@
 // kt send: sends one request and prints its answer.
 #include "tools/common/DirectedClient.h"
 #include "tools/kt/Connection.h"
-#include "tools/kt/Json.h"
+#include "tools/common/Json.h"
 #include "tools/kt/Request.h"
 #include "tools/kt/Results.h"
 

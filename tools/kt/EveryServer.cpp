@@ -7,7 +7,7 @@
 #include "kt/foundation/Format.h"
 #include "kt/udp/ReadSet.h"
 #include "tools/common/Addresses.h"
-#include "tools/kt/Json.h"
+#include "tools/common/Json.h"
 #include "tools/text/Escape.h"
 
 namespace kt::tools {

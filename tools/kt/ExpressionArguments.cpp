@@ -6,7 +6,7 @@
 
 #include "tools/calculator/Evaluator.h"
 #include "tools/common/Arguments.h"
-#include "tools/kt/Json.h"
+#include "tools/common/Json.h"
 #include "tools/kt/Results.h"
 #include "tools/text/Escape.h"
 #include "tools/text/Excerpt.h"

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "kt/foundation/Format.h"
-#include "tools/kt/Json.h"
+#include "tools/common/Json.h"
 #include "tools/kt/Statistics.h"
 
 namespace kt::tools {

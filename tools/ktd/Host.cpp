@@ -46,15 +46,15 @@ std::string portAndReason(std::int32_t port) {
   return std::to_string(port) + " (" + reason + ')';
 }
 
-Failure registrationFailure(const HostOptions &options) {
+Failure registrationFailure(const Configuration &configuration) {
   if (UniquenessProbe::otherServer) {
     return Failure(
         kt::format("another server of signature %s answers at %s\n"
                    "Stop it, or start without --unique or with another --signature.",
-                   inQuotes(options.signature), endpoint(*UniquenessProbe::otherServer)));
+                   inQuotes(configuration.signature), endpoint(*UniquenessProbe::otherServer)));
   }
   std::string reasons;
-  for (const std::int32_t port : options.ports) {
+  for (const std::int32_t port : configuration.ports) {
     reasons += (reasons.empty() ? "" : ", ") + portAndReason(port);
   }
   return Failure("every port of the list is taken: " + reasons +
@@ -70,23 +70,23 @@ void checkFiles(const ServedFiles &files) {
   }
 }
 
-void registerServer(KtUDPDaemon &daemon, const HostOptions &options) {
-  UniquenessProbe::broadcast = options.broadcast;
+void registerServer(KtUDPDaemon &daemon, const Configuration &configuration) {
+  UniquenessProbe::broadcast = configuration.broadcast;
   daemon.setCounterpartClass<UniquenessProbe>();
-  daemon.setMustBeUnique(options.unique);
-  daemon.setSignature(options.signature);
-  daemon.setPorts(options.ports);
-  if (!daemon.registerPort()) throw registrationFailure(options);
+  daemon.setMustBeUnique(configuration.unique);
+  daemon.setSignature(configuration.signature);
+  daemon.setPorts(configuration.ports);
+  if (!daemon.registerPort()) throw registrationFailure(configuration);
 }
 
 }  // namespace
 
-void serve(const HostOptions &options, ErrorLog &errors) {
-  checkFiles(options.files);
+void serve(const Configuration &configuration, ErrorLog &errors) {
+  checkFiles(configuration.service.files);
   KtUDPDaemon daemon;
-  Answers answers(daemon, options.files);
+  Answers answers(daemon, configuration.service.files);
   daemon.setDelegate(&answers);
-  registerServer(daemon, options);
+  registerServer(daemon, configuration);
   printLine(kt::format("ktd: serving %s on port %d", inQuotes(daemon.signature()), daemon.port()));
   for (;;) {
     try {

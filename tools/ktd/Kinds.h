@@ -14,15 +14,9 @@
 
 #include "kt/foundation/PropertyList.h"
 #include "kt/udp/KtUDPDaemon.h"
+#include "tools/ktd/Service.h"
 
 namespace kt::tools {
-
-// The files that clients may ask for.
-struct ServedFiles {
-  std::vector<std::string> roots;  // where to look, as given; none: no files are served
-  std::vector<std::string> types;  // the extensions served; none: those that a request names
-  std::chrono::milliseconds longestWalk{5000};  // the most that one request may take
-};
 
 // What a kind may know about the server that it runs in.
 struct ServerState {

@@ -15,6 +15,7 @@
 #include "tools/common/Failure.h"
 #include "tools/common/Paths.h"
 #include "tools/ktd/Host.h"
+#include "tools/ktd/Kinds.h"
 
 namespace kt::tools {
 
@@ -50,20 +51,20 @@ void addFileOptions(CommandLine &line, ServedFiles &served) {
                served.types, extensionProblem, "--files");
 }
 
-std::optional<int> parseOptions(HostOptions &options, int argc, const char *const *argv) {
+std::optional<int> parseOptions(Configuration &options, int argc, const char *const *argv) {
   ProgramLine line("ktd", "Serves requests from clients on the local network until it is stopped.");
   addServerOptions(line, options, broadcastHelp);
   addDebugFlag(line, options.debug);
   line.addFlag("--unique", options.unique,
                "Refuse to start while another server of the signature answers");
-  addFileOptions(line, options.files);
+  addFileOptions(line, options.service.files);
   line.setFooter(footer());
   return line.parse(argc, argv);
 }
 
 // ---- Serving until a signal ----
 
-void serveOrExit(const HostOptions &options, ErrorLog &errors) {
+void serveOrExit(const Configuration &options, ErrorLog &errors) {
   try {
     serve(options, errors);
   } catch (const std::exception &error) {
@@ -88,7 +89,7 @@ void waitForEnd(const sigset_t &signals, ErrorLog &errors) {
 }
 
 int run(int argc, const char *const *argv) {
-  HostOptions options;
+  Configuration options;
   if (const std::optional<int> status = parseOptions(options, argc, argv)) return *status;
   if (options.debug) KtSetDebugEnabled(1);
   escapeLogOnTerminal();

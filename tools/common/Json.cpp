@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "tools/kt/Json.h"
+#include "tools/common/Json.h"
 
 #include <cstdlib>
 #include <nlohmann/json.hpp>  // here only: it takes seconds to compile

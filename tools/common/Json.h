@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 
-// Writes JSON, for programs that read kt's output: always one line of ASCII without the line feed.
+// Writes JSON for other programs: always one line of ASCII without the line feed.
 // Functions without state, and a builder of objects.
-#ifndef KT_TOOLS_KT_JSON_H
-#define KT_TOOLS_KT_JSON_H
+#ifndef KT_TOOLS_COMMON_JSON_H
+#define KT_TOOLS_COMMON_JSON_H
 
 #include <cstdint>
 #include <string>
