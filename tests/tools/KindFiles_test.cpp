@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 
 // The kind Files of requests.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,9 +10,10 @@
 #include <utility>
 
 #include "kt/udp/KtMessage.h"
+#include "tests/tools/Asker.h"
 #include "tests/walker/Tree.h"
 #include "tools/common/Paths.h"
-#include "tools/ktd/Answers.h"
+#include "tools/ktd/Dispatcher.h"
 #include "tools/ktd/ReplySize.h"
 
 namespace kt::test {
@@ -24,15 +26,21 @@ using Names = std::vector<std::string>;
 class KindFiles : public testing::Test {
  protected:
   void serve(Names roots, Names types = {"txt"}) {
-    answers_.emplace(daemon_, ServedFiles{.roots = std::move(roots), .types = std::move(types)});
+    serve(ServedFiles{.roots = std::move(roots), .types = std::move(types)});
   }
 
-  [[nodiscard]] Dictionary answerTo(Dictionary request) const {
+  void serve(ServedFiles files) {
+    Service service;
+    service.files = std::move(files);
+    dispatcher_.emplace(daemon_, std::move(service), 1, errors_);
+  }
+
+  [[nodiscard]] Dictionary answerTo(Dictionary request) {
     request[keywordKey] = "Files";
-    return answers_->replyForRequest(request);
+    return Asker(*dispatcher_).ask(std::move(request));
   }
 
-  [[nodiscard]] std::string errorOf(const Dictionary &request) const {
+  [[nodiscard]] std::string errorOf(const Dictionary &request) {
     const Dictionary answer = answerTo(request);
     const PropertyList *error = answer.find("Error");
     return error != nullptr && answer.size() == 1 ? *error->asString() : answer.description();
@@ -47,12 +55,12 @@ class KindFiles : public testing::Test {
   }
 
   // Returns the path, root/name, of every file on every page. Expects each page to fit a datagram.
-  [[nodiscard]] Names everyPage(Dictionary request) const {
+  [[nodiscard]] Names everyPage(Dictionary request) {
     Names paths;
     for (std::int32_t next = 0; next >= 0;) {
       request["Offset"] = next;
       const Dictionary answer = answerTo(request);
-      EXPECT_LE(replySize(daemon_, answer), largestDatagram);
+      EXPECT_LE(replySize(daemon_.signature(), answer), largestDatagram);
       EXPECT_FALSE(answer.contains("Error")) << answer.description();
       for (const std::string &name : namesIn(answer)) {
         paths.push_back(joined(*pathBytes(*answer.find("Root")), name));
@@ -68,7 +76,8 @@ class KindFiles : public testing::Test {
   }
 
   KtUDPDaemon daemon_;
-  std::optional<Answers> answers_{daemon_};
+  ErrorLog errors_;
+  std::optional<Dispatcher> dispatcher_;
 };
 
 Names sorted(Names names) {
@@ -79,6 +88,7 @@ Names sorted(Names names) {
 // ---- Names and roots ----
 
 TEST_F(KindFiles, RefusesIfServerServesNoFiles) {
+  serve(Names());
   EXPECT_EQ(errorOf({}), "This server serves no files.");
 }
 
@@ -208,7 +218,7 @@ TEST_F(KindFiles, FillsPageToLastByte) {
     tree.add(std::to_string(number) + "_name_of_20.txt");
   }
   serve({tree.root()});
-  const std::size_t size = replySize(daemon_, answerTo({}));
+  const std::size_t size = replySize(daemon_.signature(), answerTo({}));
   EXPECT_LE(size, largestDatagram);
   // Free space: one name, and digits of Total and Next, whose largest values are reserved.
   EXPECT_GT(size, largestDatagram - 60);
@@ -230,7 +240,8 @@ TEST_F(KindFiles, ReportsErrorIfSignatureLeavesNoRoom) {
   const Tree tree{"a.txt"};
   daemon_.setSignature(std::string(65'500, 's'));
   serve({tree.root()});
-  EXPECT_EQ(errorOf({}), "The answer is too large for a datagram, which carries 65,507 bytes.");
+  EXPECT_THAT(errorOf({}), testing::StartsWith("The answer is too large for a datagram, which "
+                                               "carries 65,507 bytes: it takes 65,"));
 }
 
 // ---- Hostile requests ----
@@ -282,9 +293,8 @@ TEST_F(KindFiles, ReportsErrorInTimeForEndlessCycleOfLinks) {
   for (const char *name : {"1", "2", "3"}) {
     tree.link(name, ".");
   }
-  answers_.emplace(daemon_, ServedFiles{.roots = {tree.root()},
-                                        .types = {"txt"},
-                                        .longestWalk = std::chrono::milliseconds(100)});
+  serve(ServedFiles{
+      .roots = {tree.root()}, .types = {"txt"}, .longestWalk = std::chrono::milliseconds(100)});
   EXPECT_EQ(errorOf({}), "The files are too many to be listed in time.");
 }
 

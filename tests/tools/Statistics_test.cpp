@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "tools/kt/Statistics.h"
+#include "tools/common/Statistics.h"
 
 #include <gtest/gtest.h>
 

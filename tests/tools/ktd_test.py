@@ -154,8 +154,8 @@ class KtdAnswers(ProgramTest):
     def test_status_describes_server(self):
         Daemon(self, "--signature", "Hut", "--ports", "9000")
         answer = status("--signature", "Hut", "--ports", "9000")
-        self.assertEqual(sorted(answer), ["Port", "Refused", "Served", "Signature", "Uptime",
-                                          "Version"])
+        self.assertEqual(sorted(answer), ["Busy", "Kinds", "Port", "Queued", "Refused", "Served",
+                                          "Signature", "Uptime", "Version", "Working"])
         self.assertEqual([answer["Port"], answer["Signature"]], ["9000", "Hut"])
         self.assertRegex(answer["Version"], r"^\d+\.\d+\.\d+$")
 
@@ -174,7 +174,7 @@ class KtdAnswers(ProgramTest):
         self.assert_result(
             kt("send", "Fetch", "a=b"), 0,
             '{ Error = "This server has no such kind of request. '
-            'It knows: Echo, Evaluate, Files, Status."; }\n')
+            'It knows: Echo, Evaluate, Files, Kinds, Status."; }\n')
 
     def test_error_replaces_answer_that_is_too_large(self):
         Daemon(self)
@@ -183,7 +183,7 @@ class KtdAnswers(ProgramTest):
         packet = f'{{ KtUDPKeyword = Echo; a = "{text}"; }}'
         sender.sendto(envelope(packet, 1), ("127.0.0.1", 4798))
         self.assertIn(b'_DataPacket = { Error = "The answer is too large for a datagram, '
-                      b'which carries 65,507 bytes."; }', sender.recv(65536))
+                      b'which carries 65,507 bytes: it takes 120,079."; }', sender.recv(65536))
 
 
 class KtdArguments(ProgramTest):

@@ -50,7 +50,7 @@ std::int64_t shiftCount(const Integer &count) {
 }  // namespace
 
 void BudgetedArithmetic::spend(std::uint64_t steps) {
-  require(steps <= stepsLeft_, "the expression takes more work than is allowed");
+  if (steps > stepsLeft_) throw BudgetError();
   stepsLeft_ -= steps;
 }
 

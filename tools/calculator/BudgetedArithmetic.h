@@ -24,6 +24,12 @@ class ArithmeticError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// The budget does not cover an operation.
+class BudgetError : public ArithmeticError {
+ public:
+  BudgetError() : ArithmeticError("the expression takes more work than is allowed") {}
+};
+
 class BudgetedArithmetic {
  public:
   // Starts with a budget of `steps`.
@@ -48,7 +54,7 @@ class BudgetedArithmetic {
   Integer modularPower(const Integer &base, const Integer &exponent, const Integer &modulus);
 
  private:
-  // Takes `steps` from the budget. Throws ArithmeticError if fewer are left.
+  // Takes `steps` from the budget. Throws BudgetError if fewer are left.
   void spend(std::uint64_t steps);
 
   std::uint64_t stepsLeft_;

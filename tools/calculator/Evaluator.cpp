@@ -116,6 +116,7 @@ class Evaluation {
     std::size_t count_;
   };
 
+  [[nodiscard]] std::size_t columnAt(std::size_t offset) const;
   [[noreturn]] void fail(const std::string &text, std::size_t offset) const;
   [[noreturn]] void failExpecting(std::string_view what) const;
   template <typename Compute>
@@ -137,12 +138,16 @@ class Evaluation {
   std::size_t depth_ = 0;
 };
 
-void Evaluation::fail(const std::string &text, std::size_t offset) const {
+std::size_t Evaluation::columnAt(std::size_t offset) const {
   std::size_t column = 1;
   for (std::size_t position = 0; position < offset; ++column) {
     position += firstUtf8Character(expression_.substr(position)).byteCount;
   }
-  throw EvaluationError(text, column);
+  return column;
+}
+
+void Evaluation::fail(const std::string &text, std::size_t offset) const {
+  throw EvaluationError(text, columnAt(offset));
 }
 
 void Evaluation::failExpecting(std::string_view what) const {
@@ -156,6 +161,8 @@ Integer Evaluation::computeAt(const Token &token, Compute compute) const {
     return compute();
   } catch (const std::overflow_error &) {
     fail("the result takes more than 4,080 bits", token.offset);
+  } catch (const BudgetError &error) {
+    throw CostError(error.what(), columnAt(token.offset));
   } catch (const ArithmeticError &error) {
     fail(error.what(), token.offset);
   }

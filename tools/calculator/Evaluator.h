@@ -42,6 +42,12 @@ class EvaluationError : public std::runtime_error {
   std::size_t column_;
 };
 
+// Says that the expression costs more than its budget.
+class CostError : public EvaluationError {
+ public:
+  using EvaluationError::EvaluationError;
+};
+
 // Budgets for an expression, in steps (BudgetedArithmetic.h): unlimited, or what a server grants
 // to a stranger. The latter is about 5 ms on a fast 64-bit machine, enough for a power modulo a
 // number of 2,048 bits. On a 32-bit machine a step takes up to six times as long.
@@ -49,8 +55,8 @@ inline constexpr std::uint64_t unlimitedSteps = std::numeric_limits<std::uint64_
 inline constexpr std::uint64_t servedSteps = sizeof(void *) == 8 ? 5'000'000 : 1'000'000;
 
 // Returns the value of `expression`. Throws EvaluationError if it is malformed, has no result,
-// yields a number of more than 4,080 bits at any point, costs more than `steps`, or has more than
-// 64 brackets and unfinished operations at once. Uses at most about 60 kB.
+// yields a number of more than 4,080 bits at any point, or has more than 64 brackets and unfinished
+// operations at once; CostError if it costs more than `steps`. Uses at most about 60 kB.
 [[nodiscard]] Integer evaluate(std::string_view expression, std::uint64_t steps = unlimitedSteps);
 
 // Returns how many bytes of `expression` precede the character at `column`; all of them if the

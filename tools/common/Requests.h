@@ -21,6 +21,10 @@ inline constexpr const char *errorKey = "Error";
 // that token.
 inline constexpr const char *tokenKey = "Token";
 
+// Errors that are not sentences: the server has no worker for the request, or is about to end.
+inline constexpr const char *busyError = "busy";
+inline constexpr const char *stoppingError = "stopping";
+
 // Kinds, answer: a dictionary with a sentence for each kind that the server answers.
 inline constexpr const char *kindsKey = "Kinds";
 
@@ -48,13 +52,21 @@ inline constexpr const char *totalKey = "Total";
 inline constexpr const char *nextKey = "Next";
 
 // Status, answer: the toolkit's version, the seconds since the server started, the numbers of
-// earlier datagrams answered and not answered, and the server's signature and port.
+// earlier datagrams answered and not answered, the numbers of requests in work, in the queue and
+// refused as busy, and the server's signature and port. `Kinds` has a dictionary for each kind that
+// was asked: the number of its requests and their durations in microseconds.
 inline constexpr const char *versionKey = "Version";
 inline constexpr const char *uptimeKey = "Uptime";
 inline constexpr const char *servedKey = "Served";
 inline constexpr const char *refusedKey = "Refused";
+inline constexpr const char *workingKey = "Working";
+inline constexpr const char *queuedKey = "Queued";
+inline constexpr const char *busyKey = "Busy";
 inline constexpr const char *servedSignatureKey = "Signature";
 inline constexpr const char *servedPortKey = "Port";
+inline constexpr const char *requestsKey = "Requests";
+inline constexpr const char *medianKey = "MedianUs";
+inline constexpr const char *p99Key = "P99Us";
 
 }  // namespace kt::tools
 

@@ -6,7 +6,7 @@
 
 #include "kt/foundation/Format.h"
 #include "tools/common/Json.h"
-#include "tools/kt/Statistics.h"
+#include "tools/common/Statistics.h"
 
 namespace kt::tools {
 

@@ -2,20 +2,32 @@
 
 #include "tools/ktd/Host.h"
 
+#include <poll.h>
+
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <chrono>
+#include <csignal>
 #include <cstring>
 #include <exception>
 #include <optional>
 #include <string>
+#include <system_error>
+#include <utility>
 
+#include "kt/diagnostics/KtDebug.h"
 #include "kt/foundation/Format.h"
 #include "kt/udp/KtUDPDaemon.h"
 #include "tools/common/Addresses.h"
 #include "tools/common/DirectedClient.h"
 #include "tools/common/Failure.h"
 #include "tools/common/Output.h"
-#include "tools/common/Paths.h"
-#include "tools/ktd/Answers.h"
+#include "tools/ktd/ConfigurationSource.h"
+#include "tools/ktd/Dispatcher.h"
+#include "tools/ktd/RunHandler.h"
+#include "tools/ktd/ServiceManager.h"
+#include "tools/ktd/SignalQueue.h"
 #include "tools/text/Escape.h"
 
 namespace kt::tools {
@@ -61,40 +73,134 @@ Failure registrationFailure(const Configuration &configuration) {
                  "\nStop what holds them, or give other ports with --ports.");
 }
 
-// Reports a mistake in a path when the server starts, rather than serving an empty list.
-void checkFiles(const ServedFiles &files) {
-  for (const std::string &root : files.roots) {
-    if (const std::optional<std::string> reason = whyNotListed(root)) {
-      throw Failure("the files of " + inQuotes(root) + " can't be served: " + *reason);
-    }
-  }
-}
-
-void registerServer(KtUDPDaemon &daemon, const Configuration &configuration) {
+void configure(KtUDPDaemon &daemon, const Configuration &configuration) {
   UniquenessProbe::broadcast = configuration.broadcast;
   daemon.setCounterpartClass<UniquenessProbe>();
   daemon.setMustBeUnique(configuration.unique);
   daemon.setSignature(configuration.signature);
   daemon.setPorts(configuration.ports);
-  if (!daemon.registerPort()) throw registrationFailure(configuration);
 }
+
+// ---- Serving ----
+
+// Waits for datagrams and signals, and for the time to look after the rest.
+class Loop {
+ public:
+  Loop(KtUDPDaemon &daemon, Dispatcher &dispatcher, SignalQueue &signals,
+       Configuration configuration, const Reload &reload, ErrorLog &errors)
+      : daemon_(daemon),
+        dispatcher_(dispatcher),
+        signals_(signals),
+        configuration_(std::move(configuration)),
+        reload_(reload),
+        errors_(errors) {}
+
+  // Returns when the server has stopped.
+  void run() {
+    manager_.ready();
+    while (!hasStopped()) {
+      wait();
+      serveDatagrams();
+      obeySignals();
+      lookAround();
+    }
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  static constexpr std::chrono::milliseconds usualPause{1000};
+  static constexpr std::chrono::milliseconds pauseWhileStopping{10};
+  static constexpr std::chrono::milliseconds patience{2000};
+
+  [[nodiscard]] bool hasStopped() const {
+    return end_ && (dispatcher_.isIdle() || Clock::now() >= *end_);
+  }
+
+  void wait() {
+    using std::chrono::milliseconds;
+    const auto sign = manager_.watchdogInterval();
+    milliseconds pause = end_ ? pauseWhileStopping : usualPause;
+    if (sign) pause = std::min(pause, std::chrono::duration_cast<milliseconds>(*sign));
+    std::array<pollfd, 2> watched{pollfd{daemon_.socketIn(), POLLIN, 0},
+                                  pollfd{signals_.descriptor(), POLLIN, 0}};
+    // Whatever ended the wait, what is there is looked at.
+    (void)::poll(watched.data(), watched.size(), static_cast<int>(pause.count()));
+  }
+
+  // Serves some datagrams; the others that have arrived end the next wait at once.
+  void serveDatagrams() {
+    try {
+      daemon_.processPending();
+    } catch (const std::exception &error) {
+      errors_.report(std::string("a request failed: ") + error.what());
+    }
+  }
+
+  void obeySignals() {
+    while (const std::optional<int> signal = signals_.next()) {
+      if (*signal == SIGHUP && reload_) {
+        readConfigurationAgain();
+      } else {
+        stop();
+      }
+    }
+  }
+
+  void readConfigurationAgain() {
+    manager_.reloading();
+    try {
+      Configuration next = reload_();
+      if (const auto reason = whyNotReloaded(configuration_, next)) throw Failure(*reason);
+      dispatcher_.setService(next.service);
+      configuration_ = std::move(next);
+      errors_.report("the configuration was read again");
+    } catch (const std::exception &error) {
+      errors_.report(std::string("the configuration stays as it was: ") + error.what());
+    }
+    manager_.ready();
+  }
+
+  void stop() {
+    manager_.stopping();
+    dispatcher_.stop();
+    end_ = end_ ? Clock::now() : Clock::now() + patience;  // a second signal ends the patience
+  }
+
+  void lookAround() {
+    manager_.keepAlive();
+    const Clock::time_point now = Clock::now();
+    if (now < nextLook_) return;
+    nextLook_ = now + usualPause;
+    errors_.reportLeftOut(now);
+    reapStrays();
+  }
+
+  KtUDPDaemon &daemon_;
+  Dispatcher &dispatcher_;
+  SignalQueue &signals_;
+  Configuration configuration_;
+  const Reload &reload_;
+  ErrorLog &errors_;
+  ServiceManager manager_;
+  Clock::time_point nextLook_;            // when errors and children are looked after again
+  std::optional<Clock::time_point> end_;  // when a stopping server ends at the latest
+};
 
 }  // namespace
 
-void serve(const Configuration &configuration, ErrorLog &errors) {
-  checkFiles(configuration.service.files);
+void serve(Configuration configuration, const Reload &reload, ErrorLog &errors) {
+  SignalQueue signals{SIGTERM, SIGINT, SIGHUP};
+  becomeSubreaper();
   KtUDPDaemon daemon;
-  Answers answers(daemon, configuration.service.files);
-  daemon.setDelegate(&answers);
-  registerServer(daemon, configuration);
+  configure(daemon, configuration);
+  Dispatcher dispatcher(daemon, configuration.service, configuration.workers, errors);
+  daemon.setDelegate(&dispatcher);
+  if (!daemon.registerPort()) throw registrationFailure(configuration);
+  if (signals.next()) return;  // one that came while it looked for other servers
   printLine(kt::format("ktd: serving %s on port %d", inQuotes(daemon.signature()), daemon.port()));
-  for (;;) {
-    try {
-      daemon.processQueries();
-    } catch (const std::exception &error) {
-      errors.report(std::string("a request failed: ") + error.what());
-    }
-  }
+  KtDebug("Registered and waiting.");
+  Loop(daemon, dispatcher, signals, std::move(configuration), reload, errors).run();
 }
 
 }  // namespace kt::tools

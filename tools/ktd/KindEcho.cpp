@@ -4,8 +4,8 @@
 
 namespace kt::tools {
 
-// Returns the request. Answers removes the keyword, as from every answer.
-Dictionary answerEcho(const Dictionary &request, const ServerState &) {
+// Returns the request. Dispatcher removes the keyword, as from every answer.
+AnswerAtOnce answerEcho(const Dictionary &request, const ServerState &) {
   return request;
 }
 

@@ -73,13 +73,13 @@ std::vector<std::string> typesFor(const Dictionary &request,
 // count, at the datagram's size or at the end of its root.
 class Page {
  public:
-  Page(const Dictionary &request, const ServerState &server)
-      : server_(server),
+  Page(const Dictionary &request, const WorkState &work)
+      : work_(work),
         offset_(numberIn(request, offsetKey, 0)),
         count_(numberIn(request, countKey, largestNumber)),
-        root_(&server.files.roots.front()),
+        root_(&work.service.files.roots.front()),
         rootOfFiles_(root_),
-        deadline_(Clock::now() + server.files.longestWalk) {}
+        deadline_(Clock::now() + work.service.files.longestWalk) {}
 
   // Begins the walk of `root`: the files found from here on are below it.
   void begin(const std::string &root) {
@@ -95,6 +95,7 @@ class Page {
 
   // A cycle of links may never end.
   bool wantsAbort() {
+    if (work_.stop.stop_requested()) throw Stopped();
     if (Clock::now() < deadline_) return false;
     throw BadRequest("The files are too many to be listed in time.");
   }
@@ -115,7 +116,7 @@ class Page {
     if (files_.empty()) beginFiles();
     PropertyList value = pathValue(name);
     const std::size_t size = value.description().size() + std::string_view(", ").size();
-    // The first file is always added; if it alone is too large, Answers replaces the answer.
+    // The first file is always added; if it alone is too large, Dispatcher replaces the answer.
     const bool fits = files_.empty() || size <= room_;
     full_ = files_.size() == count_ || rootOfFiles_ != root_ || !fits;
     if (full_) return;
@@ -127,10 +128,10 @@ class Page {
     rootOfFiles_ = root_;
     Dictionary rest = answerWith({}, *root_, largestNumber);
     rest[nextKey] = largestNumber;
-    room_ = largestDatagram - std::min(largestDatagram, replySize(server_.daemon, rest));
+    room_ = largestDatagram - std::min(largestDatagram, replySize(work_.signature, rest));
   }
 
-  const ServerState &server_;
+  const WorkState &work_;
   const std::size_t offset_;          // files to skip
   const std::size_t count_;           // the most files to add
   const std::string *root_;           // of the tree that is walked
@@ -143,13 +144,14 @@ class Page {
   bool full_ = false;                 // whether no more may be added
 };
 
-Dictionary pageFor(const Dictionary &request, const ServerState &server) {
-  if (server.files.roots.empty()) throw BadRequest("This server serves no files.");
-  Page page(request, server);
+Dictionary pageFor(const Dictionary &request, const WorkState &work) {
+  const ServedFiles &served = work.service.files;
+  if (served.roots.empty()) throw BadRequest("This server serves no files.");
+  Page page(request, work);
   _KtWalker walker;
-  walker.setFileTypes(typesFor(request, server.files.types));
+  walker.setFileTypes(typesFor(request, served.types));
   walker.setDelegate(&page);
-  for (const std::string &root : server.files.roots) {
+  for (const std::string &root : served.roots) {
     page.begin(root);
     walker.walkTree(root);
   }
@@ -161,9 +163,9 @@ Dictionary pageFor(const Dictionary &request, const ServerState &server) {
 // Returns a page of the files below the server's roots. No entry of a request is ever a path. Each
 // request walks the trees again: nothing is kept between requests, however many files or clients
 // there are.
-Dictionary answerFiles(const Dictionary &request, const ServerState &server) {
+Dictionary answerFiles(const Dictionary &request, const WorkState &work) {
   try {
-    return pageFor(request, server);
+    return pageFor(request, work);
   } catch (const BadRequest &problem) {
     return {{errorKey, problem.what()}};
   }

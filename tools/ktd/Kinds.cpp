@@ -11,25 +11,20 @@ namespace kt::tools {
 namespace {
 
 constexpr std::array kinds{
-    Kind{echoKind, "the request's other keys", answerEcho},
-    Kind{evaluateKind, "the value of an arithmetic expression", answerEvaluate},
-    Kind{filesKind, "the names of files below --files, page by page", answerFiles},
-    Kind{statusKind, "the state of the server", answerStatus},
+    Kind{echoKind, "Returns the request's other entries.", answerEcho, nullptr, false},
+    Kind{evaluateKind, "Computes the value of an arithmetic expression.", answerEvaluate,
+         answerEvaluateInTime, false},
+    Kind{filesKind, "Returns the names of files below --files, page by page.", nullptr, answerFiles,
+         true},
+    Kind{kindsKind, "Returns the kinds of requests that the server answers.", answerKinds, nullptr,
+         false},
+    Kind{statusKind, "Returns the state of the server.", answerStatus, nullptr, false},
 };
 
 }  // namespace
 
 std::span<const Kind> allKinds() {
   return kinds;
-}
-
-std::string kindNames() {
-  std::string names;
-  for (const Kind &kind : kinds) {
-    if (!names.empty()) names += ", ";
-    names += kind.name;
-  }
-  return names;
 }
 
 }  // namespace kt::tools

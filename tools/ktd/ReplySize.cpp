@@ -8,10 +8,10 @@
 
 namespace kt::tools {
 
-std::size_t replySize(const KtUDPDaemon &daemon, const Dictionary &answer) {
+std::size_t replySize(const std::string &signature, const Dictionary &answer) {
   // The answer to this handshake value is the smallest integer, which has the longest text.
   constexpr std::int32_t handshake = std::numeric_limits<std::int32_t>::max();
-  const Dictionary envelope = replyEnvelope(daemon.signature(), handshake, answer);
+  const Dictionary envelope = replyEnvelope(signature, handshake, answer);
   return datagramBytes(envelope.description()).size();
 }
 

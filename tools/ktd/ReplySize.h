@@ -5,15 +5,15 @@
 #define KT_TOOLS_KTD_REPLYSIZE_H
 
 #include <cstddef>
+#include <string>
 
 #include "kt/foundation/PropertyList.h"
-#include "kt/udp/KtUDPDaemon.h"
 
 namespace kt::tools {
 
-// Returns the most bytes that `answer` takes as a datagram of `daemon`, whatever the handshake of
-// the request.
-[[nodiscard]] std::size_t replySize(const KtUDPDaemon &daemon, const Dictionary &answer);
+// Returns the most bytes that `answer` takes as a datagram of a server with this signature,
+// whatever the handshake of the request.
+[[nodiscard]] std::size_t replySize(const std::string &signature, const Dictionary &answer);
 
 }  // namespace kt::tools
 

@@ -2,13 +2,9 @@
 
 // ktd: a host for KtUDPDaemon. A second thread serves; the main thread waits for the signals that
 // end the process.
-#include <pthread.h>
-
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <thread>
 
 #include "kt/diagnostics/KtDebug.h"
 #include "tools/common/EscapedLog.h"
@@ -62,31 +58,7 @@ std::optional<int> parseOptions(Configuration &options, int argc, const char *co
   return line.parse(argc, argv);
 }
 
-// ---- Serving until a signal ----
-
-void serveOrExit(const Configuration &options, ErrorLog &errors) {
-  try {
-    serve(options, errors);
-  } catch (const std::exception &error) {
-    std::fprintf(stderr, "ktd: %s\n", error.what());
-    std::_Exit(exitFailed);  // at once: the main thread is waiting
-  }
-}
-
-sigset_t endingSignals() {
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGTERM);
-  sigaddset(&signals, SIGINT);
-  return signals;
-}
-
-void waitForEnd(const sigset_t &signals, ErrorLog &errors) {
-  constexpr timespec second{1, 0};
-  while (::sigtimedwait(&signals, nullptr, &second) < 0) {
-    errors.reportLeftOut();
-  }
-}
+// ---- Running ----
 
 int run(int argc, const char *const *argv) {
   Configuration options;
@@ -95,13 +67,14 @@ int run(int argc, const char *const *argv) {
   escapeLogOnTerminal();
   std::signal(SIGPIPE, SIG_IGN);  // a closed output appears as a failed write
 
-  // Blocked before the second thread starts, the signals reach sigtimedwait and nothing else.
-  const sigset_t signals = endingSignals();
-  ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   ErrorLog errors;
-  std::thread([&options, &errors] { serveOrExit(options, errors); }).detach();
-  waitForEnd(signals, errors);
-  std::_Exit(exitDone);  // at once: the serving thread still uses everything
+  try {
+    serve(options, {}, errors);
+    return exitDone;
+  } catch (const std::exception &error) {
+    std::fprintf(stderr, "ktd: %s\n", error.what());
+    return exitFailed;
+  }
 }
 
 }  // namespace

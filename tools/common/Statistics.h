@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 
-// The figures at the end of a ping. A function without state.
-#ifndef KT_TOOLS_KT_STATISTICS_H
-#define KT_TOOLS_KT_STATISTICS_H
+// Sums up a set of durations. A function without state.
+#ifndef KT_TOOLS_COMMON_STATISTICS_H
+#define KT_TOOLS_COMMON_STATISTICS_H
 
 #include <vector>
 
 namespace kt::tools {
 
-// Figures over a set of round trips, in milliseconds.
+// In the unit of the durations.
 struct Statistics {
   double min;
   double median;  // the mean of the two in the middle if their number is even
@@ -16,8 +16,8 @@ struct Statistics {
   double max;
 };
 
-// Requires: !roundTripsMs.empty().
-[[nodiscard]] Statistics statisticsOf(std::vector<double> roundTripsMs);
+// Requires: !durations.empty().
+[[nodiscard]] Statistics statisticsOf(std::vector<double> durations);
 
 }  // namespace kt::tools
 
