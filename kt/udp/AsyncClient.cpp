@@ -83,6 +83,7 @@ void AsyncClient::request(const Dictionary &packet, Completion completion, Accep
   const std::int32_t handshake = freshHandshake();
   std::string text = requestEnvelope(signature_, handshake, packet).description();
   if (!knowsServer_ || datagramBytes(text).size() > largestDatagram) {
+    overdueSince_ = Clock::now();
     unsendable_.push_back(std::move(completion));
     return;
   }
@@ -116,13 +117,14 @@ void AsyncClient::send(std::int32_t handshake, Request &request) {
 // ---- Processing ----
 
 std::optional<AsyncClient::Clock::time_point> AsyncClient::deadline() const {
-  if (isInterrupted_ || !unsendable_.empty()) return Clock::now();
+  if (isInterrupted_ || !unsendable_.empty()) return overdueSince_;
   if (deadlines_.empty()) return std::nullopt;
   return deadlines_.begin()->first;
 }
 
 void AsyncClient::process() {
-  isInterrupted_ = true;  // if a completion throws
+  isInterrupted_ = true;  // in case a completion throws
+  overdueSince_ = Clock::now();
   completeUnsendable();
   receive();
   expire();
