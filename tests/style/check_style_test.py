@@ -71,6 +71,10 @@ class CheckStyle(unittest.TestCase):
         self.write("docs/page.md", "| " + "x" * 150 + " |\n")
         self.assertEqual(self.run_check()[0], 0)
 
+    def test_accepts_long_printed_answer(self):
+        self.write("docs/page.md", "{ a = " + "x" * 150 + "; }\n")
+        self.assertEqual(self.run_check()[0], 0)
+
     def test_finds_leftover_marker(self):
         self.write("docs/page.md", "Something.\nTO" "DO more\n")
         self.assert_violation("docs/page.md:2", "leftover marker")
