@@ -114,8 +114,7 @@ void measure(const char *name, kt::AsyncClient &client, std::size_t count) {
   std::printf("%-28s %10.3f %10.3f %10.3f\n", name, ms.median, ms.p99, ms.max);
 }
 
-void measureBeside(const char *name, const char *kind, kt::AsyncClient &client,
-                   std::size_t count) {
+void measureBeside(const char *name, const char *kind, kt::AsyncClient &client, std::size_t count) {
   std::vector<Child> load;
   for (int number = 0; number < 8; ++number) {
     load.emplace_back([kind] { askForEver(kind); });
@@ -125,9 +124,16 @@ void measureBeside(const char *name, const char *kind, kt::AsyncClient &client,
 }
 
 void serve() {
-  const std::array arguments{"ktd",     "--ports", port,       "--files",
-                             "/usr",    "--handle", "Count=/usr/bin/wc -c /usr/bin/cmake",
-                             "--workers", "8",     static_cast<const char *>(nullptr)};
+  const std::array arguments{"ktd",
+                             "--ports",
+                             port,
+                             "--files",
+                             "/usr",
+                             "--handle",
+                             "Count=/usr/bin/wc -c /usr/bin/cmake",
+                             "--workers",
+                             "8",
+                             static_cast<const char *>(nullptr)};
   ::execv(KTD, const_cast<char *const *>(arguments.data()));
 }
 
