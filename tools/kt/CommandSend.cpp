@@ -33,8 +33,8 @@ class Send : public Command {
     line.addArgument("KEYWORD", keyword_, "The kind of the request");
     line.addArguments("KEY=VALUE", entries_, false, "Its other entries");
     line.addOption<readSeconds>({"--wait", "SECONDS",
-                                 "Send the request again and again until it is answered,\n"
-                                 "for so long; for requests that take long"},
+                                 "Send the request again and again for this time, until it\n"
+                                 "is answered; for requests that take long"},
                                 wait_, "a number of seconds from 0 to 86400");
     line.setFooter(help);
   }
@@ -52,8 +52,8 @@ class Send : public Command {
 
  private:
   std::string keyword_;
-  std::vector<std::string> entries_;  // KEY=VALUE
-  std::optional<std::chrono::duration<double>> wait_;
+  std::vector<std::string> entries_;                   // KEY=VALUE
+  std::optional<std::chrono::duration<double>> wait_;  // how long to resend; nothing: --retries
 };
 
 }  // namespace
