@@ -8,16 +8,25 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
+#include "tools/common/Arguments.h"
 #include "tools/common/CommandLine.h"
 #include "tools/common/Failure.h"
 #include "tools/common/ServerOptions.h"
 
 namespace kt::tools {
 
-// The options that several subcommands share. Those of ServerOptions, the timeout and the retries
-// are offered by the subcommands that use a server.
+// The options that several subcommands share. Those of ServerOptions and all up to the retries are
+// offered by the subcommands that use a server.
 struct Options : ServerOptions {
+  // The host to ask; nothing means a broadcast. If it has a port, `ports` holds that port only.
+  std::optional<HostAndPort> server;
+
+  // Where to look for servers, network byte order: on every network if empty, at the usual address
+  // if nothing. Not together with `server`.
+  std::optional<std::vector<std::uint32_t>> broadcast;
+
   std::optional<std::int32_t> timeoutMs;  // the base of all waits; nothing: 100 ms
   std::optional<std::int32_t> retries;    // sends after the first one; nothing: 3
   bool debug = false;                     // whether the debug log is on
@@ -48,6 +57,7 @@ class Command {
 [[nodiscard]] Command &evalCommand();
 [[nodiscard]] Command &filesCommand();
 [[nodiscard]] Command &helloCommand();
+[[nodiscard]] Command &kindsCommand();
 [[nodiscard]] Command &parseCommand();
 [[nodiscard]] Command &pingCommand();
 [[nodiscard]] Command &sendCommand();
