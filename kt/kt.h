@@ -14,6 +14,7 @@
 #include "kt/foundation/PropertyList.h"
 #include "kt/foundation/UserDefaults.h"
 #include "kt/foundation/Utf8.h"
+#include "kt/udp/AsyncClient.h"
 #include "kt/udp/Interfaces.h"
 #include "kt/udp/KtMessage.h"
 #include "kt/udp/KtUDPClient.h"

@@ -120,7 +120,11 @@ bool isDiscovery(const Dictionary &packet) {
 // ---- Acceptance by a client ----
 
 bool isReplyTo(const Dictionary &message, const Dictionary &reply, const std::string &signature) {
-  if (handshakeOf(reply) != handshakeAnswer(handshakeOf(message))) return false;
+  return isReplyTo(handshakeOf(message), reply, signature);
+}
+
+bool isReplyTo(std::int32_t handshake, const Dictionary &reply, const std::string &signature) {
+  if (handshakeOf(reply) != handshakeAnswer(handshake)) return false;
   return holdsString(reply, signatureKey, signature);
 }
 

@@ -115,6 +115,10 @@ inline constexpr std::string_view helloKeyword = "HelloKtUDP";
 [[nodiscard]] bool isReplyTo(const Dictionary &message, const Dictionary &reply,
                              const std::string &signature);
 
+// The same for a message with the handshake value `handshake`.
+[[nodiscard]] bool isReplyTo(std::int32_t handshake, const Dictionary &reply,
+                             const std::string &signature);
+
 // The contents of a server identification packet.
 struct ServerId {
   std::string name;       // the host name that the server reports

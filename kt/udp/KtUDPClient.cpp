@@ -2,9 +2,7 @@
 
 #include "kt/udp/KtUDPClient.h"
 
-#include <algorithm>
 #include <chrono>
-#include <limits>
 #include <string_view>
 #include <utility>
 
@@ -12,6 +10,7 @@
 #include "kt/udp/HostLookup.h"
 #include "kt/udp/KtMessage.h"
 #include "kt/udp/ReadSet.h"
+#include "kt/udp/RetryWaits.h"
 
 namespace {
 
@@ -25,13 +24,6 @@ constexpr std::uint32_t initialInet = 0x7f000001;
 
 constexpr std::int32_t discoveryWaitMs = 50;
 constexpr int discoveryPasses = 2;
-
-// Returns twice the wait, saturated.
-std::int32_t doubled(std::int32_t waitMs) {
-  using Limits = std::numeric_limits<std::int32_t>;
-  return static_cast<std::int32_t>(
-      std::clamp<std::int64_t>(std::int64_t{waitMs} * 2, Limits::min(), Limits::max()));
-}
 
 }  // namespace
 
@@ -96,9 +88,9 @@ bool KtUDPClient::serverIPFromHostname(const std::string &name) {
 }
 
 void KtUDPClient::setRcvTimeout(std::int32_t milliseconds) {
+  if (milliseconds == 0) milliseconds = kt::udp::waitInsteadOfZeroMs;
   timeValue_.tv_sec = milliseconds / 1000;
   timeValue_.tv_usec = milliseconds % 1000 * 1000;
-  if (timeValue_.tv_sec == 0 && timeValue_.tv_usec == 0) timeValue_.tv_usec = 100'000;
 }
 
 // ---- Acceptance ----
@@ -165,7 +157,7 @@ std::optional<kt::Dictionary> KtUDPClient::replyForMessage(const kt::Dictionary 
     setRcvTimeout(waitMs);
     sendMessage(message);
     if (std::optional<kt::Dictionary> reply = validateReplyForMessage(message)) return reply;
-    waitMs = doubled(waitMs);
+    waitMs = kt::udp::doubled(waitMs);
   }
   return std::nullopt;
 }
