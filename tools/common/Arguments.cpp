@@ -26,6 +26,36 @@ std::optional<Number> readNumber(std::string_view text, Number lowest, Number hi
 
 constexpr std::int32_t largestNumber = std::numeric_limits<std::int32_t>::max();
 
+// Reads with `read` each of the texts that commas separate.
+template <typename Value>
+std::optional<std::vector<Value>> readList(std::string_view text,
+                                           std::optional<Value> (*read)(std::string_view text)) {
+  std::vector<Value> values;
+  for (bool more = true; more;) {
+    const std::size_t comma = text.find(',');
+    const std::optional<Value> value = read(text.substr(0, comma));
+    if (!value) return std::nullopt;
+    values.push_back(*value);
+    more = comma != std::string_view::npos;
+    if (more) text.remove_prefix(comma + 1);
+  }
+  return values;
+}
+
+std::optional<std::int32_t> readPort(std::string_view text) {
+  return readNumber(text, std::int32_t{1}, std::int32_t{65535});
+}
+
+// Reads a dotted address into network byte order.
+std::optional<std::uint32_t> readDotted(std::string_view text) {
+  in_addr address{};
+  const std::string whole(text);
+  if (whole.find('\0') != std::string::npos || ::inet_pton(AF_INET, whole.c_str(), &address) != 1) {
+    return std::nullopt;
+  }
+  return address.s_addr;
+}
+
 }  // namespace
 
 std::optional<std::int32_t> readPositive(std::string_view text) {
@@ -48,16 +78,7 @@ std::optional<std::chrono::duration<double>> readSeconds(std::string_view text) 
 }
 
 std::optional<std::vector<std::int32_t>> readPorts(std::string_view text) {
-  std::vector<std::int32_t> ports;
-  for (bool more = true; more;) {
-    const std::size_t comma = text.find(',');
-    const auto port = readNumber(text.substr(0, comma), std::int32_t{1}, std::int32_t{65535});
-    if (!port) return std::nullopt;
-    ports.push_back(*port);
-    more = comma != std::string_view::npos;
-    if (more) text.remove_prefix(comma + 1);
-  }
-  return ports;
+  return readList(text, readPort);
 }
 
 std::optional<std::int32_t> readInteger(const PropertyList &value, std::int32_t lowest,
@@ -70,12 +91,24 @@ std::optional<std::int32_t> readInteger(const PropertyList &value, std::int32_t 
 }
 
 std::optional<std::string> readAddress(std::string_view text) {
-  in_addr address{};
-  std::string whole(text);
-  if (whole.find('\0') != std::string::npos || ::inet_pton(AF_INET, whole.c_str(), &address) != 1) {
-    return std::nullopt;
-  }
-  return whole;
+  if (!readDotted(text)) return std::nullopt;
+  return std::string(text);
+}
+
+std::optional<std::vector<std::uint32_t>> readAddresses(std::string_view text) {
+  if (text == "all") return std::vector<std::uint32_t>();
+  return readList(text, readDotted);
+}
+
+std::optional<HostAndPort> readHostAndPort(std::string_view text) {
+  const std::size_t colon = text.find(':');
+  const bool hasPort = colon != std::string_view::npos && colon == text.rfind(':');
+  const std::string_view host = hasPort ? text.substr(0, colon) : text;
+  if (host.empty()) return std::nullopt;
+  if (!hasPort) return HostAndPort{std::string(host), std::nullopt};
+  const std::optional<std::int32_t> port = readPort(text.substr(colon + 1));
+  if (!port) return std::nullopt;
+  return HostAndPort{std::string(host), port};
 }
 
 }  // namespace kt::tools

@@ -41,6 +41,20 @@ namespace kt::tools {
 // Returns the text itself if it is a dotted IPv4 address: "192.168.1.255"
 [[nodiscard]] std::optional<std::string> readAddress(std::string_view text);
 
+// Reads where to look for servers: one or more dotted IPv4 addresses separated by commas, as
+// addresses in network byte order, or "all", as no address: "10.0.0.255,10.0.1.255"
+[[nodiscard]] std::optional<std::vector<std::uint32_t>> readAddresses(std::string_view text);
+
+// A host and, if it is given, the port of its server.
+struct HostAndPort {
+  std::string host;  // a name or an address, not empty
+  std::optional<std::int32_t> port;
+};
+
+// Reads a host, or a host and a port, 1 <= port <= 65535: "hut", "192.168.1.9:4711". A text with
+// several colons is a host: an IPv6 address, about which the look-up has the last word.
+[[nodiscard]] std::optional<HostAndPort> readHostAndPort(std::string_view text);
+
 }  // namespace kt::tools
 
 #endif

@@ -7,15 +7,13 @@
 
 namespace kt::tools {
 
-void addServerOptions(CommandLine &line, ServerOptions &options, const char *broadcastHelp) {
+void addServerOptions(CommandLine &line, ServerOptions &options) {
   line.addText({"--signature", "TEXT", "The server's signature (default: \"KtUDP\")"},
                options.signature);
   line.addOption<readPorts>(
       {"--ports", "N,N,...",
        "The server's ports, in order\n(default: " + portList(options.ports) + ")"},
       options.ports, "a list of ports from 1 to 65535 with commas between them");
-  line.addOption<readAddress>({"--broadcast", "ADDRESS", broadcastHelp}, options.broadcast,
-                              "an IPv4 address such as 192.168.1.255");
 }
 
 void addDebugFlag(CommandLine &line, bool &debug) {

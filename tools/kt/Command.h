@@ -8,21 +8,27 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
+#include "tools/common/Arguments.h"
 #include "tools/common/CommandLine.h"
 #include "tools/common/Failure.h"
 #include "tools/common/ServerOptions.h"
 
 namespace kt::tools {
 
-// The options that several subcommands share. Those of ServerOptions, the timeout and the retries
-// are offered by the subcommands that use a server.
+// The options that several subcommands share. Those of ServerOptions and all up to the retries are
+// offered by the subcommands that use a server.
 struct Options : ServerOptions {
-  std::optional<std::int32_t> timeoutMs;  // the base of all waits; nothing: 100 ms
-  std::optional<std::int32_t> retries;    // sends after the first one; nothing: 3
-  bool debug = false;                     // whether the debug log is on
-  bool json = false;                      // results as JSON, one line each
-  bool quiet = false;                     // no results, only errors
+  std::optional<HostAndPort> server;  // where the server is. Its port, if any, is the only one of
+                                      // `ports`. Excludes `broadcast`.
+  std::optional<std::vector<std::uint32_t>> broadcast;  // where to look, network byte order; empty:
+                                                        // on every network; nothing: as usual
+  std::optional<std::int32_t> timeoutMs;                // the base of all waits; nothing: 100 ms
+  std::optional<std::int32_t> retries;                  // sends after the first one; nothing: 3
+  bool debug = false;                                   // whether the debug log is on
+  bool json = false;                                    // results as JSON, one line each
+  bool quiet = false;                                   // no results, only errors
 };
 
 inline constexpr std::int32_t usualTimeoutMs = 100;
@@ -48,6 +54,7 @@ class Command {
 [[nodiscard]] Command &evalCommand();
 [[nodiscard]] Command &filesCommand();
 [[nodiscard]] Command &helloCommand();
+[[nodiscard]] Command &kindsCommand();
 [[nodiscard]] Command &parseCommand();
 [[nodiscard]] Command &pingCommand();
 [[nodiscard]] Command &sendCommand();

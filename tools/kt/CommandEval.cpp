@@ -2,7 +2,6 @@
 
 // kt eval: lets a server compute.
 #include "kt/udp/KtMessage.h"
-#include "tools/common/DirectedClient.h"
 #include "tools/common/Requests.h"
 #include "tools/kt/Connection.h"
 #include "tools/kt/ExpressionArguments.h"
@@ -47,9 +46,8 @@ class Eval : public Command {
     if (!expression) throw Misuse("EXPRESSION is required");
     const Dictionary request = requestFor(*expression);
     requireDatagram(options.signature, request);
-    DirectedClient client(options.broadcast);
-    connect(client, options);
-    printValue(valueOf(answerOf(client, request), *expression), options);
+    Connection connection(options);
+    printValue(valueOf(connection.answerTo(request), *expression), options);
     return exitDone;
   }
 

@@ -6,14 +6,12 @@
 #include <csignal>
 #include <cstdio>
 
-#include "tools/common/DirectedClient.h"
+#include "tools/common/Json.h"
 #include "tools/common/Paths.h"
 #include "tools/common/Requests.h"
 #include "tools/kt/Connection.h"
-#include "tools/common/Json.h"
 #include "tools/kt/Request.h"
 #include "tools/kt/Results.h"
-#include "tools/text/Escape.h"
 
 namespace kt::tools {
 
@@ -59,9 +57,7 @@ std::string pathIn(const PropertyList &value) {
 }
 
 Page pageOf(const Dictionary &answer, std::int32_t offset) {
-  if (const PropertyList *error = answer.find(errorKey)) {
-    throw Failure("the server answers with an error: " + escaped(pathIn(*error)));
-  }
+  requireNoError(answer);
   Page page;
   page.root = pathIn(valueIn(answer, rootKey));
   page.total = valueIn(answer, totalKey).intValue();
@@ -113,21 +109,20 @@ class Files : public Command {
   int run(const Options &options) override {
     PathResults results(options, endsWithNul_);
     std::signal(SIGPIPE, SIG_DFL);  // a reader that has seen enough ends the command silently
-    DirectedClient client(options.broadcast);
-    connect(client, options);
-    if (!options.timeoutMs) client.setBaseReplyTimeout(pageTimeoutMs);
-    if (!options.retries) client.setNumberOfRetries(pageRetries);
-    fetchAll(client, options, results);
+    Connection connection(options);
+    if (!options.timeoutMs) connection.client().setBaseReplyTimeout(pageTimeoutMs);
+    if (!options.retries) connection.client().setNumberOfRetries(pageRetries);
+    fetchAll(connection, options, results);
     return exitDone;
   }
 
  private:
-  void fetchAll(KtUDPClient &client, const Options &options, PathResults &results) const {
+  void fetchAll(Connection &connection, const Options &options, PathResults &results) const {
     const Progress progress(!options.quiet);
     std::int32_t total = 0;
     bool changed = false;
     for (std::optional<std::int32_t> offset = 0; offset;) {
-      const Page page = fetch(client, options, *offset);
+      const Page page = fetch(connection, options, *offset);
       progress.clear();
       print(page, results);
       changed = changed || (*offset > 0 && page.total != total);
@@ -146,10 +141,11 @@ class Files : public Command {
     }
   }
 
-  [[nodiscard]] Page fetch(KtUDPClient &client, const Options &options, std::int32_t offset) const {
+  [[nodiscard]] Page fetch(Connection &connection, const Options &options,
+                           std::int32_t offset) const {
     const Dictionary request = requestFor(offset);
     requireDatagram(options.signature, request);
-    return pageOf(answerOf(client, request), offset);
+    return pageOf(connection.answerTo(request), offset);
   }
 
   [[nodiscard]] Dictionary requestFor(std::int32_t offset) const {

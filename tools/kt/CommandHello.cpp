@@ -3,7 +3,6 @@
 // kt hello: finds one server, or every server.
 #include "kt/udp/HostLookup.h"
 #include "kt/udp/KtMessage.h"
-#include "tools/common/DirectedClient.h"
 #include "tools/kt/Connection.h"
 #include "tools/kt/EveryServer.h"
 #include "tools/kt/Results.h"
@@ -16,42 +15,36 @@ constexpr const char *help = R"(
 Prints a server's name, address, port, signature and round trip. If the port or the name that
 it announces differs from the source of its answer, prints that too. As JSON: name, address,
 port, signature, roundTripMs, announcedPort, nameAddress (or null).
+
+Without --server and --broadcast, --all looks at the broadcast address of every network and
+at that of the host "broadcasthost". A server on this host counts once even if it answers
+from several addresses.
 )";
 
 // Returns the server that the client finds. Asks it once more, to get its name and to measure the
 // round trip: finding it takes longer than one.
 FoundServer oneServer(const Options &options) {
-  DirectedClient client(options.broadcast);
-  connect(client, options);
+  Connection connection(options);
   const Clock::time_point start = Clock::now();
-  const Dictionary answer = answerOf(client, discoveryPacket());
+  const Dictionary answer = connection.answerTo(discoveryPacket());
   const Milliseconds roundTrip = Clock::now() - start;
   const std::optional<ServerId> id = serverIdOf(answer);
   if (!id) throw Failure("the server does not say who it is: " + answer.description());
-  return {client.sin(), *id, roundTrip};
-}
-
-std::vector<FoundServer> allServers(const Options &options) {
-  DirectedClient client(options.broadcast);
-  client.broadcastIP();
-  const Clock::time_point start = Clock::now();
-  std::vector<FoundServer> servers = everyServer(options, client.inet());
-  if (servers.empty()) throw noServer(options, client.inet(), Clock::now() - start);
-  return servers;
+  return {connection.client().sin(), *id, roundTrip};
 }
 
 class Hello : public Command {
  public:
   void declare(CommandLine &line) override {
     line.addFlag("--all", all_,
-                 "Print every server that answers, not only the first;\n"
-                 "takes twice the time of --timeout");
+                 "Print every server that answers, not only the first, on\n"
+                 "every network; takes twice the time of --timeout");
     line.setFooter(help);
   }
 
   int run(const Options &options) override {
     if (all_) {
-      for (const FoundServer &server : allServers(options)) {
+      for (const FoundServer &server : everyServer(options)) {
         print(server, options);
       }
     } else {

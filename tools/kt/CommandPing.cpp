@@ -15,7 +15,6 @@
 #include "kt/udp/KtMessage.h"
 #include "tools/common/Addresses.h"
 #include "tools/common/Arguments.h"
-#include "tools/common/DirectedClient.h"
 #include "tools/common/Requests.h"
 #include "tools/kt/Connection.h"
 #include "tools/kt/PingReport.h"
@@ -39,12 +38,10 @@ struct Arguments {
 
 // Tells answers to different round trips apart. Handshakes are random and few enough to repeat, so
 // a late answer could otherwise be taken for the answer to a later request.
-class PingClient : public DirectedClient {
+class PingClient : public KtUDPClient {
  public:
-  using DirectedClient::DirectedClient;
-
   bool isValidReplyForMessage(const Dictionary &reply, const Dictionary &message) const override {
-    if (!DirectedClient::isValidReplyForMessage(reply, message)) return false;
+    if (!KtUDPClient::isValidReplyForMessage(reply, message)) return false;
     const std::optional<std::int32_t> answered = sequenceOf(reply);
     return !answered || answered == sequenceOf(message);
   }
@@ -120,7 +117,7 @@ class Ping : public Command {
   int run(const Options &options) override {
     Options once = options;
     if (!once.retries) once.retries = 0;  // a lost datagram is to show
-    PingClient client(once.broadcast);
+    PingClient client;
     connect(client, once);
     const auto report = std::make_shared<PingReport>(once, endpoint(client.sin()));
     endOnInterrupt(report);

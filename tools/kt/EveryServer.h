@@ -12,8 +12,9 @@
 
 #include "kt/udp/HostLookup.h"
 #include "kt/udp/KtMessage.h"
-#include "kt/udp/Socket.h"
-#include "tools/kt/Connection.h"
+#include "tools/kt/Discovery.h"
+#include "tools/kt/Milliseconds.h"
+#include "tools/kt/OwnAddresses.h"
 
 namespace kt::tools {
 
@@ -26,9 +27,20 @@ struct FoundServer {
   Milliseconds roundTrip;  // between the request and this answer
 };
 
-// Asks every port at `address` (network byte order), listens for the timeout of `options`, and does
-// both once more, because datagrams get lost. Returns each server once, in the order of answers.
-[[nodiscard]] std::vector<FoundServer> everyServer(const Options &options, std::uint32_t address);
+// Asks every port at each of `addresses`, listens for the timeout of `options`, and does both once
+// more, because datagrams get lost. Returns each server once, in the order of answers.
+[[nodiscard]] std::vector<FoundServer> serversAt(const Addresses &addresses,
+                                                 const Options &options);
+
+// Does so at all addresses that the options name, or on every network. Throws Failure if no server
+// answers or if the options name no place to look.
+[[nodiscard]] std::vector<FoundServer> everyServer(const Options &options);
+
+// Returns whether two answers come from one server: from the same address and port, or both from
+// this host, announcing the same port. A server on this host answers from several of its addresses,
+// depending on the network on which it was asked.
+[[nodiscard]] bool isSameServer(const FoundServer &left, const FoundServer &right,
+                                const OwnAddresses &own);
 
 // Describes `server` for people. `named` is the address of the server's name. The line says so if
 // that address, or the announced port, differs from the source of the answer:

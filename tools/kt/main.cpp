@@ -34,6 +34,7 @@ constexpr std::array commands{
     CommandEntry{"eval", "Let a server compute", evalCommand, true},
     CommandEntry{"walk", "Find the files of some types on this machine", walkCommand, false},
     CommandEntry{"files", "Find the files that a server serves", filesCommand, true},
+    CommandEntry{"kinds", "List the kinds of requests that a server answers", kindsCommand, true},
 };
 
 // ---- The command line ----
@@ -50,18 +51,27 @@ Examples:
   kt eval '2^521 - 1'             the same, computed by the server
   kt walk --type h /usr/include   which headers are there?
   kt files --type h               and on the server?
+  kt kinds                        and what else does it answer?
   kt hello --broadcast 127.0.0.1  only on this machine
+  kt ping --server hut            the server on that host
 
 Ends with status 0 when done, 1 when it failed (no server, no reply, bad input), 2 on wrong
 usage. "kt COMMAND --help" tells more.
 )";
 
-constexpr const char *broadcastHelp = R"(Look for servers at this address (default:
-that of the host "broadcasthost", else 255.255.255.255))";
+constexpr const char *broadcastHelp = R"(Look for servers at these addresses; "all" means
+on every network (default: at that of the host
+"broadcasthost", else 255.255.255.255))";
 
 void addTalkingOptions(CommandLine &line, Options &options) {
   line.beginGroup("Options of all commands that use a server");
-  addServerOptions(line, options, broadcastHelp);
+  addServerOptions(line, options);
+  line.addOption<readHostAndPort>(
+      {"--server", "HOST[:PORT]", "Use the server on this host; a port stands for --ports"},
+      options.server, "HOST or HOST:PORT with a port from 1 to 65535");
+  line.addOption<readAddresses>(
+      {"--broadcast", "ADDRESS,...", broadcastHelp}, options.broadcast,
+      "an IPv4 address such as 192.168.1.255, several with commas between them, or all");
   line.addOption<readPositive>({"--timeout", "MS",
                                 "How long to wait for an answer, twice as long\n"
                                 "after each resend (default: 100)"},
@@ -83,6 +93,13 @@ void declare(const CommandEntry &entry, ProgramLine &program, Options &options) 
 
 // ---- Running ----
 
+// Lets the port of --server stand for --ports. Throws Misuse if options exclude each other.
+void settle(Options &options) {
+  if (!options.server) return;
+  if (options.broadcast) throw Misuse("--server excludes --broadcast");
+  if (options.server->port) options.ports = {*options.server->port};
+}
+
 int runNamed(const std::string &name, const Options &options) {
   std::string names;
   for (const CommandEntry &entry : commands) {
@@ -92,9 +109,10 @@ int runNamed(const std::string &name, const Options &options) {
   throw Misuse("a command is needed: " + names);
 }
 
-int runGuarded(const ProgramLine &program, const Options &options) {
+int runGuarded(const ProgramLine &program, Options &options) {
   const std::string name = program.nameWithCommand();
   try {
+    settle(options);
     return runNamed(program.command(), options);
   } catch (const Misuse &error) {
     std::fprintf(stderr, "%s: %s\nTry \"%s --help\".\n", name.c_str(), error.what(), name.c_str());

@@ -5,6 +5,8 @@
 #define KT_TOOLS_KTD_CONFIGURATION_H
 
 #include <cstdint>
+#include <optional>
+#include <string>
 
 #include "tools/common/ServerOptions.h"
 #include "tools/ktd/Service.h"
@@ -13,7 +15,8 @@ namespace kt::tools {
 
 // A reload may change `service`; the rest stays as long as the server runs.
 struct Configuration : ServerOptions {
-  bool debug = false;   // whether the debug log is on
+  bool debug = false;                    // whether the debug log is on
+  std::optional<std::string> broadcast;  // where `unique` looks; nothing means the usual broadcast
   bool unique = false;  // whether to refuse to start if another server of the signature answers
   std::int32_t workers = 4;  // threads for requests that take long
   Service service;

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "kt/diagnostics/KtDebug.h"
+#include "tools/common/Arguments.h"
 #include "tools/common/EscapedLog.h"
 #include "tools/common/Failure.h"
 #include "tools/common/Paths.h"
@@ -53,7 +54,9 @@ void addFileOptions(CommandLine &line, ServedFiles &served) {
 
 std::optional<int> parseOptions(Configuration &options, int argc, const char *const *argv) {
   ProgramLine line("ktd", "Serves requests from clients on the local network until it is stopped.");
-  addServerOptions(line, options, broadcastHelp);
+  addServerOptions(line, options);
+  line.addOption<readAddress>({"--broadcast", "ADDRESS", broadcastHelp}, options.broadcast,
+                              "an IPv4 address such as 192.168.1.255");
   addDebugFlag(line, options.debug);
   line.addFlag("--unique", options.unique,
                "Refuse to start while another server of the signature answers");
