@@ -9,7 +9,7 @@
 #include <optional>
 #include <vector>
 
-#include "tools/kt/Connection.h"
+#include "tools/kt/Milliseconds.h"
 
 namespace kt::tools {
 

@@ -8,12 +8,10 @@
 #include <span>
 #include <string>
 
+#include "tools/kt/Screen.h"
 #include "tools/kt/ServerHistory.h"
 
 namespace kt::tools {
-
-// The characters that a terminal shows.
-enum class Charset { ascii, utf8 };
 
 // Returns the last `width` round trips, one character each, the newest at the right end; spaces at
 // the left fill `width` columns. The characters are eight levels on a linear scale from 0 to the

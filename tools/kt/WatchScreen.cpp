@@ -10,6 +10,7 @@
 #include "kt/foundation/Format.h"
 #include "tools/common/Addresses.h"
 #include "tools/common/Json.h"
+#include "tools/kt/Sparkline.h"
 #include "tools/text/Escape.h"
 
 namespace kt::tools {

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/kt/Screen.h"
 #include "tools/kt/ServerHistory.h"
-#include "tools/kt/Sparkline.h"
 
 namespace kt::tools {
 
@@ -21,12 +21,6 @@ struct WatchedServer {
   std::string name;  // as the server announced it
   sockaddr_in address;
   ServerHistory history;
-};
-
-// The size of a terminal.
-struct ScreenSize {
-  std::size_t width;   // columns
-  std::size_t height;  // lines
 };
 
 // Returns a heading and a line for each server, at most size.height lines of at most size.width
