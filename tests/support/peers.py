@@ -51,21 +51,22 @@ class Peer:
     """A server that plays a part.
 
     `part(request, count)` returns the datagrams to answer with. `count` is the number of earlier
-    requests of the same run of a client, which has a port of its own.
+    requests of the same run of a client, which has a port of its own. With an `address` the peer
+    hears only what is sent to that.
     """
 
-    def __init__(self, test, part, port=4798):
+    def __init__(self, test, part, port=4798, address=""):
         self.part = part
         self.requests = []
         self._test = test
-        self._port = port
+        self._place = (address or "127.0.0.1", port)
         self._arrival = threading.Condition()
         self._queue_is_read = threading.Event()
-        self._socket = udp_socket(test, port)
+        self._socket = udp_socket(test, port, address)
         thread = threading.Thread(target=self._play, daemon=True)
         thread.start()
         test.addCleanup(thread.join)
-        test.addCleanup(lambda: udp_socket(test).sendto(END_MARK, ("127.0.0.1", port)))
+        test.addCleanup(lambda: udp_socket(test).sendto(END_MARK, self._place))
 
     def last_run(self, keyword):
         """Returns the requests with a keyword that came from the client that asked last.
@@ -73,7 +74,7 @@ class Peer:
         Requests that are still in the socket's queue count too.
         """
         self._queue_is_read.clear()
-        udp_socket(self._test).sendto(QUEUE_MARK, ("127.0.0.1", self._port))
+        udp_socket(self._test).sendto(QUEUE_MARK, self._place)
         self._queue_is_read.wait()
         client = self.requests[-1].source
         return [r for r in self.requests if (r.source, r.keyword) == (client, keyword)]
@@ -117,11 +118,14 @@ def always(packet):
 
 # ---- The network ----
 
-def udp_socket(test, port=0):
-    """Returns a socket bound to `port` that receives broadcasts too; closed with the test."""
+def udp_socket(test, port=0, address=""):
+    """Returns a socket bound to `port` at `address`; closed with the test.
+
+    Without an address it receives broadcasts too.
+    """
     udp = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
     test.addCleanup(udp.close)
-    udp.bind(("", port))
+    udp.bind((address, port))
     return udp
 
 

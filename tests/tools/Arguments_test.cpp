@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "kt/foundation/PropertyList.h"
+#include "tests/support/Addresses.h"
 
 namespace kt::test {
 namespace {
@@ -68,6 +69,51 @@ TEST(Arguments, AddressesAreFourDecimalNumbers) {
 
 TEST(Arguments, AddressWithNulIsRejected) {
   EXPECT_EQ(readAddress(std::string_view("1.2.3.4\0x", 9)), std::nullopt);
+}
+
+TEST(Arguments, PlacesToLookAreAddressesSeparatedByCommas) {
+  using Addresses = std::vector<std::uint32_t>;
+  EXPECT_EQ(readAddresses("10.0.0.255"), Addresses{address("10.0.0.255")});
+  EXPECT_EQ(readAddresses("10.0.0.255,127.0.0.1"),
+            (Addresses{address("10.0.0.255"), address("127.0.0.1")}));
+}
+
+TEST(Arguments, AllPlacesToLookAreNoAddress) {
+  EXPECT_EQ(readAddresses("all"), std::vector<std::uint32_t>());
+}
+
+TEST(Arguments, PlacesToLookOtherThanAddressesAreRejected) {
+  for (const char *text : {"", "localhost", "1.2.3.256", "1.2.3.4,", ",1.2.3.4", "1.2.3.4, 1.2.3.5",
+                           "All", "all,1.2.3.4", "1.2.3.4,all", "::1"}) {
+    EXPECT_EQ(readAddresses(text), std::nullopt) << text;
+  }
+}
+
+TEST(Arguments, HostsMayHavePorts) {
+  const auto expectHost = [](const char *text, const char *host, std::optional<std::int32_t> port) {
+    const std::optional<HostAndPort> read = readHostAndPort(text);
+    ASSERT_TRUE(read) << text;
+    EXPECT_EQ(read->host, host);
+    EXPECT_EQ(read->port, port);
+  };
+  expectHost("hut", "hut", std::nullopt);
+  expectHost("hut.example:1", "hut.example", 1);
+  expectHost("192.168.1.9:65535", "192.168.1.9", 65535);
+}
+
+TEST(Arguments, TextWithSeveralColonsIsHostWithoutPort) {
+  for (const char *text : {"::1", "fe80::1:4798"}) {
+    const std::optional<HostAndPort> read = readHostAndPort(text);
+    ASSERT_TRUE(read) << text;
+    EXPECT_EQ(read->host, text);
+    EXPECT_EQ(read->port, std::nullopt);
+  }
+}
+
+TEST(Arguments, HostsWithoutNameOrWithWrongPortAreRejected) {
+  for (const char *text : {"", ":", ":4798", "hut:", "hut:0", "hut:65536", "hut:x", "hut: 1"}) {
+    EXPECT_FALSE(readHostAndPort(text)) << text;
+  }
 }
 
 TEST(Arguments, IntegersOfRequestsAreStringsOrNumbers) {

@@ -6,6 +6,8 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/Addresses.h"
+
 namespace kt::test {
 namespace {
 
@@ -23,6 +25,27 @@ FoundServer hut(std::int32_t announcedPort) {
 const udp::HostAddress unknown{};
 const udp::HostAddress here{udp::HostAddress::Kind::ipv4, hutAddress};
 const udp::HostAddress elsewhere{udp::HostAddress::Kind::ipv4, htonl(0x0a000008)};
+
+// A server that answers from `source` and announces `announcedPort`.
+FoundServer answering(const char *source, std::uint16_t port, std::int32_t announcedPort) {
+  return {ipv4(address(source), port), {"hut", announcedPort}, Milliseconds(1)};
+}
+
+const OwnAddresses own({address("10.0.0.9"), address("10.0.1.9")});
+
+TEST(EveryServer, SameEndpointIsSameServer) {
+  EXPECT_TRUE(isSameServer(answering("10.9.9.9", 4798, 1), answering("10.9.9.9", 4798, 2), own));
+  EXPECT_FALSE(isSameServer(answering("10.9.9.9", 4798, 1), answering("10.9.9.9", 4711, 1), own));
+  EXPECT_FALSE(isSameServer(answering("10.9.9.9", 4798, 1), answering("10.9.9.8", 4798, 1), own));
+}
+
+TEST(EveryServer, SamePortAtAnyOwnAddressIsSameServer) {
+  const FoundServer server = answering("127.0.0.1", 4798, 4798);
+  EXPECT_TRUE(isSameServer(server, answering("10.0.0.9", 4798, 4798), own));
+  EXPECT_TRUE(isSameServer(answering("10.0.1.9", 4798, 4798), server, own));
+  EXPECT_FALSE(isSameServer(server, answering("10.0.0.9", 4711, 4711), own));
+  EXPECT_FALSE(isSameServer(server, answering("10.0.0.8", 4798, 4798), own));
+}
 
 TEST(EveryServer, LineNamesServerAndSourceOfAnswer) {
   EXPECT_EQ(lineFor(hut(4798), "KtUDP", here),

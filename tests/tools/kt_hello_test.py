@@ -197,9 +197,10 @@ class KtHelloWithoutServer(ProgramTest):
              r"that no firewall drops UDP, and whether a longer --timeout helps\.\n$")
 
     def test_says_what_it_tried_and_what_to_check(self):
-        for result in [kt("hello", "--timeout", BRIEF[0]), no_servers()]:
+        for result, address in [(kt("hello", "--timeout", BRIEF[0]), "255.255.255.255"),
+                                (no_servers(), "127.255.255.255")]:
             self.assertEqual((result.returncode, result.stdout), (1, ""))
-            self.assertRegex(result.stderr, no_server() + self.check)
+            self.assertRegex(result.stderr, no_server(address) + self.check)
 
     def test_names_given_signature_address_and_ports(self):
         Daemon(self)
@@ -214,13 +215,19 @@ class KtHelloWithoutServer(ProgramTest):
 
     def test_says_that_system_refuses_to_broadcast(self):
         remove_broadcast_route(self)
-        for result in [kt("hello", "--timeout", BRIEF[0]), no_servers()]:
-            self.assertEqual(result.returncode, 1)
-            self.assertRegex(
-                result.stderr,
-                no_server() + r"The system refuses to send to 255\.255\.255\.255: "
-                r"Network is unreachable\.\nCheck that there is a route to that address, or give "
-                r"another with --broadcast\n\(127\.0\.0\.1 for this machine\)\.\n$")
+        result = kt("hello", "--timeout", BRIEF[0])
+        self.assertEqual(result.returncode, 1)
+        self.assertRegex(
+            result.stderr,
+            no_server() + r"The system refuses to send to 255\.255\.255\.255: "
+            r"Network is unreachable\.\nCheck that there is a route to that address, or give "
+            r"another with --broadcast\n\(127\.0\.0\.1 for this machine\)\.\n"
+            r"To look further: --broadcast all on every network, --server HOST at one host\.\n$")
+
+    def test_of_all_needs_no_route_for_broadcast(self):
+        remove_broadcast_route(self)
+        Daemon(self)
+        self.assertEqual(all_servers().stdout.count("\n"), 1)
 
     def test_prints_no_json(self):
         result = kt("hello", "--json", "--timeout", BRIEF[0])

@@ -6,11 +6,12 @@ import unittest
 
 from programs import DEFAULT_PORTS, ProgramTest, kt, run
 
-COMMANDS = ["hello", "send", "ping", "parse", "calc", "eval", "walk", "files"]
+COMMANDS = ["hello", "send", "ping", "parse", "calc", "eval", "walk", "files",
+            "kinds"]
 LOCAL_COMMANDS = ["parse", "calc", "walk"]  # they use no server
 SHARED_OPTIONS = ["--json", "--quiet", "--debug", "--version", "--help"]
-SERVER_OPTIONS = ["--signature TEXT", "--ports N,N,...", "--broadcast ADDRESS", "--timeout MS",
-                  "--retries N"]
+SERVER_OPTIONS = ["--signature TEXT", "--ports N,N,...", "--server HOST[:PORT]",
+                  "--broadcast ADDRESS,...", "--timeout MS", "--retries N"]
 
 
 class KtHelp(ProgramTest):
@@ -22,11 +23,11 @@ class KtHelp(ProgramTest):
             self.assertIn(f"\n  kt {command}", result.stdout)
 
     def test_names_every_option_of_each_command(self):
-        own = {"hello": ["--all"], "send": ["KEYWORD", "[KEY=VALUE...]"],
+        own = {"hello": ["--all"], "send": ["KEYWORD", "[KEY=VALUE...]", "--wait SECONDS"],
                "ping": ["--count COUNT", "--interval SECONDS"], "parse": ["[FILE]"],
                "calc": ["[EXPRESSION]", "--base N"], "eval": ["[EXPRESSION]", "--base N"],
                "walk": ["--type EXT", "--no-recursive", "--first N", "--count", "--null", "DIR..."],
-               "files": ["--type EXT", "--null"]}
+               "files": ["--type EXT", "--null"], "kinds": []}
         for command in COMMANDS:
             result = kt(command, "--help")
             self.assertEqual((result.returncode, result.stderr), (0, ""))
@@ -93,10 +94,11 @@ class KtArguments(ProgramTest):
                                f'--retries: "{retries}" is not a number of resends from 0 up')
 
     def test_refuses_broadcast_address_that_is_not_ipv4(self):
-        for address in ["localhost", "1.2.3", "::1", "1.2.3.256"]:
+        for address in ["localhost", "1.2.3", "::1", "1.2.3.256", "1.2.3.4,", "all,1.2.3.4"]:
             self.assert_misuse(
                 kt("hello", "--broadcast", address), "kt hello",
-                f'--broadcast: "{address}" is not an IPv4 address such as 192.168.1.255')
+                f'--broadcast: "{address}" is not an IPv4 address such as 192.168.1.255, several '
+                "with commas between them, or all")
 
     def test_refuses_counts_and_intervals_out_of_range(self):
         self.assert_misuse(kt("ping", "-c", "0"), "kt ping",
@@ -109,7 +111,8 @@ class KtArguments(ProgramTest):
     def test_escapes_control_characters_of_arguments(self):
         self.assert_misuse(
             kt("hello", "--broadcast", "\x1b[2J"), "kt hello",
-            '--broadcast: "\\033[2J" is not an IPv4 address such as 192.168.1.255')
+            '--broadcast: "\\033[2J" is not an IPv4 address such as 192.168.1.255, several with '
+            "commas between them, or all")
         self.assert_misuse(kt("hello", "\x1b[2J"), "kt hello",
                            "The following argument was not expected: \\033[2J")
 
