@@ -75,6 +75,11 @@ void Terminal::take() {
 void Terminal::leave() {
   if (!taken_) return;
   taken_ = false;
+  if (modes_) {
+    termios flowing = *modes_;
+    flowing.c_iflag &= ~static_cast<tcflag_t>(IXON);  // ends a stop by Ctrl-S
+    setModes(flowing);
+  }
   // If the terminal accepts no more, there is nothing to give back.
   (void)!::write(STDOUT_FILENO, giveBackScreen.data(), giveBackScreen.size());
   if (modes_) setModes(*modes_);
