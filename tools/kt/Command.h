@@ -20,15 +20,18 @@ namespace kt::tools {
 // The options that several subcommands share. Those of ServerOptions and all up to the retries are
 // offered by the subcommands that use a server.
 struct Options : ServerOptions {
-  std::optional<HostAndPort> server;  // where the server is. Its port, if any, is the only one of
-                                      // `ports`. Excludes `broadcast`.
-  std::optional<std::vector<std::uint32_t>> broadcast;  // where to look, network byte order; empty:
-                                                        // on every network; nothing: as usual
-  std::optional<std::int32_t> timeoutMs;                // the base of all waits; nothing: 100 ms
-  std::optional<std::int32_t> retries;                  // sends after the first one; nothing: 3
-  bool debug = false;                                   // whether the debug log is on
-  bool json = false;                                    // results as JSON, one line each
-  bool quiet = false;                                   // no results, only errors
+  // The host to ask; nothing means a broadcast. If it has a port, `ports` holds that port only.
+  std::optional<HostAndPort> server;
+
+  // Where to look for servers, network byte order: on every network if empty, at the usual address
+  // if nothing. Not together with `server`.
+  std::optional<std::vector<std::uint32_t>> broadcast;
+
+  std::optional<std::int32_t> timeoutMs;  // the base of all waits; nothing: 100 ms
+  std::optional<std::int32_t> retries;    // sends after the first one; nothing: 3
+  bool debug = false;                     // whether the debug log is on
+  bool json = false;                      // results as JSON, one line each
+  bool quiet = false;                     // no results, only errors
 };
 
 inline constexpr std::int32_t usualTimeoutMs = 100;

@@ -40,8 +40,8 @@ class Send : public Command {
     line.addArguments("KEY=VALUE", entries_, false, "Its other entries");
     line.addFlag("--all", all_, "Ask every server at the same time, not only the first found");
     line.addOption<readSeconds>({"--wait", "SECONDS",
-                                 "Send the request again and again until it is answered,\n"
-                                 "for so long; for requests that take long"},
+                                 "Send the request again and again for this time, until it\n"
+                                 "is answered; for requests that take long"},
                                 wait_, "a number of seconds from 0 to 86400");
     line.setFooter(help);
   }
@@ -64,9 +64,9 @@ class Send : public Command {
 
  private:
   std::string keyword_;
-  std::vector<std::string> entries_;  // KEY=VALUE
-  bool all_ = false;
-  std::optional<std::chrono::duration<double>> wait_;
+  std::vector<std::string> entries_;                   // KEY=VALUE
+  bool all_ = false;                                   // whether to ask every server
+  std::optional<std::chrono::duration<double>> wait_;  // how long to resend; nothing: --retries
 };
 
 }  // namespace

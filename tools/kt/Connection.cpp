@@ -74,14 +74,17 @@ void requireNoError(const Dictionary &answer) {
 template <typename Ask>
 Dictionary Connection::answerWithToken(const Dictionary &packet, const Ask &ask) {
   constexpr int repeats = 2;
-  Dictionary answer = ask(token_ ? withToken(packet, *token_) : packet);
+  const auto askWith = [&](const Data &token) {
+    const Dictionary request = withToken(packet, token);
+    requireDatagram(client_.signature(), request);
+    return ask(request);
+  };
+  Dictionary answer = token_ ? askWith(*token_) : ask(packet);
   for (int count = 0; count < repeats; ++count) {
     const Data *const token = tokenAskedFor(answer);
     if (token == nullptr) break;
     token_ = *token;
-    const Dictionary request = withToken(packet, *token_);
-    requireDatagram(client_.signature(), request);
-    answer = ask(request);
+    answer = askWith(*token_);
   }
   return answer;
 }

@@ -15,8 +15,10 @@ namespace kt::tools {
 
 // A reload may change `service`; the rest stays as long as the server runs.
 struct Configuration : ServerOptions {
-  bool debug = false;                    // whether the debug log is on
-  std::optional<std::string> broadcast;  // where `unique` looks; nothing means the usual broadcast
+  // The dotted IPv4 address at which `unique` looks; nothing means the usual broadcast.
+  std::optional<std::string> broadcast;
+
+  bool debug = false;   // whether the debug log is on
   bool unique = false;  // whether to refuse to start if another server of the signature answers
   std::int32_t workers = 4;  // threads for requests that take long
   Service service;
