@@ -20,9 +20,10 @@ namespace {
 
 constexpr std::size_t mostInFlight = 4096;
 
-// The most datagrams that one process() receives. It bounds the call under a flood, and is more
-// than a default receive buffer holds, so that no request is given up while its answer waits there.
-constexpr std::size_t mostReceived = 4096;
+// The most datagrams that one process() receives. It bounds the call when answers come as fast as
+// completions request more. It is more than a default receive buffer holds (some 300 small ones),
+// so that no request is given up while its answer waits there.
+constexpr std::size_t mostReceived = 512;
 
 // The handshakes drawn at once; getentropy returns at most 256 bytes.
 constexpr std::size_t drawnTogether = 256 / sizeof(std::int32_t);
@@ -83,6 +84,7 @@ void AsyncClient::request(const Dictionary &packet, Completion completion, Accep
   const std::int32_t handshake = freshHandshake();
   std::string text = requestEnvelope(signature_, handshake, packet).description();
   if (!knowsServer_ || datagramBytes(text).size() > largestDatagram) {
+    overdueSince_ = Clock::now();
     unsendable_.push_back(std::move(completion));
     return;
   }
@@ -116,13 +118,14 @@ void AsyncClient::send(std::int32_t handshake, Request &request) {
 // ---- Processing ----
 
 std::optional<AsyncClient::Clock::time_point> AsyncClient::deadline() const {
-  if (isInterrupted_ || !unsendable_.empty()) return Clock::now();
+  if (isInterrupted_ || !unsendable_.empty()) return overdueSince_;
   if (deadlines_.empty()) return std::nullopt;
   return deadlines_.begin()->first;
 }
 
 void AsyncClient::process() {
-  isInterrupted_ = true;  // if a completion throws
+  isInterrupted_ = true;  // in case a completion throws
+  overdueSince_ = Clock::now();
   completeUnsendable();
   receive();
   expire();

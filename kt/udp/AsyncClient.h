@@ -76,8 +76,8 @@ class AsyncClient {
   // remains its owner.
   [[nodiscard]] int descriptor() const { return socket_.descriptor(); }
 
-  // Returns when process() must run even if no datagram arrives: the next wait's end, or now.
-  // Returns nothing if nothing is pending.
+  // Returns when process() must run even if no datagram arrives: the next end of a wait. A time
+  // that has passed means now. Returns nothing if nothing is pending.
   [[nodiscard]] std::optional<std::chrono::steady_clock::time_point> deadline() const;
 
   // Receives what has arrived, sends unanswered requests again, gives up those that had their last
@@ -131,6 +131,7 @@ class AsyncClient {
   std::vector<std::int32_t> randomValues_;  // drawn for handshakes, not yet used
   std::deque<Completion> unsendable_;       // to be called with nothing
   bool isInterrupted_ = false;              // whether process() has not run to its end
+  Clock::time_point overdueSince_{};        // has passed; the deadline of what needs no wait
 };
 
 }  // namespace kt
