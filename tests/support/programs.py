@@ -21,7 +21,7 @@ PATIENT = "20000"
 BRIEF = ("100", "1000", "10000")
 
 DEFAULT_PORTS = [4798, 4711, 5600, 4822, 3493, 4926]
-COMMANDS_WITH_TIMEOUT = ("hello", "send", "ping", "eval", "files", "kinds")
+COMMANDS_WITH_TIMEOUT = ("hello", "send", "ping", "eval", "files", "kinds", "watch")
 
 
 # ---- Programs that run to their end ----

@@ -45,8 +45,8 @@ class Helper(Program):
 class Server(Helper):
     """A server that serves once constructed, on `port`."""
 
-    def __init__(self, test, *options, host=None):
-        super().__init__(test, "server", *options, host=host)
+    def __init__(self, test, *options, host=None, program="server"):
+        super().__init__(test, program, *options, host=host)
         answer = self.line()
         test.assertRegex(answer, r"^serving \d+\n$")
         self.port = int(answer.split()[1])

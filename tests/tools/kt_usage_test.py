@@ -7,7 +7,7 @@ import unittest
 from programs import DEFAULT_PORTS, ProgramTest, kt, run
 
 COMMANDS = ["hello", "send", "ping", "parse", "calc", "eval", "walk", "files",
-            "kinds"]
+            "watch", "kinds"]
 LOCAL_COMMANDS = ["parse", "calc", "walk"]  # they use no server
 SHARED_OPTIONS = ["--json", "--quiet", "--debug", "--version", "--help"]
 SERVER_OPTIONS = ["--signature TEXT", "--ports N,N,...", "--server HOST[:PORT]",
@@ -23,11 +23,12 @@ class KtHelp(ProgramTest):
             self.assertIn(f"\n  kt {command}", result.stdout)
 
     def test_names_every_option_of_each_command(self):
-        own = {"hello": ["--all"], "send": ["KEYWORD", "[KEY=VALUE...]", "--wait SECONDS"],
+        own = {"hello": ["--all"], "send": ["KEYWORD", "[KEY=VALUE...]", "--all", "--wait SECONDS"],
                "ping": ["--count COUNT", "--interval SECONDS"], "parse": ["[FILE]"],
                "calc": ["[EXPRESSION]", "--base N"], "eval": ["[EXPRESSION]", "--base N"],
                "walk": ["--type EXT", "--no-recursive", "--first N", "--count", "--null", "DIR..."],
-               "files": ["--type EXT", "--null"], "kinds": []}
+               "files": ["--type EXT", "--null"], "kinds": [],
+               "watch": ["--count COUNT", "--interval SECONDS"]}
         for command in COMMANDS:
             result = kt(command, "--help")
             self.assertEqual((result.returncode, result.stderr), (0, ""))

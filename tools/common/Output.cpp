@@ -7,15 +7,16 @@
 #include <cstring>
 #include <string>
 
-#include "tools/common/Failure.h"
-
 namespace kt::tools {
 
 void printText(std::string_view text) {
   const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-  if (!written || std::fflush(stdout) != 0) {
-    throw Failure(std::string("can't write to standard output: ") + std::strerror(errno));
-  }
+  if (written && std::fflush(stdout) == 0) return;
+  const int reason = errno;
+  const std::string problem =
+      std::string("can't write to standard output: ") + std::strerror(reason);
+  if (reason == EPIPE) throw ClosedOutput(problem);
+  throw Failure(problem);
 }
 
 void printLine(std::string_view line) {

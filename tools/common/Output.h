@@ -7,10 +7,18 @@
 
 #include <string_view>
 
+#include "tools/common/Failure.h"
+
 namespace kt::tools {
 
-// Writes `text` and flushes. Throws Failure if the output accepts no more: the disk is full, or the
-// pipe is closed. For the latter, SIGPIPE must be ignored.
+// The reader of standard output, a pipe, has closed it.
+class ClosedOutput : public Failure {
+ public:
+  using Failure::Failure;
+};
+
+// Writes `text` and flushes. Throws Failure if the output accepts no more, for example because the
+// disk is full, and ClosedOutput if the pipe is closed. For the latter, SIGPIPE must be ignored.
 void printText(std::string_view text);
 
 // Writes `line` and a line feed and flushes. Throws as printText does.

@@ -62,6 +62,7 @@ class Command {
 [[nodiscard]] Command &pingCommand();
 [[nodiscard]] Command &sendCommand();
 [[nodiscard]] Command &walkCommand();
+[[nodiscard]] Command &watchCommand();
 
 }  // namespace kt::tools
 

@@ -37,11 +37,15 @@ std::int32_t millisecondsUntil(Clock::time_point deadline) {
 
 // ---- One server ----
 
-void connect(KtUDPClient &client, const Options &options) {
+void applyOptions(KtUDPClient &client, const Options &options) {
   client.setSignature(options.signature);
   client.setPorts(options.ports);
   client.setBaseReplyTimeout(options.timeoutMs.value_or(usualTimeoutMs));
   if (options.retries) client.setNumberOfRetries(*options.retries);
+}
+
+void connect(KtUDPClient &client, const Options &options) {
+  applyOptions(client, options);
   const std::optional<Addresses> given = givenAddresses(options);
   const Clock::time_point start = Clock::now();
   if (!(given ? client.connectToServerAt(*given) : client.connectToServer())) {

@@ -15,6 +15,9 @@
 
 namespace kt::tools {
 
+// Gives `client` the signature, ports, timeout and retries of the options.
+void applyOptions(KtUDPClient &client, const Options &options);
+
 // Applies the options to `client` and finds it a server. Throws Failure if none answers, if the
 // options name no place to look, or if the server announces a port below 0, to which the client
 // sends nothing.

@@ -26,7 +26,8 @@ struct CommandEntry {
 
 constexpr std::array commands{
     CommandEntry{"hello", "Find a server, or with --all every server", helloCommand, true},
-    CommandEntry{"send", "Send one request and print its answer", sendCommand, true},
+    CommandEntry{"send", "Send one request and print its answer, or with --all every answer",
+                 sendCommand, true},
     CommandEntry{"ping", "Measure round trips to a server", pingCommand, true},
     CommandEntry{"parse", "Check property-list text and print it in canonical form", parseCommand,
                  false},
@@ -34,6 +35,7 @@ constexpr std::array commands{
     CommandEntry{"eval", "Let a server compute", evalCommand, true},
     CommandEntry{"walk", "Find the files of some types on this machine", walkCommand, false},
     CommandEntry{"files", "Find the files that a server serves", filesCommand, true},
+    CommandEntry{"watch", "Watch every server live", watchCommand, true},
     CommandEntry{"kinds", "List the kinds of requests that a server answers", kindsCommand, true},
 };
 
@@ -45,6 +47,8 @@ Examples:
   kt hello --all --json           every server, for a program to read
   kt send Status                  how is it doing?
   kt send Echo name=value 'list=(1, 2)'
+  kt send --all Status            how are all of them doing?
+  kt watch                        how do they do from second to second?
   kt ping -c 5 -i 0.2             five round trips, five a second
   kt parse settings.plist         is this text well-formed?
   kt calc '2^521 - 1'             what is that?
