@@ -21,6 +21,10 @@ inline constexpr const char *errorKey = "Error";
 // that token.
 inline constexpr const char *tokenKey = "Token";
 
+// Errors that are not sentences: the server has no worker for the request, or is about to end.
+inline constexpr const char *busyError = "busy";
+inline constexpr const char *stoppingError = "stopping";
+
 // Kinds, answer: a dictionary with a sentence for each kind that the server answers.
 inline constexpr const char *kindsKey = "Kinds";
 
@@ -46,6 +50,11 @@ inline constexpr const char *filesKey = "Files";
 inline constexpr const char *rootKey = "Root";
 inline constexpr const char *totalKey = "Total";
 inline constexpr const char *nextKey = "Next";
+
+// Handlers, answer: what the program printed if that is not a JSON object. With an error: the
+// program's exit status, and the first line of its standard error.
+inline constexpr const char *outputKey = "Output";
+inline constexpr const char *exitStatusKey = "Status";
 
 // Status, answer: the toolkit's version, the seconds since the server started, the numbers of
 // earlier datagrams answered and not answered, and the server's signature and port.
