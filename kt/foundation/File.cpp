@@ -99,10 +99,6 @@ bool synchronise(const Descriptor &folder) {
 
 }  // namespace
 
-Descriptor::~Descriptor() {
-  if (descriptor_ >= 0) ::close(descriptor_);
-}
-
 std::optional<std::string> contents(const Descriptor &file, std::size_t limit) {
   std::string text;
   std::array<char, 65536> chunk;

@@ -5,6 +5,8 @@
 #ifndef KT_FOUNDATION_FILE_H
 #define KT_FOUNDATION_FILE_H
 
+#include <unistd.h>
+
 #include <cstddef>
 #include <limits>
 #include <optional>
@@ -19,7 +21,9 @@ class Descriptor {
   explicit Descriptor(int descriptor) noexcept : descriptor_(descriptor) {}
   Descriptor(const Descriptor &) = delete;
   Descriptor &operator=(const Descriptor &) = delete;
-  ~Descriptor();
+  ~Descriptor() {  // inline: the programs use it, and a shared library exports public names only
+    if (descriptor_ >= 0) ::close(descriptor_);
+  }
 
   [[nodiscard]] int get() const noexcept { return descriptor_; }
 

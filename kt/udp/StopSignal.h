@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 
-// Waits until a socket can be read or a stop is requested. This header is not installed.
+// Waits until a socket can be read or a stop is requested. This header is not installed. It is
+// inline because the programs of this project use it too and a shared library exports public names
+// only.
 #ifndef KT_UDP_STOPSIGNAL_H
 #define KT_UDP_STOPSIGNAL_H
 
@@ -27,6 +29,10 @@ class StopSignal {
   explicit StopSignal(std::stop_token stop) : stop_(std::move(stop)), callback_(stop_, event_) {}
 
   [[nodiscard]] bool isRaised() const noexcept { return stop_.stop_requested(); }
+
+  // Returns a descriptor that can be read once a stop was requested, for waits of other kinds. The
+  // StopSignal remains its owner.
+  [[nodiscard]] int descriptor() const noexcept { return event_.descriptor; }
 
   // Returns when the socket can be read, when a stop was requested, or after a signal.
   void wait(const Socket &socket) const {

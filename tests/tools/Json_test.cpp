@@ -22,6 +22,11 @@ TEST(Json, WritesDataAsObjectWithDigits) {
   EXPECT_EQ(jsonOf(PropertyList(Data{})), "{\"data\":\"\"}");
 }
 
+TEST(Json, WritesDataWithChosenKey) {
+  EXPECT_EQ(jsonOf(PropertyList::parse("({ x = <0f>; })"), "$data"), R"([{"x":{"$data":"0f"}}])");
+  EXPECT_EQ(jsonOf(Dictionary{{"x", Data{}}}, "$data"), R"({"x":{"$data":""}})");
+}
+
 TEST(Json, WritesNestedContainersInKeyOrder) {
   EXPECT_EQ(jsonOf(PropertyList::parse("{ b = (x, (), {}); a = y; }")),
             "{\"a\":\"y\",\"b\":[\"x\",[],{}]}");

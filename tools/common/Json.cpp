@@ -3,7 +3,7 @@
 #include "tools/common/Json.h"
 
 #include <cstdlib>
-#include <nlohmann/json.hpp>  // here only: it takes seconds to compile
+#include <nlohmann/json.hpp>  // in no header: it takes seconds to compile
 
 #include "kt/foundation/Format.h"
 
@@ -20,44 +20,44 @@ std::string lineOf(const Json &value) {
   return value.dump(onOneLine, ' ', asAscii, Json::error_handler_t::replace);
 }
 
-Json valueOf(const PropertyList &value);
+Json valueOf(const PropertyList &value, std::string_view dataKey);
 
-Json valueOf(const Data &data) {
+Json valueOf(const Data &data, std::string_view dataKey) {
   std::string digits;
   for (const std::byte byte : data) {
     digits += kt::format("%02x", std::to_integer<int>(byte));
   }
-  return Json::object({{"data", digits}});
+  return Json::object({{std::string(dataKey), digits}});
 }
 
-Json valueOf(const Array &array) {
+Json valueOf(const Array &array, std::string_view dataKey) {
   Json elements = Json::array();
   for (const PropertyList &element : array) {
-    elements.push_back(valueOf(element));
+    elements.push_back(valueOf(element, dataKey));
   }
   return elements;
 }
 
-Json valueOf(const Dictionary &dictionary) {
+Json valueOf(const Dictionary &dictionary, std::string_view dataKey) {
   Json object = Json::object();
   for (const auto &[key, value] : dictionary) {
-    object[key] = valueOf(value);
+    object[key] = valueOf(value, dataKey);
   }
   return object;
 }
 
-Json valueOf(const PropertyList &value) {
+Json valueOf(const PropertyList &value, std::string_view dataKey) {
   switch (value.kind()) {
     case PropertyList::Kind::string:
       return *value.asString();
     case PropertyList::Kind::number:
       return value.description();
     case PropertyList::Kind::data:
-      return valueOf(*value.asData());
+      return valueOf(*value.asData(), dataKey);
     case PropertyList::Kind::array:
-      return valueOf(*value.asArray());
+      return valueOf(*value.asArray(), dataKey);
     case PropertyList::Kind::dictionary:
-      return valueOf(*value.asDictionary());
+      return valueOf(*value.asDictionary(), dataKey);
   }
   std::abort();  // not reached: the cases are all kinds
 }
@@ -66,12 +66,12 @@ Json valueOf(const PropertyList &value) {
 
 // ---- Property lists ----
 
-std::string jsonOf(const PropertyList &value) {
-  return lineOf(valueOf(value));
+std::string jsonOf(const PropertyList &value, std::string_view dataKey) {
+  return lineOf(valueOf(value, dataKey));
 }
 
-std::string jsonOf(const Dictionary &dictionary) {
-  return lineOf(valueOf(dictionary));
+std::string jsonOf(const Dictionary &dictionary, std::string_view dataKey) {
+  return lineOf(valueOf(dictionary, dataKey));
 }
 
 // ---- Objects ----

@@ -13,11 +13,16 @@
 
 namespace kt::tools {
 
+// The key of the one member of an object that stands for data, in what kt prints.
+inline constexpr std::string_view printedDataKey = "data";
+
 // Return a property list as JSON. Strings become strings, arrays arrays, dictionaries objects in
-// key order, data {"data":"0fbd77"}. Numbers become strings of digits, as they arrive from the
-// network. Recursive: for values from a parser, which limits their depth.
-[[nodiscard]] std::string jsonOf(const PropertyList &value);
-[[nodiscard]] std::string jsonOf(const Dictionary &dictionary);
+// key order, data {"data":"0fbd77"} with `dataKey` for "data". Numbers become strings of digits, as
+// they arrive from the network. Recursive: for values from a parser, which limits their depth.
+[[nodiscard]] std::string jsonOf(const PropertyList &value,
+                                 std::string_view dataKey = printedDataKey);
+[[nodiscard]] std::string jsonOf(const Dictionary &dictionary,
+                                 std::string_view dataKey = printedDataKey);
 
 // Builds an object whose members are in the order in which they are added.
 class JsonObject {

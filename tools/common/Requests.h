@@ -51,6 +51,11 @@ inline constexpr const char *rootKey = "Root";
 inline constexpr const char *totalKey = "Total";
 inline constexpr const char *nextKey = "Next";
 
+// Handlers, answer: what the program printed if that is not a JSON object. With an error: the
+// program's exit status, and the first line of its standard error.
+inline constexpr const char *outputKey = "Output";
+inline constexpr const char *exitStatusKey = "Status";
+
 // Status, answer: the toolkit's version, the seconds since the server started, the numbers of
 // earlier datagrams answered and not answered, the numbers of requests in work, in the queue and
 // refused as busy, and the server's signature and port. `Kinds` has a dictionary for each kind that
