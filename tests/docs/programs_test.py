@@ -2,9 +2,10 @@
 """docs/programs.md describes every command, every kind of request and every option."""
 
 import re
+import tempfile
 import unittest
 
-from documents import ROOT
+from documents import ROOT, block
 from programs import run
 
 PAGE = (ROOT / "docs/programs.md").read_text(encoding="utf-8")
@@ -34,6 +35,16 @@ class ProgramsPage(unittest.TestCase):
             wanted = set(options) - {"--help", "--version"}
             named = set(re.findall(r"--[\w-]+", PAGE))
             self.assertEqual(wanted - named, set(), command)
+
+    def test_shows_configuration_file_that_is_read(self):
+        text = block("docs/programs.md", "text", "ktd.plist")
+        self.assertIn("/srv/docs", text)
+        with tempfile.NamedTemporaryFile("w", suffix=".plist") as file:
+            file.write(text.replace("/srv/docs", "/"))
+            file.flush()
+            result = run("KTD", "--print-config", "--config", file.name)
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        self.assertIn('Date = ( "/bin/date", "+%A, %d %B" );', result.stdout)
 
 
 if __name__ == "__main__":

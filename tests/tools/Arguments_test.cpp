@@ -49,6 +49,46 @@ TEST(Arguments, SecondsAreDecimalAndAtMostOneDay) {
   }
 }
 
+TEST(Arguments, TimeLimitsAreAboveZeroAndAtMostOneDay) {
+  using std::chrono::milliseconds;
+  EXPECT_EQ(readTimeLimit("10"), milliseconds(10'000));
+  EXPECT_EQ(readTimeLimit("86400"), milliseconds(86'400'000));
+  for (const char *text : {"0", "0.0", "-1", "86400.1", "", "1s", "nan"}) {
+    EXPECT_FALSE(readTimeLimit(text)) << text;
+  }
+}
+
+TEST(Arguments, TimeLimitsAreRoundedToMilliseconds) {
+  using std::chrono::milliseconds;
+  EXPECT_EQ(readTimeLimit("0.2514"), milliseconds(251));
+  EXPECT_EQ(readTimeLimit("0.2516"), milliseconds(252));
+  EXPECT_EQ(readTimeLimit("0.0000001"), milliseconds(1)) << "no run would be possible in 0 ms";
+}
+
+TEST(Arguments, WorkersAreFrom1To64) {
+  EXPECT_EQ(readWorkers("1"), 1);
+  EXPECT_EQ(readWorkers("64"), 64);
+  for (const char *text : {"0", "65", "-1", ""}) {
+    EXPECT_EQ(readWorkers(text), std::nullopt) << text;
+  }
+}
+
+TEST(Arguments, FlagsAreYesOrNo) {
+  EXPECT_EQ(readYesOrNo("YES"), true);
+  EXPECT_EQ(readYesOrNo("NO"), false);
+  for (const char *text : {"yes", "Y", "1", "true", ""}) {
+    EXPECT_EQ(readYesOrNo(text), std::nullopt) << text;
+  }
+}
+
+TEST(Arguments, PortIsFrom1To65535) {
+  EXPECT_EQ(readPort("1"), 1);
+  EXPECT_EQ(readPort("65535"), 65535);
+  for (const char *text : {"0", "65536", "1,2", ""}) {
+    EXPECT_EQ(readPort(text), std::nullopt) << text;
+  }
+}
+
 TEST(Arguments, PortsAreSeparatedByCommas) {
   EXPECT_EQ(readPorts("4798"), Ports{4798});
   EXPECT_EQ(readPorts("1,65535,1"), (Ports{1, 65535, 1}));

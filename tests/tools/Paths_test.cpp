@@ -49,5 +49,14 @@ TEST(Paths, ReportWhyTheyCannotBeListed) {
   EXPECT_EQ(whyNotListed(tree.at("missing")), "No such file or directory");
 }
 
+TEST(Paths, ReportWhyTheyCannotBeRun) {
+  const Tree tree{"a.txt"};
+  EXPECT_EQ(whyNotRun("/bin/sh"), std::nullopt);
+  EXPECT_EQ(whyNotRun(tree.root()), "Is a directory");
+  EXPECT_EQ(whyNotRun(tree.at("a.txt")), "Permission denied");
+  EXPECT_EQ(whyNotRun(tree.at("missing")), "No such file or directory");
+  EXPECT_EQ(whyNotRun("/dev/null"), "Not a regular file");
+}
+
 }  // namespace
 }  // namespace kt::test

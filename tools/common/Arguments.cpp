@@ -4,6 +4,7 @@
 
 #include <arpa/inet.h>
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 
@@ -42,10 +43,6 @@ std::optional<std::vector<Value>> readList(std::string_view text,
   return values;
 }
 
-std::optional<std::int32_t> readPort(std::string_view text) {
-  return readNumber(text, std::int32_t{1}, std::int32_t{65535});
-}
-
 // Reads a dotted address into network byte order.
 std::optional<std::uint32_t> readDotted(std::string_view text) {
   in_addr address{};
@@ -75,6 +72,27 @@ std::optional<std::chrono::duration<double>> readSeconds(std::string_view text) 
   const std::optional<double> seconds = readNumber(text, 0.0, secondsOfADay);
   if (!seconds) return std::nullopt;
   return std::chrono::duration<double>(*seconds);
+}
+
+std::optional<std::chrono::milliseconds> readTimeLimit(std::string_view text) {
+  const auto seconds = readSeconds(text);
+  if (!seconds || seconds->count() == 0) return std::nullopt;
+  constexpr std::chrono::milliseconds shortest{1};
+  return std::max(shortest, std::chrono::round<std::chrono::milliseconds>(*seconds));
+}
+
+std::optional<std::int32_t> readWorkers(std::string_view text) {
+  return readNumber(text, std::int32_t{1}, std::int32_t{64});
+}
+
+std::optional<bool> readYesOrNo(std::string_view text) {
+  if (text == "YES") return true;
+  if (text == "NO") return false;
+  return std::nullopt;
+}
+
+std::optional<std::int32_t> readPort(std::string_view text) {
+  return readNumber(text, std::int32_t{1}, std::int32_t{65535});
 }
 
 std::optional<std::vector<std::int32_t>> readPorts(std::string_view text) {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 
 // Reads numbers and addresses strictly: the whole text counts, without white space or a plus sign.
-// Each function returns nothing if the text is malformed or out of range. Functions without state.
+// Each function returns nothing if the text is malformed or out of range. The constant after a
+// function completes the refusal: "\"0\" is not a port from 1 to 65535". Functions without state.
 #ifndef KT_TOOLS_COMMON_ARGUMENTS_H
 #define KT_TOOLS_COMMON_ARGUMENTS_H
 
@@ -30,8 +31,27 @@ namespace kt::tools {
 // Reads decimal seconds, 0 <= seconds <= 86400 (a day): "0.25"
 [[nodiscard]] std::optional<std::chrono::duration<double>> readSeconds(std::string_view text);
 
-// Reads one or more ports, 1 <= port <= 65535, separated by commas: "4798,4711"
+// Reads the seconds that work may take, 0 < seconds <= 86400, to the nearest millisecond, at least
+// one: "0.25"
+[[nodiscard]] std::optional<std::chrono::milliseconds> readTimeLimit(std::string_view text);
+inline constexpr const char *timeLimitWanted = "a number of seconds above 0, at most 86400";
+
+// Reads a number of threads, 1 <= number <= 64: "4"
+[[nodiscard]] std::optional<std::int32_t> readWorkers(std::string_view text);
+inline constexpr const char *workersWanted = "a number from 1 to 64";
+
+// Reads YES or NO.
+[[nodiscard]] std::optional<bool> readYesOrNo(std::string_view text);
+inline constexpr const char *yesOrNoWanted = "YES or NO";
+
+// Reads one port, 1 <= port <= 65535: "4798"
+[[nodiscard]] std::optional<std::int32_t> readPort(std::string_view text);
+inline constexpr const char *portWanted = "a port from 1 to 65535";
+
+// Reads one or more ports separated by commas: "4798,4711"
 [[nodiscard]] std::optional<std::vector<std::int32_t>> readPorts(std::string_view text);
+inline constexpr const char *portsWanted =
+    "a list of ports from 1 to 65535 with commas between them";
 
 // Reads a number, lowest <= number <= highest, from a value of a request: a string, as the
 // functions above read texts, or a number.
@@ -40,6 +60,7 @@ namespace kt::tools {
 
 // Returns the text itself if it is a dotted IPv4 address: "192.168.1.255"
 [[nodiscard]] std::optional<std::string> readAddress(std::string_view text);
+inline constexpr const char *addressWanted = "an IPv4 address such as 192.168.1.255";
 
 // Reads where to look for servers: one or more dotted IPv4 addresses separated by commas, as
 // addresses in network byte order, or "all", as no address: "10.0.0.255,10.0.1.255"

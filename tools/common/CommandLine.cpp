@@ -60,13 +60,12 @@ void CommandLine::addSeveral(const OptionHelp &help, std::vector<std::string> &v
   app_->add_option(help.names, values, help.description)->type_name(help.valueName);
 }
 
-void CommandLine::addList(const OptionHelp &help, std::vector<std::string> &values, CheckText check,
-                          const char *needed) {
+void CommandLine::addList(const OptionHelp &help, std::vector<std::string> &values,
+                          CheckText check) {
   app_->add_option(help.names, values, help.description)
       ->type_name(help.valueName)
       ->check(check)
-      ->delimiter(',')
-      ->needs(app_->get_option(needed));
+      ->delimiter(',');
 }
 
 void CommandLine::addOption(const OptionHelp &help, void *value, ReadText read,
@@ -98,6 +97,10 @@ void CommandLine::addArguments(const char *name, std::vector<std::string> &value
 void CommandLine::addRest(std::vector<std::string> &rest) {
   app_->allow_extras();
   app_->callback([app = app_, &rest] { rest = app->remaining(); });
+}
+
+bool CommandLine::isGiven(const std::string &name) const {
+  return app_->get_option(name)->count() > 0;
 }
 
 void CommandLine::setFooter(std::string_view text) {

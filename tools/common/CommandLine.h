@@ -53,9 +53,8 @@ class CommandLine {
   // Adds an option followed by one or more texts.
   void addSeveral(const OptionHelp &help, std::vector<std::string> &values);
 
-  // Adds an option with texts separated by commas. It is refused without the option `needed`.
-  void addList(const OptionHelp &help, std::vector<std::string> &values, CheckText check,
-               const char *needed);
+  // Adds an option with texts separated by commas.
+  void addList(const OptionHelp &help, std::vector<std::string> &values, CheckText check);
 
   // Adds an option whose text `read` converts; `read` returns nothing to refuse the text. The
   // refusal says that the text is not `wanted`: "a number of milliseconds from 1 up".
@@ -79,6 +78,9 @@ class CommandLine {
 
   // Stores in `rest` the arguments that no option or argument takes, instead of refusing them.
   void addRest(std::vector<std::string> &rest);
+
+  // Returns whether the parsed command line gives the option: "--count"
+  [[nodiscard]] bool isGiven(const std::string &name) const;
 
   // Ends --help with `text`. A line feed at either end of it is dropped, so that a raw string
   // literal may begin and end on lines of its own.

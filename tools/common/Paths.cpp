@@ -3,6 +3,8 @@
 #include "tools/common/Paths.h"
 
 #include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -64,6 +66,15 @@ std::optional<std::string> whyNotListed(const std::string &path) {
   DIR *directory = ::opendir(path.c_str());
   if (directory == nullptr) return std::strerror(errno);
   (void)::closedir(directory);  // only opening it mattered
+  return std::nullopt;
+}
+
+std::optional<std::string> whyNotRun(const std::string &path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return std::strerror(errno);
+  if (S_ISDIR(status.st_mode)) return std::strerror(EISDIR);
+  if (!S_ISREG(status.st_mode)) return "Not a regular file";
+  if (::access(path.c_str(), X_OK) != 0) return std::strerror(errno);
   return std::nullopt;
 }
 

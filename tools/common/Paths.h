@@ -30,6 +30,9 @@ namespace kt::tools {
 // or nothing if it can.
 [[nodiscard]] std::optional<std::string> whyNotListed(const std::string &path);
 
+// Returns why the program in the file `path` can't be run, in the same words, or nothing if it can.
+[[nodiscard]] std::optional<std::string> whyNotRun(const std::string &path);
+
 }  // namespace kt::tools
 
 #endif

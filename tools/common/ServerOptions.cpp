@@ -13,7 +13,7 @@ void addServerOptions(CommandLine &line, ServerOptions &options) {
   line.addOption<readPorts>(
       {"--ports", "N,N,...",
        "The server's ports, in order\n(default: " + portList(options.ports) + ")"},
-      options.ports, "a list of ports from 1 to 65535 with commas between them");
+      options.ports, portsWanted);
 }
 
 void addDebugFlag(CommandLine &line, bool &debug) {

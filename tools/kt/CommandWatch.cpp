@@ -20,7 +20,7 @@
 #include "tools/kt/Request.h"
 #include "tools/kt/Results.h"
 #include "tools/kt/Search.h"
-#include "tools/kt/Signals.h"
+#include "tools/common/Signals.h"
 #include "tools/kt/Terminal.h"
 #include "tools/kt/WatchScreen.h"
 #include "tools/text/Escape.h"

@@ -23,11 +23,11 @@
 #include "tools/common/DirectedClient.h"
 #include "tools/common/Failure.h"
 #include "tools/common/Output.h"
+#include "tools/common/Signals.h"
 #include "tools/ktd/ConfigurationSource.h"
 #include "tools/ktd/Dispatcher.h"
 #include "tools/ktd/RunHandler.h"
 #include "tools/ktd/ServiceManager.h"
-#include "tools/ktd/SignalQueue.h"
 #include "tools/text/Escape.h"
 
 namespace kt::tools {
@@ -83,10 +83,20 @@ void configure(KtUDPDaemon &daemon, const Configuration &configuration) {
 
 // ---- Serving ----
 
+// Returns the signals that the server obeys. SIGTERM and SIGINT end it even if it was started to
+// ignore them, as shells start a program with "&"; so does SIGHUP if it has a meaning of its own.
+Signals signalsOf(bool reloads) {
+  constexpr std::array numbers{SIGTERM, SIGINT, SIGHUP};
+  for (const int number : numbers) {
+    if (number != SIGHUP || reloads) std::signal(number, SIG_DFL);
+  }
+  return Signals(numbers);
+}
+
 // Waits for datagrams and signals, and for the time to look after the rest.
 class Loop {
  public:
-  Loop(KtUDPDaemon &daemon, Dispatcher &dispatcher, SignalQueue &signals,
+  Loop(KtUDPDaemon &daemon, Dispatcher &dispatcher, const Signals &signals,
        Configuration configuration, const Reload &reload, ErrorLog &errors)
       : daemon_(daemon),
         dispatcher_(dispatcher),
@@ -178,7 +188,7 @@ class Loop {
 
   KtUDPDaemon &daemon_;
   Dispatcher &dispatcher_;
-  SignalQueue &signals_;
+  const Signals &signals_;
   Configuration configuration_;
   const Reload &reload_;
   ErrorLog &errors_;
@@ -190,7 +200,7 @@ class Loop {
 }  // namespace
 
 void serve(Configuration configuration, const Reload &reload, ErrorLog &errors) {
-  SignalQueue signals{SIGTERM, SIGINT, SIGHUP};
+  const Signals signals = signalsOf(reload != nullptr);
   becomeSubreaper();
   KtUDPDaemon daemon;
   configure(daemon, configuration);

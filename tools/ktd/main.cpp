@@ -1,78 +1,43 @@
 // SPDX-License-Identifier: MIT
 
-// ktd: a host for KtUDPDaemon. A second thread serves; the main thread waits for the signals that
-// end the process.
-#include <algorithm>
+// ktd: a host for KtUDPDaemon. Reads its configuration and serves, or prints it.
 #include <csignal>
 #include <cstdio>
+#include <exception>
+#include <optional>
+#include <utility>
 
 #include "kt/diagnostics/KtDebug.h"
-#include "tools/common/Arguments.h"
 #include "tools/common/EscapedLog.h"
 #include "tools/common/Failure.h"
-#include "tools/common/Paths.h"
+#include "tools/common/Output.h"
+#include "tools/ktd/ConfigurationSource.h"
+#include "tools/ktd/ErrorLog.h"
 #include "tools/ktd/Host.h"
-#include "tools/ktd/Kinds.h"
 
 namespace kt::tools {
 
 namespace {
 
-// ---- The command line ----
-
-constexpr const char *broadcastHelp =
-    R"(Where --unique looks for other servers (default: that of
-the host "broadcasthost", else 255.255.255.255))";
-
-constexpr const char *footerEnd = R"(
-With --files, anyone who can send requests may read these names.
-Ends with status 0 on SIGTERM and SIGINT, 1 if it cannot serve, 2 on wrong usage.
-KtDebugEnabled=YES in the environment turns the log of --debug on, too.
-)";
-
-std::string footer() {
-  std::string text = "Answers these kinds of requests:\n";
-  for (const Kind &kind : allKinds()) {
-    std::string line = "  " + std::string(kind.name);
-    line.resize(std::max<std::size_t>(12, line.size() + 2), ' ');
-    text += line.append(kind.summary) += '\n';
-  }
-  return text + footerEnd;
+void serveAs(const ConfigurationSource &source, Configuration configuration) {
+  if (configuration.debug) KtSetDebugEnabled(1);
+  escapeLogOnTerminal();
+  ErrorLog errors;
+  const Reload reload = source.hasFile() ? Reload([&source] { return source.load(); }) : Reload();
+  serve(std::move(configuration), reload, errors);
 }
-
-void addFileOptions(CommandLine &line, ServedFiles &served) {
-  line.addSeveral({"--files", "DIR", "Serve the names of the files below these directories"},
-                  served.roots);
-  line.addList({"--types", "EXT,EXT,...",
-                "Serve files of these extensions only (default: those\nthat a request asks for)"},
-               served.types, extensionProblem, "--files");
-}
-
-std::optional<int> parseOptions(Configuration &options, int argc, const char *const *argv) {
-  ProgramLine line("ktd", "Serves requests from clients on the local network until it is stopped.");
-  addServerOptions(line, options);
-  line.addOption<readAddress>({"--broadcast", "ADDRESS", broadcastHelp}, options.broadcast,
-                              "an IPv4 address such as 192.168.1.255");
-  addDebugFlag(line, options.debug);
-  line.addFlag("--unique", options.unique,
-               "Refuse to start while another server of the signature answers");
-  addFileOptions(line, options.service.files);
-  line.setFooter(footer());
-  return line.parse(argc, argv);
-}
-
-// ---- Running ----
 
 int run(int argc, const char *const *argv) {
-  Configuration options;
-  if (const std::optional<int> status = parseOptions(options, argc, argv)) return *status;
-  if (options.debug) KtSetDebugEnabled(1);
-  escapeLogOnTerminal();
+  ConfigurationSource source;
+  if (const std::optional<int> status = source.parse(argc, argv)) return *status;
   std::signal(SIGPIPE, SIG_IGN);  // a closed output appears as a failed write
-
-  ErrorLog errors;
   try {
-    serve(options, {}, errors);
+    Configuration configuration = source.load();
+    if (source.printsConfiguration()) {
+      printText(textOf(configuration));
+    } else {
+      serveAs(source, std::move(configuration));
+    }
     return exitDone;
   } catch (const std::exception &error) {
     std::fprintf(stderr, "ktd: %s\n", error.what());

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-#include "tools/kt/Signals.h"
+#include "tools/common/Signals.h"
 
 #include <pthread.h>
 #include <sys/signalfd.h>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 
-// Signals as events of a loop: they arrive at a descriptor instead of interrupting the program. For
-// a program with one thread; one object at a time.
-#ifndef KT_TOOLS_KT_SIGNALS_H
-#define KT_TOOLS_KT_SIGNALS_H
+// Signals as events of a loop: they arrive at a descriptor instead of interrupting the program. One
+// object at a time, on the main thread; make it before other threads start.
+#ifndef KT_TOOLS_COMMON_SIGNALS_H
+#define KT_TOOLS_COMMON_SIGNALS_H
 
 #include <csignal>
 #include <optional>
