@@ -11,7 +11,7 @@
 
 #include "kt/udp/KtMessage.h"
 #include "tests/support/ScratchFolder.h"
-#include "tests/tools/Asker.h"
+#include "tests/tools/FakeClient.h"
 #include "tools/common/CommandLine.h"
 
 namespace kt::test {
@@ -21,7 +21,7 @@ using namespace tools;
 
 class Dispatcher : public testing::Test {
  protected:
-  Dictionary answerTo(const Dictionary &request) { return asker_.askOnce(request); }
+  Dictionary answerTo(const Dictionary &request) { return client_.askOnce(request); }
 
   static std::string errorOf(const Dictionary &answer) {
     const PropertyList *error = answer.find("Error");
@@ -31,7 +31,7 @@ class Dispatcher : public testing::Test {
   KtUDPDaemon daemon_;
   ErrorLog errors_;
   tools::Dispatcher dispatcher_{daemon_, {}, 2, errors_};
-  Asker asker_{dispatcher_};
+  FakeClient client_{dispatcher_};
 };
 
 const char *const unknownKind =
@@ -193,7 +193,7 @@ TEST_F(Dispatcher, FilesWithoutTokenIsAnsweredWithToken) {
 }
 
 TEST_F(Dispatcher, WrongTokenIsAnsweredWithRightOne) {
-  const Data right = asker_.token();
+  const Data right = client_.token();
   Data wrong = right;
   wrong[0] ^= std::byte{1};
   const Dictionary answer = answerTo({{"KtUDPKeyword", "Files"}, {"Token", wrong}});
@@ -201,31 +201,31 @@ TEST_F(Dispatcher, WrongTokenIsAnsweredWithRightOne) {
 }
 
 TEST_F(Dispatcher, TokenOfOtherSenderIsWrong) {
-  Asker other(dispatcher_, 2);
-  Asker otherPort(dispatcher_, 1, 5001);
-  const Dictionary request{{"KtUDPKeyword", "Files"}, {"Token", asker_.token()}};
+  FakeClient other(dispatcher_, 2);
+  FakeClient otherPort(dispatcher_, 1, 5001);
+  const Dictionary request{{"KtUDPKeyword", "Files"}, {"Token", client_.token()}};
   EXPECT_TRUE(other.askOnce(request).contains("Token"));
   EXPECT_TRUE(otherPort.askOnce(request).contains("Token"));
-  EXPECT_EQ(errorOf(asker_.askOnce(request)), "This server serves no files.");
+  EXPECT_EQ(errorOf(client_.askOnce(request)), "This server serves no files.");
 }
 
 TEST_F(Dispatcher, AnswerOfThreeTimesItsRequestNeedsNoToken) {
-  EXPECT_TRUE(asker_.askOnce(echoOfSize(1500), 500).contains("a"));
+  EXPECT_TRUE(client_.askOnce(echoOfSize(1500), 500).contains("a"));
 }
 
 TEST_F(Dispatcher, LongerAnswerNeedsToken) {
-  EXPECT_TRUE(asker_.askOnce(echoOfSize(1500), 499).contains("Token"));
+  EXPECT_TRUE(client_.askOnce(echoOfSize(1500), 499).contains("Token"));
 }
 
 TEST_F(Dispatcher, AnswerOfTwelveHundredBytesNeedsNoToken) {
-  EXPECT_TRUE(asker_.askOnce(echoOfSize(1200), 10).contains("a"));
-  EXPECT_TRUE(asker_.askOnce(echoOfSize(1201), 10).contains("Token"));
+  EXPECT_TRUE(client_.askOnce(echoOfSize(1200), 10).contains("a"));
+  EXPECT_TRUE(client_.askOnce(echoOfSize(1201), 10).contains("Token"));
 }
 
 TEST_F(Dispatcher, LongAnswerIsGivenForToken) {
   Dictionary request = echoOfSize(1500);
-  request["Token"] = asker_.token();
-  EXPECT_TRUE(asker_.askOnce(request, 10).contains("a"));
+  request["Token"] = client_.token();
+  EXPECT_TRUE(client_.askOnce(request, 10).contains("a"));
 }
 
 // ---- Status ----
@@ -249,7 +249,7 @@ TEST_F(Dispatcher, StatusHasNoFiguresOfUnknownKinds) {
 // ---- Stop ----
 
 TEST_F(Dispatcher, RequestsAreAnsweredWithStoppingOnceItStops) {
-  const Dictionary token{{"KtUDPKeyword", "Files"}, {"Token", asker_.token()}};
+  const Dictionary token{{"KtUDPKeyword", "Files"}, {"Token", client_.token()}};
   dispatcher_.stop();
   EXPECT_EQ(errorOf(answerTo({{"KtUDPKeyword", "Echo"}})), "stopping");
   EXPECT_EQ(errorOf(answerTo(token)), "stopping");

@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "kt/udp/KtMessage.h"
-#include "tests/tools/Asker.h"
+#include "tests/tools/FakeClient.h"
 #include "tests/walker/Tree.h"
 #include "tools/common/Paths.h"
 #include "tools/ktd/Dispatcher.h"
@@ -37,7 +37,7 @@ class KindFiles : public testing::Test {
 
   [[nodiscard]] Dictionary answerTo(Dictionary request) {
     request[keywordKey] = "Files";
-    return Asker(*dispatcher_).ask(std::move(request));
+    return FakeClient(*dispatcher_).ask(std::move(request));
   }
 
   [[nodiscard]] std::string errorOf(const Dictionary &request) {

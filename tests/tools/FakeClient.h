@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 
 // Asks ktd's dispatcher as clients do, but without a network.
-#ifndef KT_TESTS_TOOLS_ASKER_H
-#define KT_TESTS_TOOLS_ASKER_H
+#ifndef KT_TESTS_TOOLS_FAKECLIENT_H
+#define KT_TESTS_TOOLS_FAKECLIENT_H
 
 #include <gtest/gtest.h>
 
@@ -48,9 +48,10 @@ class PendingAnswer {
 };
 
 // A client with an address of its own.
-class Asker {
+class FakeClient {
  public:
-  explicit Asker(tools::Dispatcher &dispatcher, std::uint8_t host = 1, std::uint16_t port = 5000)
+  explicit FakeClient(tools::Dispatcher &dispatcher, std::uint8_t host = 1,
+                      std::uint16_t port = 5000)
       : dispatcher_(dispatcher), address_(ipv4(htonl(0x0a000000U + host), port)) {}
 
   [[nodiscard]] const sockaddr_in &address() const { return address_; }
