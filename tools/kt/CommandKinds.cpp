@@ -23,11 +23,13 @@ and summary.
 // out of sight.
 constexpr std::size_t widestName = 32;
 
-// Returns the kinds in `answer`, each with its sentence. Throws Failure if it has none.
+using Kind = Dictionary::value_type;  // a name and a sentence
+
+// Returns the kinds in `answer`. Throws Failure if it has none or if a sentence is not a string.
 const Dictionary &kindsIn(const Dictionary &answer) {
   requireNoError(answer);
   const Dictionary *kinds = answer.dictionary(kindsKey);
-  const bool allText = kinds != nullptr && std::ranges::all_of(*kinds, [](const auto &kind) {
+  const bool allText = kinds != nullptr && std::ranges::all_of(*kinds, [](const Kind &kind) {
                          return kind.second.asString() != nullptr;
                        });
   if (!allText) throw Failure("the server's answer lists no kinds: " + answer.description());
@@ -36,16 +38,23 @@ const Dictionary &kindsIn(const Dictionary &answer) {
 
 std::size_t widthOf(const Dictionary &kinds) {
   std::size_t width = 0;
-  for (const auto &[name, summary] : kinds) {
-    width = std::max(width, std::min(escaped(name).size(), widestName));
+  for (const Kind &kind : kinds) {
+    width = std::max(width, std::min(escaped(kind.first).size(), widestName));
   }
   return width;
 }
 
-std::string lineOf(const std::string &kind, const std::string &summary, std::size_t width) {
-  std::string line = escaped(kind);
+std::string lineFor(const Kind &kind, std::size_t width) {
+  std::string line = escaped(kind.first);
   line.resize(std::max(width, line.size()) + 2, ' ');
-  return line + escaped(summary);
+  return line + escaped(*kind.second.asString());
+}
+
+std::string jsonFor(const Kind &kind) {
+  return JsonObject()
+      .addText("kind", kind.first)
+      .addText("summary", *kind.second.asString())
+      .text();
 }
 
 class Kinds : public Command {
@@ -58,11 +67,8 @@ class Kinds : public Command {
     const Dictionary &kinds = kindsIn(answer);
     const std::size_t width = widthOf(kinds);
     Results results(options);
-    for (const auto &[kind, summary] : kinds) {
-      const std::string &sentence = *summary.asString();  // kindsIn has checked it
-      results.add(
-          [&] { return lineOf(kind, sentence, width); },
-          [&] { return JsonObject().addText("kind", kind).addText("summary", sentence).text(); });
+    for (const Kind &kind : kinds) {
+      results.add([&] { return lineFor(kind, width); }, [&] { return jsonFor(kind); });
     }
     results.flush();
     return exitDone;
