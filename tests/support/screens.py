@@ -6,7 +6,6 @@ import fcntl
 import os
 import re
 import resource
-import select
 import signal
 import struct
 import subprocess
@@ -82,12 +81,11 @@ class TerminalProgram:
     """A program on a terminal of its own, which also controls it: Ctrl-C works."""
 
     def __init__(self, test, *command, width=80, height=24, environment=None, ignored=()):
-        self._terminal, self._end = os.openpty()
+        self._terminal, end = os.openpty()
         test.addCleanup(os.close, self._terminal)
-        test.addCleanup(os.close, self._end)
         self.screen = Screen(width, height)
         self.resize(width, height)
-        self.modes = termios.tcgetattr(self._end)
+        self.modes = termios.tcgetattr(self._terminal)
         self._decoder = codecs.getincrementaldecoder("utf-8")()
 
         def begin():
@@ -97,11 +95,10 @@ class TerminalProgram:
                 signal.signal(number, signal.SIG_IGN)
 
         self.process = subprocess.Popen(
-            command, stdin=self._end, stdout=self._end, stderr=self._end,
+            command, stdin=end, stdout=end, stderr=end,
             start_new_session=True, preexec_fn=begin,
             env={**os.environ, "LC_ALL": "C.UTF-8", **(environment or {})})
-        self._ended = os.pidfd_open(self.process.pid)  # can be read once it has
-        test.addCleanup(os.close, self._ended)
+        os.close(end)  # now only the program has it open
         test.addCleanup(self._kill)
 
     def _kill(self):
@@ -111,7 +108,7 @@ class TerminalProgram:
     def resize(self, width, height):
         """Gives the terminal another size, of which the program gets a signal."""
         self.screen.resize(width, height)
-        fcntl.ioctl(self._end, termios.TIOCSWINSZ, struct.pack("HHHH", height, width, 0, 0))
+        fcntl.ioctl(self._terminal, termios.TIOCSWINSZ, struct.pack("HHHH", height, width, 0, 0))
 
     def send_signal(self, number):
         self.process.send_signal(number)
@@ -140,11 +137,13 @@ class TerminalProgram:
 
     def has_first_modes(self):
         """Returns whether the terminal is in the modes in which the program found it."""
-        return termios.tcgetattr(self._end) == self.modes
+        return termios.tcgetattr(self._terminal) == self.modes
 
     def _read(self):
-        """Waits for output and shows it. Returns False if there is none because of the end."""
-        if self._terminal not in select.select([self._terminal, self._ended], [], [])[0]:
+        """Waits for output and shows it. Returns False if there will be none any more."""
+        try:
+            output = os.read(self._terminal, 65536)
+        except OSError:  # how Linux reports the end of a terminal
             return False
-        self.screen.write(self._decoder.decode(os.read(self._terminal, 65536)))
+        self.screen.write(self._decoder.decode(output))
         return True
