@@ -40,7 +40,7 @@ namespace kt {
 
 // At most 4,096 requests are in flight; further ones wait, and are sent in order as others end.
 // What does not fit into the receive buffer of either end is lost and sent again later. A system's
-// default buffer holds some 250 small datagrams, so a few dozen in flight are usually fastest.
+// default buffer holds some 300 small datagrams.
 class AsyncClient {
  public:
   // Called once with the data packet of a request's answer. Called with nothing

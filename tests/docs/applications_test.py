@@ -1,12 +1,13 @@
 # SPDX-License-Identifier: MIT
 """The servers and the client of docs/applications.md. The environment names the programs (KT, KTD)
-and the examples (STOPPABLE_SERVER, DEFERRED_ANSWER, KNOWN_SERVER).
+and the examples (STOPPABLE_SERVER, DEFERRED_ANSWER, KNOWN_SERVER, EVENT_LOOP, ASIO_LOOP).
 """
 
 import os
 import subprocess
 import unittest
 
+from documents import consoles
 from peers import udp_socket
 from programs import Daemon, Program, ProgramTest, kt, run
 
@@ -64,6 +65,15 @@ class KnownServer(ProgramTest):
     def test_fails_at_host_without_server(self):
         result = run("KNOWN_SERVER", "127.0.0.1", "KtUDP", "Status")
         self.assert_result(result, 1, "", "no server at 127.0.0.1\n")
+
+
+class OneLoop(ProgramTest):
+    def test_has_server_and_client_with_poll(self):
+        [shown] = [text for _, text in consoles() if text.startswith("$ event_loop\n")]
+        self.assert_result(run("EVENT_LOOP"), 0, shown.removeprefix("$ event_loop\n"))
+
+    def test_has_server_and_client_with_asio(self):
+        self.assert_result(run("ASIO_LOOP"), 0, "{ KtUDPKeyword = Hum; }\n")
 
 
 if __name__ == "__main__":

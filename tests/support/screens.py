@@ -6,10 +6,10 @@ import fcntl
 import os
 import re
 import resource
-import select
 import signal
 import struct
 import subprocess
+import sys
 import termios
 # What a program may write: a control sequence, a line end, or a character.
 TOKEN = re.compile(r"\x1b\[(\??[\d;]*)([A-Za-z])|([\r\n])|([^\x1b\r\n])")
@@ -78,43 +78,61 @@ class Screen:
             raise AssertionError(f"not understood: ESC [ {numbers} {command}")
 
 
+# Leads the session of a program, so that its terminal outlives it: when the leader ends, the system
+# resets the modes. Tells the program's process and its status. Signal keys are not for the leader.
+LEADER = """
+import os, signal, subprocess, sys
+channel = os.fdopen(int(sys.argv[1]), "w", buffering=1)
+for number in (signal.SIGINT, signal.SIGQUIT, signal.SIGTSTP):
+    signal.signal(number, lambda *_: None)
+ignored = [int(number) for number in sys.argv[2].split()]
+program = subprocess.Popen(
+    sys.argv[3:], preexec_fn=lambda: [signal.signal(number, signal.SIG_IGN) for number in ignored])
+os.closerange(0, 3)
+print(program.pid, file=channel)
+print(program.wait(), file=channel)
+while True:
+    signal.pause()
+"""
+
+
 class TerminalProgram:
     """A program on a terminal of its own, which also controls it: Ctrl-C works."""
 
     def __init__(self, test, *command, width=80, height=24, environment=None, ignored=()):
-        self._terminal, self._end = os.openpty()
+        self._terminal, end = os.openpty()
         test.addCleanup(os.close, self._terminal)
-        test.addCleanup(os.close, self._end)
         self.screen = Screen(width, height)
         self.resize(width, height)
-        self.modes = termios.tcgetattr(self._end)
+        self.modes = termios.tcgetattr(self._terminal)
         self._decoder = codecs.getincrementaldecoder("utf-8")()
 
         def begin():
             fcntl.ioctl(0, termios.TIOCSCTTY, 0)
             resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
-            for number in ignored:
-                signal.signal(number, signal.SIG_IGN)
 
-        self.process = subprocess.Popen(
-            command, stdin=self._end, stdout=self._end, stderr=self._end,
+        reader, writer = os.pipe()
+        self._leader = subprocess.Popen(
+            [sys.executable, "-c", LEADER, str(writer), " ".join(str(int(n)) for n in ignored),
+             *command],
+            stdin=end, stdout=end, stderr=end, pass_fds=[writer],
             start_new_session=True, preexec_fn=begin,
             env={**os.environ, "LC_ALL": "C.UTF-8", **(environment or {})})
-        self._ended = os.pidfd_open(self.process.pid)  # can be read once it has
-        test.addCleanup(os.close, self._ended)
-        test.addCleanup(self._kill)
-
-    def _kill(self):
-        self.process.kill()
-        self.process.wait()
+        os.close(writer)
+        os.close(end)  # now only the program has it open
+        self._news = os.fdopen(reader)
+        test.addCleanup(self._news.close)
+        test.addCleanup(self._leader.wait)
+        test.addCleanup(self._leader.kill)  # the system then hangs up on the program
+        self._pid = int(self._news.readline())
 
     def resize(self, width, height):
         """Gives the terminal another size, of which the program gets a signal."""
         self.screen.resize(width, height)
-        fcntl.ioctl(self._end, termios.TIOCSWINSZ, struct.pack("HHHH", height, width, 0, 0))
+        fcntl.ioctl(self._terminal, termios.TIOCSWINSZ, struct.pack("HHHH", height, width, 0, 0))
 
     def send_signal(self, number):
-        self.process.send_signal(number)
+        os.kill(self._pid, number)
 
     def press(self, keys):
         os.write(self._terminal, keys.encode())
@@ -123,7 +141,7 @@ class TerminalProgram:
         """Returns the lines on the screen once condition(lines) is true."""
         while not condition(lines := self.screen.lines()):
             if not self._read():
-                raise EOFError(f"{self.process.args} ended; on the screen: {lines}")
+                raise EOFError(f"the program ended; on the screen: {lines}")
         return lines
 
     def await_text(self, pattern):
@@ -136,15 +154,17 @@ class TerminalProgram:
         """Waits for the program's end; returns its status. The screen is then complete."""
         while self._read():
             pass
-        return self.process.wait()
+        return int(self._news.readline())
 
     def has_first_modes(self):
         """Returns whether the terminal is in the modes in which the program found it."""
-        return termios.tcgetattr(self._end) == self.modes
+        return termios.tcgetattr(self._terminal) == self.modes
 
     def _read(self):
-        """Waits for output and shows it. Returns False if there is none because of the end."""
-        if self._terminal not in select.select([self._terminal, self._ended], [], [])[0]:
+        """Waits for output and shows it. Returns False if there will be none any more."""
+        try:
+            output = os.read(self._terminal, 65536)
+        except OSError:  # how Linux reports the end of a terminal
             return False
-        self.screen.write(self._decoder.decode(os.read(self._terminal, 65536)))
+        self.screen.write(self._decoder.decode(output))
         return True

@@ -8,7 +8,8 @@ from peers import Peer, always, identification, remove_broadcast_route, server, 
 from programs import BRIEF, COMMANDS_WITH_TIMEOUT, DEFAULT_PORTS, Daemon, ProgramTest, kt, \
     kt_briefly
 
-ARGUMENTS = {"send": ["Status"], "ping": ["-c", "1"], "eval": ["1 + 1"]}
+ARGUMENTS = {"send": ["Status"], "ping": ["-c", "1"], "eval": ["1 + 1"],
+             "watch": ["--json", "-c", "1"]}
 
 
 def no_server(place, ports=DEFAULT_PORTS):

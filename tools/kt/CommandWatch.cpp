@@ -9,6 +9,7 @@
 #include <csignal>
 #include <deque>
 #include <span>
+#include <utility>
 
 #include "kt/udp/KtUDPClient.h"
 #include "tools/common/Arguments.h"
@@ -67,9 +68,14 @@ constexpr std::array screenSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGWINCH, S
 
 class Watch {
  public:
-  // `signals` must outlive it.
-  Watch(const Options &options, const Arguments &arguments, const Signals &signals)
-      : options_(options), arguments_(arguments), signals_(signals), search_(options_) {
+  // Watches the servers at `addresses`. `signals` must outlive it.
+  Watch(const Options &options, const Arguments &arguments, Addresses addresses,
+        const Signals &signals)
+      : options_(options),
+        arguments_(arguments),
+        addresses_(std::move(addresses)),
+        signals_(signals),
+        search_(options_) {
     applyOptions(settings_, options_);
     if (!options_.json && !options_.quiet) terminal_.emplace();
   }
@@ -157,7 +163,8 @@ class Watch {
       isChanged_ = !terminal_->show(screenLines(servers_, size, terminal_->charset()));
       return;
     }
-    std::string line = "No server of signature " + inQuotes(options_.signature) + " answers.";
+    std::string line =
+        "No server of signature " + inQuotes(options_.signature) + " has answered yet.";
     line.resize(std::min(line.size(), size.width));
     isChanged_ = !terminal_->show({line});
   }
@@ -234,8 +241,8 @@ class Watch {
 
   const Options options_;
   const Arguments arguments_;
+  const Addresses addresses_;
   const Signals &signals_;
-  const Addresses addresses_ = addressesOfAllServers(options_);
   KtUDPClient settings_;  // what requests are sent with
   Search search_;
   std::vector<WatchedServer> servers_;  // the first ones of search_.found(), in their order
@@ -270,11 +277,12 @@ class WatchCommand : public Command {
       throw Misuse("standard output is not a terminal; --json prints for a program to read");
     }
     Options once = options;
-    if (!once.retries) once.retries = 0;  // a lost datagram is to show
+    if (!once.retries) once.retries = 0;                // a lost datagram is to show
+    Addresses addresses = addressesOfAllServers(once);  // a look-up that Ctrl-C can end
     const Signals signals(isOnScreen ? std::span<const int>(screenSignals) : endSignals);
     std::optional<int> deadlySignal;
     try {
-      deadlySignal = Watch(once, arguments_, signals).run();
+      deadlySignal = Watch(once, arguments_, std::move(addresses), signals).run();
     } catch (const ClosedOutput &) {
       return exitDone;  // nobody reads any more: as much a wish to end as a signal
     }
