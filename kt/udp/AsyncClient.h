@@ -85,8 +85,9 @@ class AsyncClient {
   // passed; calling it at any other time does no harm.
   //
   // A completion or acceptance may call request(), but not process(), and may not destroy the
-  // object. If one throws, the exception propagates, what it was called for is done with, and
-  // deadline() is now, as there may be more to do.
+  // object. If one throws, the exception propagates and deadline() is now, as there may be more to
+  // do. The request of a completion that throws is done with; that of an acceptance goes on as if
+  // the reply had been refused.
   void process();
 
   // Returns how many requests have not completed. A request no longer counts while its completion
