@@ -89,8 +89,13 @@ void AsyncClient::request(const Dictionary &packet, Completion completion, Accep
     unsendable_.push_back(std::move(completion));
     return;
   }
-  requests_.emplace(handshake, Request{std::move(text), std::move(completion),
-                                       std::move(acceptance), timeout_, retries_});
+  requests_.emplace(handshake, Request{std::move(text),
+                                       std::move(completion),
+                                       std::move(acceptance),
+                                       timeout_,
+                                       retries_,
+                                       false,
+                                       {}});
   waiting_.push_back(handshake);
   sendWaiting();
 }

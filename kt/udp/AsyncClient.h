@@ -103,8 +103,8 @@ class AsyncClient {
     Acceptance acceptance;     // empty: accepts every reply
     std::int32_t waitMs;       // after the last send, or after the first if there was none
     std::int32_t retriesLeft;  // sends after the first
-    bool isInFlight = false;
-    Clock::time_point deadline{};  // the end of its wait if it is in flight
+    bool isInFlight;
+    Clock::time_point deadline;  // the end of its wait if it is in flight
   };
 
   std::int32_t freshHandshake();
@@ -132,7 +132,7 @@ class AsyncClient {
   std::vector<std::int32_t> randomValues_;  // drawn for handshakes, not yet used
   std::deque<Completion> unsendable_;       // to be called with nothing
   bool isInterrupted_ = false;              // whether process() has not run to its end
-  Clock::time_point overdueSince_{};        // has passed; the deadline of what needs no wait
+  Clock::time_point overdueSince_;          // has passed; the deadline of what needs no wait
 };
 
 }  // namespace kt
