@@ -67,7 +67,8 @@ AsyncClient::~AsyncClient() = default;
 std::int32_t AsyncClient::freshHandshake() {
   if (randomValues_.empty()) {
     randomValues_.resize(drawnTogether);
-    // Without a random source the values are those after 1: still distinct among open requests.
+    // Without a random source every value is 1, or the next that is free: distinct among open
+    // requests, but a late reply to an earlier request may then be accepted.
     if (::getentropy(randomValues_.data(), randomValues_.size() * sizeof(std::int32_t)) != 0) {
       std::fill(randomValues_.begin(), randomValues_.end(), 1);
     }
@@ -88,8 +89,13 @@ void AsyncClient::request(const Dictionary &packet, Completion completion, Accep
     unsendable_.push_back(std::move(completion));
     return;
   }
-  requests_.emplace(handshake, Request{std::move(text), std::move(completion),
-                                       std::move(acceptance), timeout_, retries_});
+  requests_.emplace(handshake, Request{std::move(text),
+                                       std::move(completion),
+                                       std::move(acceptance),
+                                       timeout_,
+                                       retries_,
+                                       false,
+                                       {}});
   waiting_.push_back(handshake);
   sendWaiting();
 }

@@ -85,8 +85,9 @@ class AsyncClient {
   // passed; calling it at any other time does no harm.
   //
   // A completion or acceptance may call request(), but not process(), and may not destroy the
-  // object. If one throws, the exception propagates, what it was called for is done with, and
-  // deadline() is now, as there may be more to do.
+  // object. If one throws, the exception propagates and deadline() is now, as there may be more to
+  // do. The request of a completion that throws is done with; that of an acceptance goes on as if
+  // the reply had been refused.
   void process();
 
   // Returns how many requests have not completed. A request no longer counts while its completion
@@ -102,8 +103,8 @@ class AsyncClient {
     Acceptance acceptance;     // empty: accepts every reply
     std::int32_t waitMs;       // after the last send, or after the first if there was none
     std::int32_t retriesLeft;  // sends after the first
-    bool isInFlight = false;
-    Clock::time_point deadline{};  // the end of its wait if it is in flight
+    bool isInFlight;
+    Clock::time_point deadline;  // the end of its wait if it is in flight
   };
 
   std::int32_t freshHandshake();
@@ -131,7 +132,7 @@ class AsyncClient {
   std::vector<std::int32_t> randomValues_;  // drawn for handshakes, not yet used
   std::deque<Completion> unsendable_;       // to be called with nothing
   bool isInterrupted_ = false;              // whether process() has not run to its end
-  Clock::time_point overdueSince_{};        // has passed; the deadline of what needs no wait
+  Clock::time_point overdueSince_;          // has passed; the deadline of what needs no wait
 };
 
 }  // namespace kt
