@@ -120,7 +120,6 @@ class KtdHandlers(HandlerTest):
             self.assertTrue(client.is_silent())
             self.assertIn("Busy = 1;", RawClient(self).ask("Status"))
             self.assertIn("Queued = 256;", RawClient(self).ask("Status"))
-            self.assertIn("Queued = 256;", RawClient(self).ask("Status"))
 
 
 class KtdStop(HandlerTest):
@@ -162,7 +161,7 @@ class KtdStop(HandlerTest):
 
     def test_second_signal_ends_everything_at_once(self):
         for by in (signal.SIGTERM, signal.SIGINT):
-            daemon = Daemon(self, "--handle", f"Sleep=/bin/sleep 1000")
+            daemon = Daemon(self, "--handle", "Sleep=/usr/bin/tail -f /dev/null")
             client = RawClient(self).get_token()
             client.send("Sleep")
             while "Working = 1;" not in RawClient(self).ask("Status"):
@@ -176,7 +175,7 @@ class KtdStop(HandlerTest):
 
     def test_leaves_no_process_behind(self):
         pids = self.folder / "pids"
-        script = self.script("many", f"sleep 1000 & echo $! >>{pids}; echo $$ >>{pids}; wait")
+        script = self.script("many", f"tail -f /dev/null & echo $! $$ >{pids}; wait")
         daemon = Daemon(self, "--handle", f"Many={script}")
         client = RawClient(self).get_token()
         client.send("Many")
@@ -195,7 +194,7 @@ class KtdStop(HandlerTest):
             client.send("Cat" if number % 4 == 0 else "Echo", "a = b; ")
         daemon.send_signal(signal.SIGTERM)
         for client in clients:
-            self.assertIn(client.receive(), ("{ a = b; }", STOPPING))
+            self.assertRegex(client.receive(), f"^({STOPPING}|{{ .*a = b; }})$")
         self.assertEqual(daemon.wait(), (0, "", ""))
 
 
