@@ -115,8 +115,10 @@ void measure(const char *name, kt::AsyncClient &client, std::size_t count) {
 }
 
 void measureBeside(const char *name, const char *kind, kt::AsyncClient &client, std::size_t count) {
+  constexpr int clients = 8;
   std::vector<Child> load;
-  for (int number = 0; number < 8; ++number) {
+  load.reserve(clients);
+  for (int number = 0; number < clients; ++number) {
     load.emplace_back([kind] { askForEver(kind); });
   }
   (void)echo(client, 500);  // until the load has begun

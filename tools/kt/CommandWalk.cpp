@@ -8,8 +8,8 @@
 
 #include "kt/walker/_KtWalker.h"
 #include "tools/common/Arguments.h"
-#include "tools/common/Paths.h"
 #include "tools/common/Json.h"
+#include "tools/common/Paths.h"
 #include "tools/kt/Results.h"
 #include "tools/text/Escape.h"
 

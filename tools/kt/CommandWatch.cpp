@@ -15,13 +15,13 @@
 #include "tools/common/Arguments.h"
 #include "tools/common/Output.h"
 #include "tools/common/Requests.h"
+#include "tools/common/Signals.h"
 #include "tools/kt/Asker.h"
 #include "tools/kt/Connection.h"
 #include "tools/kt/PollSet.h"
 #include "tools/kt/Request.h"
 #include "tools/kt/Results.h"
 #include "tools/kt/Search.h"
-#include "tools/common/Signals.h"
 #include "tools/kt/Terminal.h"
 #include "tools/kt/WatchScreen.h"
 #include "tools/text/Escape.h"
@@ -69,9 +69,8 @@ constexpr std::array screenSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGWINCH, S
 class Watch {
  public:
   // Watches the servers at `addresses`. `signals` must outlive it.
-  Watch(const Options &options, const Arguments &arguments, Addresses addresses,
-        const Signals &signals)
-      : options_(options),
+  Watch(Options options, const Arguments &arguments, Addresses addresses, const Signals &signals)
+      : options_(std::move(options)),
         arguments_(arguments),
         addresses_(std::move(addresses)),
         signals_(signals),

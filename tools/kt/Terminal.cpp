@@ -81,7 +81,8 @@ void Terminal::leave() {
     setModes(flowing);
   }
   // If the terminal accepts no more, there is nothing to give back.
-  (void)!::write(STDOUT_FILENO, giveBackScreen.data(), giveBackScreen.size());
+  [[maybe_unused]] const ssize_t written =
+      ::write(STDOUT_FILENO, giveBackScreen.data(), giveBackScreen.size());
   if (modes_) setModes(*modes_);
 }
 

@@ -110,8 +110,8 @@ class Loop {
     manager_.ready();
     while (!hasStopped()) {
       wait();
-      serveDatagrams();
       obeySignals();
+      serveDatagrams();
       lookAround();
     }
   }
@@ -119,12 +119,14 @@ class Loop {
  private:
   using Clock = std::chrono::steady_clock;
 
+  static constexpr std::size_t mostAtOnce = 64;  // datagrams between two looks at signals
   static constexpr std::chrono::milliseconds usualPause{1000};
   static constexpr std::chrono::milliseconds pauseWhileStopping{10};
   static constexpr std::chrono::milliseconds patience{2000};
 
   [[nodiscard]] bool hasStopped() const {
-    return end_ && (dispatcher_.isIdle() || Clock::now() >= *end_);
+    if (!end_) return false;
+    return (isDrained_ && dispatcher_.isIdle()) || Clock::now() >= *end_;
   }
 
   void wait() {
@@ -140,8 +142,9 @@ class Loop {
 
   // Serves some datagrams; the others that have arrived end the next wait at once.
   void serveDatagrams() {
+    isDrained_ = false;
     try {
-      daemon_.processPending();
+      isDrained_ = daemon_.processPending(mostAtOnce) < mostAtOnce;
     } catch (const std::exception &error) {
       errors_.report(std::string("a request failed: ") + error.what());
     }
@@ -193,6 +196,7 @@ class Loop {
   const Reload &reload_;
   ErrorLog &errors_;
   ServiceManager manager_;
+  bool isDrained_ = false;                // whether the last pass served all that had arrived
   Clock::time_point nextLook_;            // when errors and children are looked after again
   std::optional<Clock::time_point> end_;  // when a stopping server ends at the latest
 };
