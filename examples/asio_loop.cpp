@@ -29,11 +29,11 @@ int main() {
     daemon.processPending();
     requests.async_wait(Socket::wait_read, serve);
   };
+  decltype(serve) listen = [&](auto) { answers.async_wait(Socket::wait_read, listen); };
   serve({});
+  listen({});
   while (const auto deadline = client.deadline()) {  // none: every request has completed
-    answers.async_wait(Socket::wait_read, [](auto) {});
     loop.run_one_until(*deadline);
     client.process();
-    answers.cancel();
   }
 }

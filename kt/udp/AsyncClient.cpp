@@ -21,9 +21,9 @@ namespace {
 constexpr std::size_t mostInFlight = 4096;
 
 // The most datagrams that one process() receives. It bounds the call when answers come as fast as
-// completions request more. It is more than a default receive buffer holds (some 300 small ones),
-// so that no request is given up while its answer waits there.
-constexpr std::size_t mostReceived = 512;
+// completions request more. Not fewer than the requests in flight: a request must not be given up
+// while its answer waits in the receive buffer, which may be large or fill up during the call.
+constexpr std::size_t mostReceived = mostInFlight;
 
 // The handshakes drawn at once; getentropy returns at most 256 bytes.
 constexpr std::size_t drawnTogether = 256 / sizeof(std::int32_t);

@@ -171,7 +171,7 @@ void KtUDPDaemon::processQueries() {
   for (;;) {
     sockaddr_in sender{};
     const std::ptrdiff_t count = nextDatagram(readSet, sender);
-    process(count, sender);
+    process(count, sender, &kt::Socket::send);
   }
 }
 
@@ -189,7 +189,7 @@ std::size_t KtUDPDaemon::processPending(std::size_t limit) {
     sockaddr_in sender{};
     const std::ptrdiff_t count = receive(sender);
     if (count < 0) return served;
-    process(count, sender);
+    process(count, sender, &kt::Socket::sendWithoutWaiting);
   }
   return limit;
 }
@@ -199,17 +199,17 @@ std::ptrdiff_t KtUDPDaemon::receive(sockaddr_in &sender) {
   return socketIn_.receive(std::span(buffer_).first(kt::receiveLimit), sender);
 }
 
-// Processes what was received: `count` bytes in the buffer, or -1.
-void KtUDPDaemon::process(std::ptrdiff_t count, const sockaddr_in &sender) {
+// Processes what was received: `count` bytes in the buffer, or -1. Answers with `send`.
+void KtUDPDaemon::process(std::ptrdiff_t count, const sockaddr_in &sender, Send send) {
   // Logged before the NUL is set, so the line may show the end of an earlier, longer datagram.
   // Kept, and safe: the buffer's last byte is always NUL.
   KtDebug("Received request\n%s %d", buffer_.data(), count);
   if (count >= 0) ++received_;
-  if (count > 0) serve(static_cast<std::size_t>(count), sender);
+  if (count > 0) serve(static_cast<std::size_t>(count), sender, send);
 }
 
 // Answers the request in the first `size` bytes of the buffer.
-void KtUDPDaemon::serve(std::size_t size, const sockaddr_in &sender) {
+void KtUDPDaemon::serve(std::size_t size, const sockaddr_in &sender, Send send) {
   buffer_[size] = '\0';
   const std::string_view datagram(buffer_.data(), size);
   std::optional<kt::Dictionary> reply;
@@ -230,5 +230,5 @@ void KtUDPDaemon::serve(std::size_t size, const sockaddr_in &sender) {
   const std::string text = reply->description();
   KtDebug("Sending reply %@", text);
   // A refused datagram counts as a lost one: the client sends its request again.
-  (void)socketIn_.send(kt::datagramBytes(text), sender);
+  (void)(socketIn_.*send)(kt::datagramBytes(text), sender);
 }

@@ -20,6 +20,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <stop_token>
 #include <string>
 #include <utility>
@@ -115,13 +116,15 @@ class KtUDPDaemon {
   void processQueries();
 
   // The same, but returns once `stop` is requested, from any thread, even if no datagram arrives.
-  // Replies may then be open; they can be sent as long as the server lives. Throws
-  // std::system_error if the system has no descriptor for the wait.
+  // Replies may then be open; they can be sent as long as the server lives. An answer for which the
+  // system has no room counts as lost. Throws std::system_error if the system has no descriptor for
+  // the wait.
   void processQueries(std::stop_token stop);
 
   // Serves datagrams that have arrived, at most `limit`, without waiting; returns how many. Call it
-  // when socketIn() can be read. If a request throws, its datagram is consumed and the others can
-  // still be read. Returns 0 if no port is registered.
+  // when socketIn() can be read. An answer for which the system has no room counts as lost. If a
+  // request throws, its datagram is consumed and the others can still be read. Returns 0 if no port
+  // is registered.
   std::size_t processPending(std::size_t limit = 64);
 
   [[nodiscard]] const std::vector<std::int32_t> &ports() const { return ports_; }
@@ -148,14 +151,17 @@ class KtUDPDaemon {
 
   struct Origin;
 
+  // Sends a datagram: one of Socket's two functions.
+  using Send = bool (kt::Socket::*)(std::span<const char> datagram, const sockaddr_in &destination);
+
   void setDelegate(void *delegate, Responder responder, Deferred deferred);
   kt::Dictionary answerSentAtOnce(kt::Dictionary &&packet);
   kt::Dictionary answerTo(kt::Dictionary &&packet);
   std::optional<kt::Dictionary> replyTo(kt::Dictionary &&request, const Origin *origin);
   std::ptrdiff_t nextDatagram(kt::udp::ReadSet &readSet, sockaddr_in &sender);
   std::ptrdiff_t receive(sockaddr_in &sender);
-  void process(std::ptrdiff_t count, const sockaddr_in &sender);
-  void serve(std::size_t size, const sockaddr_in &sender);
+  void process(std::ptrdiff_t count, const sockaddr_in &sender, Send send);
+  void serve(std::size_t size, const sockaddr_in &sender, Send send);
 
   void *delegate_ = nullptr;                 // answers requests; not owned; null if there is none
   Responder responder_ = nullptr;            // calls the delegate's method if it returns its answer

@@ -393,6 +393,32 @@ TEST_F(AsyncClientTest, TakesAnswerThatWaitsWhenDeadlineHasPassed) {
   EXPECT_EQ(answers_, std::vector<Answer>{statusPacket});
 }
 
+TEST_F(AsyncClientTest, TakesAnswersThatArriveDuringProcessBeforeItGivesUp) {
+  constexpr std::size_t total = 1000;
+  constexpr std::size_t atOnce = 100;  // fits into any receive buffer
+  settings_.setBaseReplyTimeout(-1);   // the wait of every request has passed
+  settings_.setNumberOfRetries(0);
+  std::vector<Datagram> requests;
+  const auto answerRequest = [&](std::size_t number) {
+    const Datagram &datagram = requests.at(number);
+    server_.send(reply(handshakeOf(datagram.message())), datagram.source);
+  };
+  std::size_t answered = 0;
+  for (std::size_t number = 0; number < total; ++number) {
+    client().request(numbered(number), [&, number](const Answer &answer) {
+      if (!answer) return;
+      ++answered;
+      if (number + atOnce < total) answerRequest(number + atOnce);
+    });
+    requests.push_back(received());
+  }
+  for (std::size_t number = 0; number < atOnce; ++number) {
+    answerRequest(number);
+  }
+  client().process();
+  EXPECT_EQ(answered, total);
+}
+
 TEST_F(AsyncClientTest, TakesAnswerToAnySend) {
   settings_.setBaseReplyTimeout(1);
   settings_.setNumberOfRetries(20);

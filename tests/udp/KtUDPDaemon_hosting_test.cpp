@@ -5,6 +5,9 @@
 #include <poll.h>
 
 #include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
 #include <stdexcept>
 #include <stop_token>
 #include <string>
@@ -20,6 +23,30 @@
 
 namespace kt::test {
 namespace {
+
+// Limits the loopback interface to 1,000 bytes per second after the first 70,000.
+class SlowNetwork {
+ public:
+  SlowNetwork() : isSlow_(tc("add", "tbf rate 8kbit burst 70000 limit 10000000")) {}
+  SlowNetwork(const SlowNetwork &) = delete;
+  SlowNetwork &operator=(const SlowNetwork &) = delete;
+  ~SlowNetwork() {
+    if (isSlow_) {
+      EXPECT_TRUE(tc("delete", ""));
+    }
+  }
+
+  [[nodiscard]] bool isSlow() const { return isSlow_; }
+
+ private:
+  static bool tc(const std::string &command, const std::string &arguments) {
+    return std::system(
+               ("PATH=$PATH:/usr/sbin:/sbin tc qdisc " + command + " dev lo root " + arguments)
+                   .c_str()) == 0;
+  }
+
+  bool isSlow_;
+};
 
 class KtUDPDaemonHosting : public testing::Test {
  protected:
@@ -132,6 +159,26 @@ TEST_F(KtUDPDaemonHosting, ProcessesAtMostLimit) {
   EXPECT_EQ(daemon_.processPending(1), 1U);
   EXPECT_EQ(daemon_.processPending(), 64U);
   EXPECT_EQ(daemon_.processPending(1000), 35U);
+}
+
+TEST_F(KtUDPDaemonHosting, ProcessingDoesNotWaitForSlowNetwork) {
+  const SlowNetwork network;
+  if (!network.isSlow()) GTEST_SKIP() << "the system cannot slow a network down";
+  const std::string large(60'000, 'x');
+  struct {
+    Dictionary replyForRequest(const Dictionary &) const { return {{"Ballast", text}}; }
+    const std::string &text;
+  } verbose{large};
+  daemon_.setDelegate(&verbose);
+  const RawSocket socket;
+  for (std::int32_t handshake = 1; handshake < 40; handshake += 2) {
+    socket.send(request(handshake), daemon_.port());
+  }
+  ASSERT_TRUE(waitForDatagram());
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(daemon_.processPending(), 20U);
+  // The answers take 20 minutes on this network.
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
 TEST_F(KtUDPDaemonHosting, ExceptionConsumesItsDatagramOnly) {
