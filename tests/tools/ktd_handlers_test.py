@@ -3,6 +3,7 @@
 
 import os
 import pathlib
+import resource
 import select
 import signal
 import tempfile
@@ -45,6 +46,17 @@ class KtdHandlers(HandlerTest):
         Daemon(self, "--handle", "Cat=/bin/cat")
         self.assert_result(kt("send", "Cat", "a=b", "list=(1, <00ff>)"), 0,
                            "{ a = b; list = ( 1, <00ff> ); }\n")
+
+    def test_fail_if_files_may_have_no_bytes(self):
+        limits = resource.getrlimit(resource.RLIMIT_FSIZE)
+        resource.setrlimit(resource.RLIMIT_FSIZE, (0, limits[1]))
+        try:
+            Daemon(self, "--handle", "Cat=/bin/cat")
+        finally:
+            resource.setrlimit(resource.RLIMIT_FSIZE, limits)
+        client = RawClient(self).get_token()
+        self.assertIn("can't be started: File too large.", client.ask("Cat", handshake=3))
+        self.assertEqual(RawClient(self).ask("Echo", "a = b; "), "{ a = b; }")
 
     def test_get_no_token(self):
         Daemon(self, "--handle", f"Keys={self.script('keys', 'grep -c Token; true')}")
