@@ -6,9 +6,11 @@ import pathlib
 import select
 import signal
 import socket
+import subprocess
 import tempfile
 import unittest
 
+from peers import udp_socket
 from programs import Daemon, Program, ProgramTest
 from raw_client import RawClient
 
@@ -105,6 +107,17 @@ class KtdReload(ConfigurationTest):
         for client in clients:
             self.assertIn(" a = b; }", client.receive())
         self.assertIn("B9 = ", RawClient(self).ask("Kinds"))
+
+    def test_follows_start_that_signal_interrupts(self):
+        self.file.write_text("{ unique = YES; }")
+        silent = udp_socket(self, 4798)
+        daemon = Program(self, os.environ["KTD"], "--config", str(self.file),
+                         errors=subprocess.PIPE)
+        silent.recv(65536)  # it looks for other servers
+        self.assertEqual(self.reload(daemon, "{ unique = YES; handle = { A = /bin/cat; }; }"),
+                         RELOADED)
+        self.assertEqual(daemon.line(), 'ktd: serving "KtUDP" on port 4711\n')
+        self.assertIn("A = ", RawClient(self, 4711).ask("Kinds"))
 
     def test_is_end_without_file(self):
         self.assertEqual(Daemon(self).end(signal.SIGHUP), (0, "", ""))

@@ -105,6 +105,12 @@ class Loop {
         reload_(reload),
         errors_(errors) {}
 
+  // Obeys the signals that came before run(). Returns whether one of them ends the server.
+  bool endsBeforehand() {
+    obeySignals();
+    return end_.has_value();
+  }
+
   // Returns when the server has stopped.
   void run() {
     manager_.ready();
@@ -207,10 +213,11 @@ void serve(Configuration configuration, const Reload &reload, ErrorLog &errors) 
   Dispatcher dispatcher(daemon, configuration.service, configuration.workers, errors);
   daemon.setDelegate(&dispatcher);
   if (!daemon.registerPort()) throw registrationFailure(configuration);
-  if (signals.next()) return;  // one that came while it looked for other servers
+  Loop loop(daemon, dispatcher, signals, std::move(configuration), reload, errors);
+  if (loop.endsBeforehand()) return;  // it may have looked for other servers for a while
   printLine(kt::format("ktd: serving %s on port %d", inQuotes(daemon.signature()), daemon.port()));
   KtDebug("Registered and waiting.");
-  Loop(daemon, dispatcher, signals, std::move(configuration), reload, errors).run();
+  loop.run();
 }
 
 }  // namespace kt::tools
