@@ -160,6 +160,18 @@ class KtdStop(HandlerTest):
         self.assertEqual(client.receive(), '{ Output = ""; }')
         self.assertEqual(daemon.wait(), (0, "", ""))
 
+    def test_answers_all_requests_that_arrived_before(self):
+        daemon = Daemon(self)
+        client = RawClient(self)
+        daemon.send_signal(signal.SIGSTOP)
+        for count in range(200):
+            client.send("Echo", "a = b; ", handshake=2 * count + 1)
+        daemon.send_signal(signal.SIGTERM)
+        daemon.send_signal(signal.SIGCONT)
+        answers = {client.receive() for _ in range(200)}
+        self.assertLessEqual(answers, {STOPPING, "{ a = b; }"})
+        self.assertEqual(daemon.wait(), (0, "", ""))
+
     def test_ends_request_that_takes_longer_than_two_seconds(self):
         daemon = Daemon(self, "--handle", f"Wait={self.gate()}")
         client = RawClient(self).get_token()

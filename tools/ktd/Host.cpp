@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <cstring>
 #include <exception>
 #include <optional>
@@ -128,9 +129,11 @@ class Loop {
   static constexpr std::chrono::milliseconds usualPause{1000};
   static constexpr std::chrono::milliseconds pauseWhileStopping{10};
   static constexpr std::chrono::milliseconds patience{2000};
+  static constexpr std::size_t mostAtOnce = 64;  // datagrams served before signals are obeyed
 
   [[nodiscard]] bool hasStopped() const {
-    return end_ && (dispatcher_.isIdle() || Clock::now() >= *end_);
+    const bool hasAnsweredAll = !mayHaveMore_ && dispatcher_.isIdle();
+    return end_ && (hasAnsweredAll || Clock::now() >= *end_);
   }
 
   void wait() {
@@ -146,8 +149,9 @@ class Loop {
 
   // Serves some datagrams; the others that have arrived end the next wait at once.
   void serveDatagrams() {
+    mayHaveMore_ = true;  // also after a failure
     try {
-      daemon_.processPending();
+      mayHaveMore_ = daemon_.processPending(mostAtOnce) == mostAtOnce;
     } catch (const std::exception &error) {
       errors_.report(std::string("a request failed: ") + error.what());
     }
@@ -180,6 +184,7 @@ class Loop {
   void stop() {
     manager_.stopping();
     dispatcher_.stop();
+    mayHaveMore_ = true;
     end_ = end_ ? Clock::now() : Clock::now() + patience;  // a second signal ends the patience
   }
 
@@ -201,6 +206,7 @@ class Loop {
   ServiceManager manager_;
   Clock::time_point nextLook_;            // when errors and children are looked after again
   std::optional<Clock::time_point> end_;  // when a stopping server ends at the latest
+  bool mayHaveMore_ = true;               // whether datagrams may have arrived that were not served
 };
 
 }  // namespace
