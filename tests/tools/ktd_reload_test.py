@@ -10,7 +10,7 @@ import subprocess
 import tempfile
 import unittest
 
-from peers import udp_socket
+from peers import envelope, udp_socket
 from programs import Daemon, Program, ProgramTest
 from raw_client import RawClient
 
@@ -118,6 +118,16 @@ class KtdReload(ConfigurationTest):
                          RELOADED)
         self.assertEqual(daemon.line(), 'ktd: serving "KtUDP" on port 4711\n')
         self.assertIn("A = ", RawClient(self, 4711).ask("Kinds"))
+
+    def test_is_reported_whatever_clients_do(self):
+        daemon = self.serve("{}")
+        client = udp_socket(self)
+        for _ in range(11):
+            client.sendto(envelope("text", 1), ("127.0.0.1", daemon.port))
+        RawClient(self).ask("Echo")
+        for _ in range(10):
+            self.assertIn("a request failed", daemon.error_line())
+        self.assertEqual(self.reload(daemon, "{}"), RELOADED)
 
     def test_is_end_without_file(self):
         self.assertEqual(Daemon(self).end(signal.SIGHUP), (0, "", ""))

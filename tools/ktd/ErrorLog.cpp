@@ -22,6 +22,11 @@ void ErrorLog::report(std::string_view reason, Time now) {
   write(limiter_.add("ktd: " + escaped(reason), now));
 }
 
+void ErrorLog::announce(std::string_view text) {
+  const std::scoped_lock lock(mutex_);
+  write("ktd: " + escaped(text) + '\n');
+}
+
 void ErrorLog::reportLeftOut(Time now) {
   const std::scoped_lock lock(mutex_);
   write(limiter_.leftOut(now));

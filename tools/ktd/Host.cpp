@@ -174,9 +174,9 @@ class Loop {
       if (const auto reason = whyNotReloaded(configuration_, next)) throw Failure(*reason);
       dispatcher_.setService(next.service);
       configuration_ = std::move(next);
-      errors_.report("the configuration was read again");
+      errors_.announce("the configuration was read again");
     } catch (const std::exception &error) {
-      errors_.report(std::string("the configuration stays as it was: ") + error.what());
+      errors_.announce(std::string("the configuration stays as it was: ") + error.what());
     }
     manager_.ready();
   }
