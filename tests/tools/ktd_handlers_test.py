@@ -58,6 +58,13 @@ class KtdHandlers(HandlerTest):
         self.assertIn("can't be started: File too large.", client.ask("Cat", handshake=3))
         self.assertEqual(RawClient(self).ask("Echo", "a = b; "), "{ a = b; }")
 
+    def test_get_values_of_every_kind_unchanged(self):
+        Daemon(self, "--handle", "Cat=/bin/cat")
+        text = ('{ "" = ""; "\\000" = <>; a = ( b, { c = <00ff>; }, "\\U00fc\\Ud83d\\Ude00" ); '
+                'd = { "\\"" = ( ( {} ) ); }; }')
+        client = RawClient(self).get_token()
+        self.assertEqual(client.ask("Cat", text[2:-1], handshake=3), text)
+
     def test_get_no_token(self):
         Daemon(self, "--handle", f"Keys={self.script('keys', 'grep -c Token; true')}")
         self.assert_result(kt("send", "Keys"), 0, "{ Output = 0; }\n")
