@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 
 // ktd's lines on standard error: about requests that failed, limited in number, and about what the
-// operator does. Any thread may use it.
+// operator does. Lines that standard error has no room for are lost. Any thread may use it.
 #ifndef KT_TOOLS_KTD_ERRORLOG_H
 #define KT_TOOLS_KTD_ERRORLOG_H
 
