@@ -188,6 +188,22 @@ class KtdServiceManager(ConfigurationTest):
         daemon.send_signal(signal.SIGTERM)
         self.assertNotIn("WATCHDOG", self.state())
 
+    def test_does_not_hear_of_reload_after_stop(self):
+        fifo = self.folder / "gate"
+        os.mkfifo(fifo)
+        daemon = self.serve(f"{{ handle = {{ A = ( /bin/cat, {fifo} ); }}; }}",
+                            environment=self.environment)
+        client = RawClient(self).get_token("A")
+        client.send("A", handshake=3)
+        with open(fifo, "w"):
+            daemon.send_signal(signal.SIGTERM)
+            self.await_state("STOPPING")
+            daemon.send_signal(signal.SIGHUP)
+            client.receive()
+        self.assertEqual(daemon.wait(), (0, "", ""))
+        self.manager.setblocking(False)
+        self.assertRaises(BlockingIOError, self.manager.recv, 1)
+
     def test_does_not_hear_of_server_that_cannot_start(self):
         self.file.write_text("{ signature = ( a ); }")
         daemon = Program(self, os.environ["KTD"], "--config", str(self.file),

@@ -157,10 +157,11 @@ class Loop {
     }
   }
 
+  // A server that stops ignores SIGHUP: it must not say that it is ready again.
   void obeySignals() {
     while (const std::optional<int> signal = signals_.next()) {
       if (*signal == SIGHUP && reload_) {
-        readConfigurationAgain();
+        if (!end_) readConfigurationAgain();
       } else {
         stop();
       }
