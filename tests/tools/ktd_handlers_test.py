@@ -204,6 +204,14 @@ class KtdStop(HandlerTest):
             self.assertEqual(client.receive(), STOPPING)
             self.assertEqual(daemon.wait(), (0, "", ""))
 
+    def test_has_status_0_however_many_signals_come(self):
+        for _ in range(40):
+            daemon = Daemon(self)
+            while daemon.process.poll() is None:
+                for _ in range(100):
+                    os.kill(daemon.process.pid, signal.SIGTERM)
+            self.assertEqual(daemon.wait(), (0, "", ""))
+
     def test_leaves_no_process_behind(self):
         pids = self.folder / "pids"
         script = self.script("many", f"tail -f /dev/null & echo $! $$ >{pids}; wait")

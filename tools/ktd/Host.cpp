@@ -84,15 +84,29 @@ void configure(KtUDPDaemon &daemon, const Configuration &configuration) {
 
 // ---- Serving ----
 
+constexpr std::array obeyedSignals{SIGTERM, SIGINT, SIGHUP};
+
 // Returns the signals that the server obeys. SIGTERM and SIGINT end it even if it was started to
 // ignore them, as shells start a program with "&"; so does SIGHUP if it has a meaning of its own.
 Signals signalsOf(bool reloads) {
-  constexpr std::array numbers{SIGTERM, SIGINT, SIGHUP};
-  for (const int number : numbers) {
+  for (const int number : obeyedSignals) {
     if (number != SIGHUP || reloads) std::signal(number, SIG_DFL);
   }
-  return Signals(numbers);
+  return Signals(obeyedSignals);
 }
+
+// Ignores further signals when it is destroyed. One that comes after the last that the server obeyed
+// must not change its exit status.
+struct DeafAtEnd {
+  DeafAtEnd() = default;
+  DeafAtEnd(const DeafAtEnd &) = delete;
+  DeafAtEnd &operator=(const DeafAtEnd &) = delete;
+  ~DeafAtEnd() {
+    for (const int number : obeyedSignals) {
+      std::signal(number, SIG_IGN);
+    }
+  }
+};
 
 // Waits for datagrams and signals, and for the time to look after the rest.
 class Loop {
@@ -214,6 +228,7 @@ class Loop {
 
 void serve(Configuration configuration, const Reload &reload, ErrorLog &errors) {
   const Signals signals = signalsOf(reload != nullptr);
+  const DeafAtEnd deafAtEnd;
   becomeSubreaper();
   KtUDPDaemon daemon;
   configure(daemon, configuration);
