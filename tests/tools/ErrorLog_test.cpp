@@ -42,5 +42,15 @@ TEST(ErrorLog, ReportsLinesLeftOutAfterSilence) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "ktd: errors left out: 3\n");
 }
 
+TEST(ErrorLog, AnnouncesWhateverWasLeftOut) {
+  ErrorLog log;
+  testing::internal::CaptureStderr();
+  for (int count = 0; count < 13; ++count) {
+    log.report("x", start);
+  }
+  log.announce("a\nb");
+  EXPECT_TRUE(testing::internal::GetCapturedStderr().ends_with("ktd: x\nktd: a\\nb\n"));
+}
+
 }  // namespace
 }  // namespace kt::test

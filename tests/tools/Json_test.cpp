@@ -32,6 +32,16 @@ TEST(Json, WritesNestedContainersInKeyOrder) {
             "{\"a\":\"y\",\"b\":[\"x\",[],{}]}");
 }
 
+TEST(Json, WritesManyMembersInLinearTime) {
+  constexpr std::size_t count = 300'000;  // minutes in quadratic time
+  Dictionary dictionary;
+  for (std::size_t number = 0; number < count; ++number) {
+    dictionary[std::to_string(1'000'000 + number)] = "";
+  }
+  const std::size_t memberSize = std::string_view(R"("1000000":"",)").size();
+  EXPECT_EQ(jsonOf(dictionary).size(), count * memberSize + 1);
+}
+
 TEST(Json, WritesArrayOfPairsAsArray) {
   EXPECT_EQ(jsonOf(PropertyList::parse("((a, b), (c, d))")), "[[\"a\",\"b\"],[\"c\",\"d\"]]");
 }

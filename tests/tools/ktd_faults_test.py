@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: MIT
 """ktd and invalid requests: it reports them, serves on, and starts no loop."""
 
+import contextlib
+import os
 import re
 import socket
 import struct
@@ -56,6 +58,23 @@ class KtdFaults(FaultTest):
         self.assertEqual(lines[:10], [FAULT] * 10)
         self.assertRegex(lines[10], "left out")
         self.assertEqual(printed + left_out, count)
+
+    def test_leave_server_running_if_nobody_reads_reports(self):
+        reading, writing = os.pipe()
+        self.addCleanup(os.close, reading)
+        self.addCleanup(os.close, writing)
+        os.set_blocking(writing, False)
+        with contextlib.suppress(BlockingIOError):
+            while True:
+                os.write(writing, b"-" * 4096)
+        os.set_blocking(writing, True)
+        self.daemon.end()
+        self.daemon = Daemon(self, errors=writing)
+        self.send(request("text"))
+        self.assert_serving()
+        os.read(reading, 65536)
+        while b"errors left out: 1\n" not in os.read(reading, 65536):
+            pass
 
     def test_are_reported_again_after_flood(self):
         for _ in range(11):

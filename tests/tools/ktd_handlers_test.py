@@ -3,6 +3,7 @@
 
 import os
 import pathlib
+import resource
 import select
 import signal
 import tempfile
@@ -45,6 +46,24 @@ class KtdHandlers(HandlerTest):
         Daemon(self, "--handle", "Cat=/bin/cat")
         self.assert_result(kt("send", "Cat", "a=b", "list=(1, <00ff>)"), 0,
                            "{ a = b; list = ( 1, <00ff> ); }\n")
+
+    def test_fail_if_files_may_have_no_bytes(self):
+        limits = resource.getrlimit(resource.RLIMIT_FSIZE)
+        resource.setrlimit(resource.RLIMIT_FSIZE, (0, limits[1]))
+        try:
+            Daemon(self, "--handle", "Cat=/bin/cat")
+        finally:
+            resource.setrlimit(resource.RLIMIT_FSIZE, limits)
+        client = RawClient(self).get_token()
+        self.assertIn("can't be started: File too large.", client.ask("Cat", handshake=3))
+        self.assertEqual(RawClient(self).ask("Echo", "a = b; "), "{ a = b; }")
+
+    def test_get_values_of_every_kind_unchanged(self):
+        Daemon(self, "--handle", "Cat=/bin/cat")
+        text = ('{ "" = ""; "\\000" = <>; a = ( b, { c = <00ff>; }, "\\U00fc\\Ud83d\\Ude00" ); '
+                'd = { "\\"" = ( ( {} ) ); }; }')
+        client = RawClient(self).get_token()
+        self.assertEqual(client.ask("Cat", text[2:-1], handshake=3), text)
 
     def test_get_no_token(self):
         Daemon(self, "--handle", f"Keys={self.script('keys', 'grep -c Token; true')}")
@@ -148,6 +167,18 @@ class KtdStop(HandlerTest):
         self.assertEqual(client.receive(), '{ Output = ""; }')
         self.assertEqual(daemon.wait(), (0, "", ""))
 
+    def test_answers_all_requests_that_arrived_before(self):
+        daemon = Daemon(self)
+        client = RawClient(self)
+        daemon.send_signal(signal.SIGSTOP)
+        for count in range(200):
+            client.send("Echo", "a = b; ", handshake=2 * count + 1)
+        daemon.send_signal(signal.SIGTERM)
+        daemon.send_signal(signal.SIGCONT)
+        answers = {client.receive() for _ in range(200)}
+        self.assertLessEqual(answers, {STOPPING, "{ a = b; }"})
+        self.assertEqual(daemon.wait(), (0, "", ""))
+
     def test_ends_request_that_takes_longer_than_two_seconds(self):
         daemon = Daemon(self, "--handle", f"Wait={self.gate()}")
         client = RawClient(self).get_token()
@@ -171,6 +202,14 @@ class KtdStop(HandlerTest):
                 pass
             daemon.send_signal(by)
             self.assertEqual(client.receive(), STOPPING)
+            self.assertEqual(daemon.wait(), (0, "", ""))
+
+    def test_has_status_0_however_many_signals_come(self):
+        for _ in range(40):
+            daemon = Daemon(self)
+            while daemon.process.poll() is None:
+                for _ in range(100):
+                    os.kill(daemon.process.pid, signal.SIGTERM)
             self.assertEqual(daemon.wait(), (0, "", ""))
 
     def test_leaves_no_process_behind(self):

@@ -6,9 +6,11 @@ import pathlib
 import select
 import signal
 import socket
+import subprocess
 import tempfile
 import unittest
 
+from peers import envelope, udp_socket
 from programs import Daemon, Program, ProgramTest
 from raw_client import RawClient
 
@@ -106,6 +108,27 @@ class KtdReload(ConfigurationTest):
             self.assertIn(" a = b; }", client.receive())
         self.assertIn("B9 = ", RawClient(self).ask("Kinds"))
 
+    def test_follows_start_that_signal_interrupts(self):
+        self.file.write_text("{ unique = YES; }")
+        silent = udp_socket(self, 4798)
+        daemon = Program(self, os.environ["KTD"], "--config", str(self.file),
+                         errors=subprocess.PIPE)
+        silent.recv(65536)  # it looks for other servers
+        self.assertEqual(self.reload(daemon, "{ unique = YES; handle = { A = /bin/cat; }; }"),
+                         RELOADED)
+        self.assertEqual(daemon.line(), 'ktd: serving "KtUDP" on port 4711\n')
+        self.assertIn("A = ", RawClient(self, 4711).ask("Kinds"))
+
+    def test_is_reported_whatever_clients_do(self):
+        daemon = self.serve("{}")
+        client = udp_socket(self)
+        for _ in range(11):
+            client.sendto(envelope("text", 1), ("127.0.0.1", daemon.port))
+        RawClient(self).ask("Echo")
+        for _ in range(10):
+            self.assertIn("a request failed", daemon.error_line())
+        self.assertEqual(self.reload(daemon, "{}"), RELOADED)
+
     def test_is_end_without_file(self):
         self.assertEqual(Daemon(self).end(signal.SIGHUP), (0, "", ""))
 
@@ -164,6 +187,22 @@ class KtdServiceManager(ConfigurationTest):
             RawClient(self).ask("Echo")
         daemon.send_signal(signal.SIGTERM)
         self.assertNotIn("WATCHDOG", self.state())
+
+    def test_does_not_hear_of_reload_after_stop(self):
+        fifo = self.folder / "gate"
+        os.mkfifo(fifo)
+        daemon = self.serve(f"{{ handle = {{ A = ( /bin/cat, {fifo} ); }}; }}",
+                            environment=self.environment)
+        client = RawClient(self).get_token("A")
+        client.send("A", handshake=3)
+        with open(fifo, "w"):
+            daemon.send_signal(signal.SIGTERM)
+            self.await_state("STOPPING")
+            daemon.send_signal(signal.SIGHUP)
+            client.receive()
+        self.assertEqual(daemon.wait(), (0, "", ""))
+        self.manager.setblocking(False)
+        self.assertRaises(BlockingIOError, self.manager.recv, 1)
 
     def test_does_not_hear_of_server_that_cannot_start(self):
         self.file.write_text("{ signature = ( a ); }")

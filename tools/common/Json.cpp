@@ -40,8 +40,9 @@ Json valueOf(const Array &array, std::string_view dataKey) {
 
 Json valueOf(const Dictionary &dictionary, std::string_view dataKey) {
   Json object = Json::object();
+  auto &members = object.get_ref<Json::object_t &>();
   for (const auto &[key, value] : dictionary) {
-    object[key] = valueOf(value, dataKey);
+    members.emplace_back(key, valueOf(value, dataKey));  // object[key] looks at each member
   }
   return object;
 }

@@ -45,7 +45,22 @@ class Dispatcher::Exchange {
         reply_(std::move(reply)),
         isProven_(tokens_.isProven(request_, sender())) {}
 
+  // Requires: not packed.
   [[nodiscard]] const Dictionary &request() const { return request_; }
+
+  // Keeps the request as text, which takes a fraction of the memory, while it waits.
+  void pack() {
+    text_ = request_.description();
+    request_ = Dictionary();
+  }
+
+  // Returns this object with the request as it was before pack().
+  [[nodiscard]] const Exchange &unpacked() {
+    request_ = std::move(*PropertyList::parse(text_).asDictionary());
+    text_ = std::string();
+    return *this;
+  }
+
   [[nodiscard]] const sockaddr_in &sender() const { return reply_.sender(); }
   [[nodiscard]] Clock::duration age() const { return Clock::now() - arrived_; }
 
@@ -90,6 +105,7 @@ class Dispatcher::Exchange {
   const std::string &signature_;
   const SenderTokens &tokens_;
   Dictionary request_;
+  std::string text_;  // of the request, while it is packed
   Reply reply_;
   bool isProven_;
   Clock::time_point arrived_ = Clock::now();
@@ -167,10 +183,12 @@ void Dispatcher::dispatch(Exchange &&exchange, const std::pair<const std::string
 template <typename Answer>
 void Dispatcher::work(Exchange &&exchange, const std::string &kind, Answer answer) {
   const auto shared = std::make_shared<Exchange>(std::move(exchange));
+  shared->pack();
   const auto job = [this, shared, kind, answer, service = service_](const std::stop_token &stop) {
     try {
-      shared->sendInTime(stop.stop_requested() ? errorAnswer(stoppingError)
-                                               : answer(*shared, {*service, signature_, stop}));
+      shared->sendInTime(stop.stop_requested()
+                             ? errorAnswer(stoppingError)
+                             : answer(shared->unpacked(), {*service, signature_, stop}));
     } catch (const Stopped &) {
       shared->sendInTime(errorAnswer(stoppingError));
     }

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <cstring>
 #include <exception>
 #include <optional>
@@ -83,15 +84,29 @@ void configure(KtUDPDaemon &daemon, const Configuration &configuration) {
 
 // ---- Serving ----
 
+constexpr std::array obeyedSignals{SIGTERM, SIGINT, SIGHUP};
+
 // Returns the signals that the server obeys. SIGTERM and SIGINT end it even if it was started to
 // ignore them, as shells start a program with "&"; so does SIGHUP if it has a meaning of its own.
 Signals signalsOf(bool reloads) {
-  constexpr std::array numbers{SIGTERM, SIGINT, SIGHUP};
-  for (const int number : numbers) {
+  for (const int number : obeyedSignals) {
     if (number != SIGHUP || reloads) std::signal(number, SIG_DFL);
   }
-  return Signals(numbers);
+  return Signals(obeyedSignals);
 }
+
+// Ignores further signals when it is destroyed. One that comes after the last that the server obeyed
+// must not change its exit status.
+struct DeafAtEnd {
+  DeafAtEnd() = default;
+  DeafAtEnd(const DeafAtEnd &) = delete;
+  DeafAtEnd &operator=(const DeafAtEnd &) = delete;
+  ~DeafAtEnd() {
+    for (const int number : obeyedSignals) {
+      std::signal(number, SIG_IGN);
+    }
+  }
+};
 
 // Waits for datagrams and signals, and for the time to look after the rest.
 class Loop {
@@ -105,13 +120,19 @@ class Loop {
         reload_(reload),
         errors_(errors) {}
 
+  // Obeys the signals that came before run(). Returns whether one of them ends the server.
+  bool endsBeforehand() {
+    obeySignals();
+    return end_.has_value();
+  }
+
   // Returns when the server has stopped.
   void run() {
     manager_.ready();
     while (!hasStopped()) {
       wait();
-      obeySignals();
       serveDatagrams();
+      obeySignals();
       lookAround();
     }
   }
@@ -119,14 +140,14 @@ class Loop {
  private:
   using Clock = std::chrono::steady_clock;
 
-  static constexpr std::size_t mostAtOnce = 64;  // datagrams between two looks at signals
   static constexpr std::chrono::milliseconds usualPause{1000};
   static constexpr std::chrono::milliseconds pauseWhileStopping{10};
   static constexpr std::chrono::milliseconds patience{2000};
+  static constexpr std::size_t mostAtOnce = 64;  // datagrams served before signals are obeyed
 
   [[nodiscard]] bool hasStopped() const {
-    if (!end_) return false;
-    return (isDrained_ && dispatcher_.isIdle()) || Clock::now() >= *end_;
+    const bool hasAnsweredAll = !mayHaveMore_ && dispatcher_.isIdle();
+    return end_ && (hasAnsweredAll || Clock::now() >= *end_);
   }
 
   void wait() {
@@ -142,18 +163,19 @@ class Loop {
 
   // Serves some datagrams; the others that have arrived end the next wait at once.
   void serveDatagrams() {
-    isDrained_ = false;
+    mayHaveMore_ = true;  // also after a failure
     try {
-      isDrained_ = daemon_.processPending(mostAtOnce) < mostAtOnce;
+      mayHaveMore_ = daemon_.processPending(mostAtOnce) == mostAtOnce;
     } catch (const std::exception &error) {
       errors_.report(std::string("a request failed: ") + error.what());
     }
   }
 
+  // A server that stops ignores SIGHUP: it must not say that it is ready again.
   void obeySignals() {
     while (const std::optional<int> signal = signals_.next()) {
       if (*signal == SIGHUP && reload_) {
-        readConfigurationAgain();
+        if (!end_) readConfigurationAgain();
       } else {
         stop();
       }
@@ -167,9 +189,9 @@ class Loop {
       if (const auto reason = whyNotReloaded(configuration_, next)) throw Failure(*reason);
       dispatcher_.setService(next.service);
       configuration_ = std::move(next);
-      errors_.report("the configuration was read again");
+      errors_.announce("the configuration was read again");
     } catch (const std::exception &error) {
-      errors_.report(std::string("the configuration stays as it was: ") + error.what());
+      errors_.announce(std::string("the configuration stays as it was: ") + error.what());
     }
     manager_.ready();
   }
@@ -177,6 +199,7 @@ class Loop {
   void stop() {
     manager_.stopping();
     dispatcher_.stop();
+    mayHaveMore_ = true;
     end_ = end_ ? Clock::now() : Clock::now() + patience;  // a second signal ends the patience
   }
 
@@ -196,25 +219,27 @@ class Loop {
   const Reload &reload_;
   ErrorLog &errors_;
   ServiceManager manager_;
-  bool isDrained_ = false;                // whether the last pass served all that had arrived
   Clock::time_point nextLook_;            // when errors and children are looked after again
   std::optional<Clock::time_point> end_;  // when a stopping server ends at the latest
+  bool mayHaveMore_ = true;               // whether datagrams may have arrived that were not served
 };
 
 }  // namespace
 
 void serve(Configuration configuration, const Reload &reload, ErrorLog &errors) {
   const Signals signals = signalsOf(reload != nullptr);
+  const DeafAtEnd deafAtEnd;
   becomeSubreaper();
   KtUDPDaemon daemon;
   configure(daemon, configuration);
   Dispatcher dispatcher(daemon, configuration.service, configuration.workers, errors);
   daemon.setDelegate(&dispatcher);
   if (!daemon.registerPort()) throw registrationFailure(configuration);
-  if (signals.next()) return;  // one that came while it looked for other servers
+  Loop loop(daemon, dispatcher, signals, std::move(configuration), reload, errors);
+  if (loop.endsBeforehand()) return;  // it may have looked for other servers for a while
   printLine(kt::format("ktd: serving %s on port %d", inQuotes(daemon.signature()), daemon.port()));
   KtDebug("Registered and waiting.");
-  Loop(daemon, dispatcher, signals, std::move(configuration), reload, errors).run();
+  loop.run();
 }
 
 }  // namespace kt::tools

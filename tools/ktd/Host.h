@@ -19,8 +19,8 @@ using Reload = std::function<Configuration()>;
 // makes the server class throw, reports it to `errors` and continues to serve. Throws Failure if no
 // port can be registered, no thread can be made, or the line can't be written.
 //
-// On SIGHUP calls `reload` and goes over to its result, or reports why it does not. Without
-// `reload`, SIGHUP ends it too.
+// On SIGHUP calls `reload` and goes over to its result, or reports why it does not. Ignores SIGHUP
+// once it is about to end. Without `reload`, SIGHUP ends it too.
 //
 // Before it ends it answers new requests and those that wait for a worker with the error
 // "stopping". Those in work have 2 s to end, or until a second signal, and are then answered so

@@ -25,6 +25,9 @@ class LineLimiter {
   // the number of lines left out before it.
   [[nodiscard]] std::string add(std::string_view line, Time now);
 
+  // Counts a line that can't be written as left out.
+  void leaveOut() { ++leftOut_; }
+
   // Returns the number of lines left out, as a line, if there are any and a second has passed since
   // the last line written; otherwise nothing.
   [[nodiscard]] std::string leftOut(Time now);

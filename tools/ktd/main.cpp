@@ -31,6 +31,7 @@ int run(int argc, const char *const *argv) {
   ConfigurationSource source;
   if (const std::optional<int> status = source.parse(argc, argv)) return *status;
   std::signal(SIGPIPE, SIG_IGN);  // a closed output appears as a failed write
+  std::signal(SIGXFSZ, SIG_IGN);  // so does one that is larger than files may be
   try {
     Configuration configuration = source.load();
     if (source.printsConfiguration()) {
