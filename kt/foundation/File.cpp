@@ -66,6 +66,8 @@ class TemporaryFile {
       errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
       return false;
     }
+    // Only root may give a file to another user. Whoever else may replace it becomes its owner.
+    [[maybe_unused]] const int given = ::fchown(file_.get(), status.st_uid, status.st_gid);
     return ::fchmod(file_.get(), status.st_mode & 07777) == 0;
   }
 

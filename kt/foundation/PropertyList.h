@@ -239,9 +239,10 @@ class PropertyList {
 
   // Writes the text form and a line feed to the file `path`. Another process, or this one after a
   // crash, finds the old contents or the new ones, never a part: a new file is written beside it,
-  // made durable (fsync) and renamed. Keeps the permissions of an existing file, and writes through
-  // a symbolic link to one; replaces a link that leads nowhere. Throws std::system_error, which
-  // names the file, and leaves the old contents, unless the disk fails as it notes the new name.
+  // made durable (fsync) and renamed. Keeps the permissions of an existing file, and its owner if
+  // the system permits that; writes through a symbolic link to one, and replaces a link that leads
+  // nowhere. Throws std::system_error, which names the file, and leaves the old contents, unless
+  // the disk fails as it notes the new name.
   void toFile(const std::string &path) const;
 
   // Values of different kinds are not equal: the number 1 is not the string "1".

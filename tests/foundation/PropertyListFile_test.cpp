@@ -141,6 +141,17 @@ TEST_F(PropertyListFile, MakesFileWithPermissionsOfMask) {
   EXPECT_EQ(permissionsOf(path_), 0640U);
 }
 
+TEST_F(PropertyListFile, KeepsOwnerIfSystemPermits) {
+  constexpr uid_t someone = 1234;
+  write(path_, "old");
+  if (::chown(path_.c_str(), someone, someone) != 0) GTEST_SKIP() << "only root may";
+  PropertyList(Dictionary()).toFile(path_);
+  struct stat status {};
+  ASSERT_EQ(::stat(path_.c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, someone);
+  EXPECT_EQ(status.st_gid, someone);
+}
+
 TEST_F(PropertyListFile, KeepsPermissions) {
   write(path_, "old");
   ASSERT_EQ(::chmod(path_.c_str(), 0604), 0);

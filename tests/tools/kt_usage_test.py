@@ -4,7 +4,7 @@
 import os
 import unittest
 
-from programs import DEFAULT_PORTS, ProgramTest, kt, run
+from programs import DEFAULT_PORTS, Daemon, ProgramTest, kt, run
 
 COMMANDS = ["hello", "send", "ping", "parse", "calc", "eval", "walk", "files",
             "watch", "kinds"]
@@ -129,6 +129,13 @@ class KtOutput(ProgramTest):
             result = kt("parse", input="a", stdout=closed)
         self.assertEqual((result.returncode, result.stderr),
                          (1, "kt parse: can't write to standard output: Broken pipe\n"))
+
+    def test_reports_output_that_was_never_open(self):
+        Daemon(self)
+        for command in [["hello"], ["send", "Status"], ["watch", "--json"]]:
+            result = kt(*command, stdout=None, preexec_fn=lambda: os.close(1))
+            self.assert_result(result, 1, "", f"kt {command[0]}: can't write to standard output: "
+                                              "Bad file descriptor\n")
 
     def test_reports_full_disk(self):
         with open("/dev/full", "w") as full:

@@ -52,6 +52,11 @@ class KtWalk(WalkTest):
         result = kt("walk", "--type", "txt", self.at("2"), self.at("1"))
         self.assert_result(result, 0, f'{self.at("2/a.txt")}\n{self.at("1/b.txt")}\n')
 
+    def test_walks_directory_in_brackets(self):
+        self.make("[1]/a.txt", "[1,2]/b.txt", "1/c.txt", "2/d.txt")
+        result = kt("walk", "--type", "txt", "[1]", "[1,2]", cwd=self.root)
+        self.assert_result(result, 0, "[1]/a.txt\n[1,2]/b.txt\n")
+
     def test_leaves_out_subdirectories_if_told_to(self):
         self.make("a.txt", "d/e.txt", "x.txt/f.txt")
         self.assertEqual(self.found("--type", "txt", "--no-recursive", self.root),

@@ -3,6 +3,7 @@
 #include "tools/common/CommandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 #include "tools/common/Failure.h"
 #include "tools/text/Escape.h"
@@ -10,6 +11,32 @@
 namespace kt::tools {
 
 namespace {
+
+// If an option or an argument takes several texts, CLI11 splits "[a,b]" into a and b. This mark at
+// the end of a text prevents that. No text of a command line contains it.
+constexpr char noList = '\0';
+
+std::string withoutMark(std::string text) {
+  if (text.ends_with(noList)) text.pop_back();
+  return text;
+}
+
+// Makes all options and arguments of `app` remove the mark before anything else reads the text.
+void removeMarks(CLI::App &app) {
+  for (CLI::Option *option : app.get_options({})) {
+    option->transform(withoutMark);
+  }
+}
+
+// Returns the arguments, marked, the last one first.
+std::vector<std::string> markedArguments(int argc, const char *const *argv) {
+  std::vector<std::string> arguments;
+  for (int index = argc - 1; index > 0; --index) {
+    std::string &argument = arguments.emplace_back(argv[index]);
+    if (argument.ends_with(']')) argument += noList;
+  }
+  return arguments;
+}
 
 std::string chosenCommand(const CLI::App &app) {
   const std::vector<const CLI::App *> chosen =
@@ -96,7 +123,10 @@ void CommandLine::addArguments(const char *name, std::vector<std::string> &value
 
 void CommandLine::addRest(std::vector<std::string> &rest) {
   app_->allow_extras();
-  app_->callback([app = app_, &rest] { rest = app->remaining(); });
+  app_->callback([app = app_, &rest] {
+    rest = app->remaining();
+    std::transform(rest.begin(), rest.end(), rest.begin(), withoutMark);
+  });
 }
 
 bool CommandLine::isGiven(const std::string &name) const {
@@ -129,8 +159,12 @@ CommandLine ProgramLine::addCommand(const char *name, const char *summary) {
 
 std::optional<int> ProgramLine::parse(int argc, const char *const *argv) {
   app_->failure_message(misuseText);
+  removeMarks(*app_);
+  for (CLI::App *command : app_->get_subcommands({})) {
+    removeMarks(*command);
+  }
   try {
-    app_->parse(argc, argv);
+    app_->parse(markedArguments(argc, argv));
     return std::nullopt;
   } catch (const CLI::ParseError &end) {
     return app_->exit(end) == 0 ? exitDone : exitMisused;

@@ -17,6 +17,11 @@ class ClosedOutput : public Failure {
   using Failure::Failure;
 };
 
+// Opens those of the three standard descriptors that are closed, so that no socket gets their
+// numbers and then what is meant for them. Reading from one or writing to it still fails. For the
+// start of a program.
+void reserveStandardDescriptors();
+
 // Writes `text` and flushes. Throws Failure if the output accepts no more, for example because the
 // disk is full, and ClosedOutput if the pipe is closed. For the latter, SIGPIPE must be ignored.
 void printText(std::string_view text);

@@ -87,6 +87,7 @@ class Watch {
       awaitEvents();
       startSearchIfDue();
       startRoundIfDue();
+      endIfComplete();
       refresh();
     }
     return deadlySignal_;
@@ -104,7 +105,7 @@ class Watch {
   void startRoundIfDue() {
     if (Clock::now() < nextRound_) return;
     if (arguments_.count == rounds_++) {
-      end();
+      nextRound_ = never;
       return;
     }
     const auto interval = std::chrono::duration_cast<Clock::duration>(arguments_.interval);
@@ -114,7 +115,11 @@ class Watch {
     }
   }
 
-  void end() {
+  // Ends once all rounds are over and each of their requests is answered or lost.
+  void endIfComplete() {
+    const bool isComplete =
+        std::ranges::all_of(askers_, [](Asker &asker) { return asker.client().pending() == 0; });
+    if (nextRound_ != never || !isComplete) return;
     if (servers_.empty()) throw noServer(options_, addresses_, Clock::now() - start_);
     isOver_ = true;
   }
@@ -238,6 +243,8 @@ class Watch {
     }
   }
 
+  static constexpr Clock::time_point never = Clock::time_point::max();
+
   const Options options_;
   const Arguments arguments_;
   const Addresses addresses_;
@@ -251,11 +258,11 @@ class Watch {
 
   const Clock::time_point start_ = Clock::now();
   Clock::time_point nextSearch_ = start_;
-  Clock::time_point nextRound_ = start_;
-  std::int64_t rounds_ = 0;          // started so far
-  bool isChanged_ = true;            // whether the screen differs from what there is to show
-  bool isOver_ = false;              // whether run() is to return
-  std::optional<int> deadlySignal_;  // as run() returns it
+  Clock::time_point nextRound_ = start_;  // never: all rounds are over
+  std::int64_t rounds_ = 0;               // started so far
+  bool isChanged_ = true;                 // whether the screen differs from what there is to show
+  bool isOver_ = false;                   // whether run() is to return
+  std::optional<int> deadlySignal_;       // as run() returns it
 };
 
 class WatchCommand : public Command {

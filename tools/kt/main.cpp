@@ -9,6 +9,7 @@
 #include "kt/diagnostics/KtDebug.h"
 #include "tools/common/Arguments.h"
 #include "tools/common/EscapedLog.h"
+#include "tools/common/Output.h"
 #include "tools/kt/Command.h"
 
 namespace kt::tools {
@@ -145,6 +146,7 @@ int run(int argc, const char *const *argv) {
 }  // namespace kt::tools
 
 int main(int argc, char **argv) {
+  kt::tools::reserveStandardDescriptors();
   KtAutoSetDebug();
   std::signal(SIGPIPE, SIG_IGN);  // a closed output appears as a failed write
   return kt::tools::run(argc, argv);

@@ -194,16 +194,27 @@ void Dispatcher::work(Exchange &&exchange, const std::string &kind, Answer answe
     }
     measurements_.add(kind, shared->age());
   };
-  const auto guarded = [this, job](const std::stop_token &stop) {
+  const auto guarded = [this, shared, job](const std::stop_token &stop) {
     try {
       job(stop);
     } catch (const std::exception &error) {
-      errors_.report(std::string("a request failed: ") + error.what());
+      fail(*shared, error);
     }
   };
   if (workers_.offer(shared->sender().sin_addr.s_addr, guarded)) return;
   ++busy_;
   shared->sendAtOnce(errorAnswer(busyError));
+}
+
+// Reports that the work on a request failed, and answers it: otherwise a resend would repeat work
+// that may have been done.
+void Dispatcher::fail(Exchange &exchange, const std::exception &error) noexcept {
+  try {
+    errors_.report(std::string("a request failed: ") + error.what());
+    exchange.sendInTime(errorAnswer("The server failed to answer this request."));
+  } catch (const std::exception &) {
+    return;  // without memory for an answer there is none
+  }
 }
 
 Dictionary Dispatcher::unknownKind() const {

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <string>
 #include <utility>
@@ -65,6 +66,7 @@ class Dispatcher {
   void dispatch(Exchange &&exchange, const std::pair<const std::string, Handler> &entry);
   template <typename Answer>
   void work(Exchange &&exchange, const std::string &kind, Answer answer);
+  void fail(Exchange &exchange, const std::exception &error) noexcept;
   [[nodiscard]] Dictionary unknownKind() const;
 
   const KtUDPDaemon &daemon_;

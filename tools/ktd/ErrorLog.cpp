@@ -14,8 +14,8 @@ namespace kt::tools {
 
 namespace {
 
-// Returns whether standard error takes a line without waiting for its reader. It may be a pipe whose
-// reader has stopped; the server must not stop too.
+// Returns whether standard error takes a line without waiting for its reader. It may be a pipe
+// whose reader has stopped; the server must not stop too.
 bool hasRoom() {
   pollfd stream{STDERR_FILENO, POLLOUT, 0};
   return ::poll(&stream, 1, 0) != 0;

@@ -95,8 +95,8 @@ Signals signalsOf(bool reloads) {
   return Signals(obeyedSignals);
 }
 
-// Ignores further signals when it is destroyed. One that comes after the last that the server obeyed
-// must not change its exit status.
+// Ignores further signals when it is destroyed. One that comes after the last that the server
+// obeyed must not change its exit status.
 struct DeafAtEnd {
   DeafAtEnd() = default;
   DeafAtEnd(const DeafAtEnd &) = delete;
@@ -154,7 +154,7 @@ class Loop {
     using std::chrono::milliseconds;
     const auto sign = manager_.watchdogInterval();
     milliseconds pause = end_ ? pauseWhileStopping : usualPause;
-    if (sign) pause = std::min(pause, std::chrono::duration_cast<milliseconds>(*sign));
+    if (sign) pause = std::min(pause, std::chrono::ceil<milliseconds>(*sign));
     std::array<pollfd, 2> watched{pollfd{daemon_.socketIn(), POLLIN, 0},
                                   pollfd{signals_.descriptor(), POLLIN, 0}};
     // Whatever ended the wait, what is there is looked at.

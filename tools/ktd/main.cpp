@@ -51,6 +51,7 @@ int run(int argc, const char *const *argv) {
 }  // namespace kt::tools
 
 int main(int argc, char **argv) {
+  kt::tools::reserveStandardDescriptors();
   KtAutoSetDebug();
   return kt::tools::run(argc, argv);
 }
