@@ -274,7 +274,7 @@ TEST_F(KindFiles, RejectsOffsetOrCountThatIsNotNumber) {
 TEST_F(KindFiles, RejectsTypesThatAreNotStrings) {
   const Tree tree{"a.txt"};
   serve({tree.root()});
-  for (const PropertyList &value : Array{Dictionary(), 7, Array{"txt", Array{"txt"}},
+  for (const PropertyList &value : Array{Dictionary(), Array{"txt", Array{"txt"}},
                                          Array{Dictionary()}, Array{Array(), Array()}}) {
     EXPECT_EQ(errorOf({{"Types", value}}), "Types is not an array of strings.")
         << value.description();
