@@ -20,14 +20,16 @@ void reserveStandardDescriptors() {
   }
 }
 
-void printText(std::string_view text) {
-  const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-  if (written && std::fflush(stdout) == 0) return;
-  const int reason = errno;
+void throwOutputFailure(int reason) {
   const std::string problem =
       std::string("can't write to standard output: ") + std::strerror(reason);
   if (reason == EPIPE) throw ClosedOutput(problem);
   throw Failure(problem);
+}
+
+void printText(std::string_view text) {
+  const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+  if (!written || std::fflush(stdout) != 0) throwOutputFailure(errno);
 }
 
 void printLine(std::string_view line) {

@@ -22,6 +22,9 @@ class ClosedOutput : public Failure {
 // start of a program.
 void reserveStandardDescriptors();
 
+// Throws the failure that standard output takes no more: ClosedOutput for EPIPE.
+[[noreturn]] void throwOutputFailure(int reason);
+
 // Writes `text` and flushes. Throws Failure if the output accepts no more, for example because the
 // disk is full, and ClosedOutput if the pipe is closed. For the latter, SIGPIPE must be ignored.
 void printText(std::string_view text);

@@ -19,8 +19,8 @@
 #include "tools/kt/Asker.h"
 #include "tools/kt/Connection.h"
 #include "tools/kt/PollSet.h"
+#include "tools/kt/PromptOutput.h"
 #include "tools/kt/Request.h"
-#include "tools/kt/Results.h"
 #include "tools/kt/Search.h"
 #include "tools/kt/Terminal.h"
 #include "tools/kt/WatchScreen.h"
@@ -142,12 +142,18 @@ class Watch {
   // Reports the last request to `server`: now as JSON, or with the next refresh().
   void report(const WatchedServer &server) {
     isChanged_ = true;
-    if (terminal_ || !awaitOutput()) return;
+    if (terminal_ || options_.quiet) return;
     using std::chrono::milliseconds;
     const auto time = std::chrono::system_clock::now().time_since_epoch();
     const std::int64_t unixMs = std::chrono::duration_cast<milliseconds>(time).count();
-    results_.print([] { return std::string(); },
-                   [&] { return jsonFor(server, static_cast<double>(unixMs) / 1000); });
+    print(jsonFor(server, static_cast<double>(unixMs) / 1000) + '\n');
+  }
+
+  // Prints a line, or as much of it as standard output takes before a signal ends the program.
+  void print(std::string_view line) const {
+    while (!line.empty() && awaitOutput()) {
+      line.remove_prefix(output_.write(line));
+    }
   }
 
   // Waits until standard output takes more. Returns false if a signal arrives first: a reader that
@@ -155,9 +161,9 @@ class Watch {
   [[nodiscard]] bool awaitOutput() const {
     PollSet events;
     events.add(signals_.descriptor());
-    events.add(STDOUT_FILENO, POLLOUT);
+    events.add(output_.descriptor(), POLLOUT);
     events.wait(std::nullopt);
-    return events.isReady(STDOUT_FILENO);
+    return events.isReady(output_.descriptor());
   }
 
   void refresh() {
@@ -182,6 +188,8 @@ class Watch {
     events.add(keys);
     events.add(STDOUT_FILENO, 0);
     events.add(search_.descriptor());
+    const int screen = terminal_ ? terminal_->waitingDescriptor() : -1;
+    events.add(screen, POLLOUT);
     Clock::time_point next = std::min(nextSearch_, nextRound_);
     for (Asker &asker : askers_) {
       events.add(asker.client().descriptor());
@@ -190,6 +198,7 @@ class Watch {
     events.wait(next);
     if (events.isReady(keys)) takeKeys();
     if (events.isReady(STDOUT_FILENO)) isOver_ = true;
+    if (screen >= 0 && events.isReady(screen)) terminal_->writeMore();
     takeSignals();
     takeServers();
     for (Asker &asker : askers_) {
@@ -253,8 +262,8 @@ class Watch {
   Search search_;
   std::vector<WatchedServer> servers_;  // the first ones of search_.found(), in their order
   std::deque<Asker> askers_;            // one for each of them
-  Results results_{options_};
-  std::optional<Terminal> terminal_;  // nothing with --json or --quiet
+  const PromptOutput output_;           // for --json
+  std::optional<Terminal> terminal_;    // nothing with --json or --quiet
 
   const Clock::time_point start_ = Clock::now();
   Clock::time_point nextSearch_ = start_;

@@ -13,7 +13,6 @@
 #include <string_view>
 
 #include "kt/foundation/Format.h"
-#include "tools/common/Output.h"
 
 namespace kt::tools {
 
@@ -45,10 +44,11 @@ bool isInForeground() {
   return group == -1 || group == ::getpgrp();  // -1: it is not this session's terminal
 }
 
-// Returns whether a write would not wait. It would after Ctrl-S, possibly forever.
-bool acceptsOutput() {
-  pollfd output{STDOUT_FILENO, POLLOUT, 0};
-  return ::poll(&output, 1, 0) == 1;
+// Returns whether the terminal takes output, at the latest after `patienceMs`. After Ctrl-S it does
+// not, possibly forever.
+bool acceptsOutput(int descriptor, int patienceMs) {
+  pollfd output{descriptor, POLLOUT, 0};
+  return ::poll(&output, 1, patienceMs) == 1;
 }
 
 void setModes(const termios &modes) {
@@ -68,8 +68,8 @@ void Terminal::take() {
     keys.c_cc[VTIME] = 0;
     setModes(keys);
   }
-  taken_ = true;  // before the write, which may throw when the terminal has obeyed it in part
-  printText(takeScreen);
+  taken_ = true;
+  unwritten_ = takeScreen;
 }
 
 void Terminal::leave() {
@@ -80,22 +80,32 @@ void Terminal::leave() {
     flowing.c_iflag &= ~static_cast<tcflag_t>(IXON);  // ends a stop by Ctrl-S
     setModes(flowing);
   }
-  // If the terminal accepts no more, there is nothing to give back.
-  [[maybe_unused]] const ssize_t written =
-      ::write(STDOUT_FILENO, giveBackScreen.data(), giveBackScreen.size());
+  constexpr int patienceMs = 1000;
+  unwritten_.clear();
+  if (acceptsOutput(output_.descriptor(), patienceMs)) {
+    // If the terminal accepts no more, there is nothing to give back.
+    [[maybe_unused]] const ssize_t written =
+        ::write(output_.descriptor(), giveBackScreen.data(), giveBackScreen.size());
+  }
   if (modes_) setModes(*modes_);
 }
 
+void Terminal::writeMore() {
+  if (!acceptsOutput(output_.descriptor(), 0)) return;
+  unwritten_.erase(0, output_.write(unwritten_));
+}
+
 bool Terminal::show(const std::vector<std::string> &lines) {
-  if (!isInForeground() || !acceptsOutput()) return false;
+  if (!isInForeground() || !acceptsOutput(output_.descriptor(), 0)) return false;
+  if (!unwritten_.empty()) return false;
   if (!taken_) take();
-  std::string text;
+  std::string &text = unwritten_;
   for (std::size_t row = 0; row < lines.size(); ++row) {
     // Erased first: after a line of full width the cursor is still on its last character.
     text += kt::format("\033[%d;1H\033[2K", row + 1) + lines[row];
   }
   if (lines.size() < size().height) text += kt::format("\033[%d;1H\033[J", lines.size() + 1);
-  printText(text);
+  writeMore();
   return true;
 }
 

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/kt/PromptOutput.h"
 #include "tools/kt/Screen.h"
 
 namespace kt::tools {
@@ -27,11 +28,22 @@ class Terminal {
   ~Terminal() { leave(); }
 
   // Shows `lines`, each no wider than size().width, and nothing else. Takes the screen first if it
-  // is not taken. Returns false if that can't be done now: the user stopped the terminal's output,
-  // or the program runs in the background. Throws Failure if the terminal accepts no more.
+  // is not taken. Returns false if that can't be done now: the terminal has not taken the lines
+  // before these, the user stopped its output, or the program runs in the background. Never waits.
+  // Throws Failure if the terminal is gone.
   bool show(const std::vector<std::string> &lines);
 
-  // Gives the screen back with its cursor and its modes. Does nothing if it is not taken.
+  // Writes more of the lines that the terminal has not taken yet. Call it when
+  // waitingDescriptor() can be written. Throws as show() does.
+  void writeMore();
+
+  // Returns the descriptor to poll for writing while there are such lines, otherwise -1.
+  [[nodiscard]] int waitingDescriptor() const {
+    return unwritten_.empty() ? -1 : output_.descriptor();
+  }
+
+  // Gives the screen back with its cursor and its modes. Does nothing if it is not taken. Waits for
+  // a slow terminal, but not for one that takes nothing for a second.
   void leave();
 
   // Notes that others may have used the screen; the next show() takes it again.
@@ -54,6 +66,8 @@ class Terminal {
  private:
   void take();
 
+  const PromptOutput output_;
+  std::string unwritten_;         // the rest of what is to be shown
   std::optional<termios> modes_;  // of standard input before; nothing: it is not a terminal
   Charset charset_;
   bool taken_ = false;  // whether the screen is this program's

@@ -168,14 +168,16 @@ void Dispatcher::dispatch(Exchange &&exchange, const Kind &kind) {
 
 void Dispatcher::dispatch(Exchange &&exchange, const std::pair<const std::string, Handler> &entry) {
   if (!exchange.isProven()) return exchange.sendToken();
-  const auto &[kind, handler] = entry;
-  work(std::move(exchange), kind, [&](const Exchange &request, const WorkState &state) {
-    const HandlerRequest about{kind, endpoint(request.sender()), state.signature,
-                               state.service.handlerTimeout};
-    Dictionary packet = request.request();
-    packet.erase(tokenKey);  // it proves the sender to this server, and to nobody else
-    return runHandler(handler, about, packet, state.stop);
-  });
+  const std::string &kind = entry.first;
+  const Handler &handler = entry.second;
+  work(std::move(exchange), kind,
+       [&kind, &handler](const Exchange &request, const WorkState &state) {
+         const HandlerRequest about{kind, endpoint(request.sender()), state.signature,
+                                    state.service.handlerTimeout};
+         Dictionary packet = request.request();
+         packet.erase(tokenKey);  // it proves the sender to this server, and to nobody else
+         return runHandler(handler, about, packet, state.stop);
+       });
 }
 
 // Gives the request to a worker, which sends what `answer` returns. The present service, which
