@@ -72,9 +72,10 @@ def ktd(*arguments, **options):
 class Program:
     """A running program; killed at the end of the test if it still runs."""
 
-    def __init__(self, test, *command, environment=None, errors=None):
+    def __init__(self, test, *command, environment=None, errors=None, stdin=subprocess.PIPE,
+                 stdout=subprocess.PIPE):
         self.process = subprocess.Popen(
-            command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=errors,
+            command, stdin=stdin, stdout=stdout, stderr=errors,
             env={**os.environ, **(environment or {})})
         self._unread = {self.process.stdout: b"", self.process.stderr: b""}
         test.addCleanup(self._close)

@@ -6,7 +6,10 @@ import json
 import os
 import re
 import signal
+import struct
 import subprocess
+import termios
+import threading
 import unittest
 
 from peers import Peer, always, identification, server
@@ -198,6 +201,26 @@ class KtWatchEnd(WatchTest):
         watch.press(CTRL_S)
         watch.send_signal(signal.SIGTERM)
         self.assert_ended(watch)
+
+    def test_comes_while_terminal_takes_nothing(self):
+        asked = threading.Semaphore(0)
+
+        def answer(request):
+            asked.release()
+            return nothing(request)
+
+        for port in DEFAULT_PORTS:
+            Peer(self, server(answer, port=port), port)
+        other_end, terminal = os.openpty()  # nobody reads
+        self.addCleanup(os.close, other_end)
+        self.addCleanup(os.close, terminal)
+        fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, 100, 0, 0))
+        watch = Program(self, os.environ["KT"], "watch", "--interval", "0.01", "--timeout", PATIENT,
+                        stdin=terminal, stdout=terminal, errors=subprocess.PIPE)
+        for _ in range(1000):  # requests, each followed by a screen of some 600 bytes
+            asked.acquire()
+        watch.send_signal(signal.SIGTERM)
+        self.assertEqual(watch.process.wait(), 0)
 
     def test_does_not_come_by_ignored_signal(self):
         watch = self.start(ignored=[signal.SIGHUP])
