@@ -14,9 +14,13 @@ namespace kt::tools {
 
 namespace {
 
+// Returns whether `descriptor` is a terminal or a pipe that may be written to. One that may not, as
+// reserveStandardDescriptors() opens them, must not become writable.
 bool makesWritersWait(int descriptor) {
   struct stat status {};
-  return ::fstat(descriptor, &status) == 0 && (S_ISCHR(status.st_mode) || S_ISFIFO(status.st_mode));
+  if (::fstat(descriptor, &status) != 0) return false;
+  const bool isWritable = (::fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
+  return isWritable && (S_ISCHR(status.st_mode) || S_ISFIFO(status.st_mode));
 }
 
 }  // namespace
