@@ -24,7 +24,7 @@ class PromptOutput {
   [[nodiscard]] int descriptor() const;
 
   // Writes the beginning of `text`, as much as there is room for. Returns how many bytes; 0 if
-  // there is no room now. Throws ClosedOutput or Failure if there never will be any.
+  // it takes none now. Throws ClosedOutput or Failure if it never will.
   std::size_t write(std::string_view text) const;
 
  private:

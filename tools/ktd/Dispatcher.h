@@ -76,7 +76,7 @@ class Dispatcher {
   const SenderTokens tokens_;
   Measurements measurements_;
   const std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
-  std::uint64_t busy_ = 0;  // requests refused as there was no worker
+  std::uint64_t busy_ = 0;  // requests refused as busy
   bool isStopping_ = false;
   Workers workers_;  // destroyed first: its jobs use the rest
 };

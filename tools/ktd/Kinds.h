@@ -28,7 +28,7 @@ struct ServerState {
   const Workers &workers;
   const Measurements &measurements;
   std::chrono::steady_clock::time_point started;  // when serving began
-  std::uint64_t busy;                             // requests refused so far as there was no worker
+  std::uint64_t busy;                             // requests refused as busy so far
 };
 
 // What a kind that takes long may know. For the threads of Workers.

@@ -48,7 +48,7 @@ class ServiceManager {
   void tell(std::string_view lines) const;
 
   sockaddr_un address_{};      // the service manager's socket
-  socklen_t addressSize_ = 0;  // in bytes; 0: there is no service manager
+  socklen_t addressSize_ = 0;  // in bytes; 0: no service manager listens
   int socket_ = -1;            // to send from; -1: none
   std::optional<std::chrono::microseconds> interval_;
   std::optional<Clock::time_point> lastSign_;  // of keepAlive
